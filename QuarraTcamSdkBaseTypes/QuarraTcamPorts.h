@@ -1,0 +1,158 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Ivrel/IntfId.h"
+#include "Nodra/Attributes.h"
+#include "Nodra/Enumeration.h"
+#include "Quarra/QuarraCommonSmData.h"
+#include "QuarraCentral/ChipProfile.h"
+#include "QuarraTcam/RequestKey.h"
+#include "QuarraTcam/TcamGroupId.h"
+#include "QuarraTcamSdkBaseTypes/Export.h"
+#include "QuarraTypes/QuarraPort.h"
+#include "Sdk/Bcm.h"
+
+// How each TCAM group uses class IDs, and the translation between interfaces, chip ports and port bitmaps.
+// Main thread only.
+namespace QuarraTcam {
+
+// ---- Class-ID spaces
+// -----------------------------------------------------------------------------------------------
+
+struct ClassIdTypeNames {
+   static constexpr auto typeName = "ClassIdType";
+   static constexpr std::array<std::string_view, 6> names = {
+      "classIdInvalid",        "ifpSourceTrunkMap",  "vfpSourceTrunkMap",
+      "aclGroupFlexibleWidth", "aclGroupFixedWidth", "classIdMax",
+   };
+};
+
+// The hardware class-ID space that a group draws from. The values 1 to 4 are the real ones.
+using ClassIdType = Nodra::Enumeration<ClassIdTypeNames>;
+
+inline constexpr ClassIdType classIdInvalid = ClassIdType::of( 0 ); // no space
+inline constexpr ClassIdType ifpSourceTrunkMap =
+   ClassIdType::of( 1 ); // source-trunk-map table, ingress field processor
+inline constexpr ClassIdType vfpSourceTrunkMap = ClassIdType::of( 2 ); // the same, VLAN field processor
+inline constexpr ClassIdType aclGroupFlexibleWidth =
+   ClassIdType::of( 3 ); // low part of the per-port ACL-group value
+inline constexpr ClassIdType aclGroupFixedWidth = ClassIdType::of( 4 ); // the part above it
+inline constexpr ClassIdType classIdMax = ClassIdType::of( 5 );         // end marker, never a group's type
+
+struct ClassIdAllocationStrategyNames {
+   static constexpr auto typeName = "ClassIdAllocationStrategy";
+   static constexpr std::array<std::string_view, 3> names = { "invalidStrategy", "allocateOnInit",
+                                                              "allocateOnDemand" };
+};
+
+// When a group's class IDs are reserved.
+using ClassIdAllocationStrategy = Nodra::Enumeration<ClassIdAllocationStrategyNames>;
+
+inline constexpr ClassIdAllocationStrategy invalidStrategy = ClassIdAllocationStrategy::of( 0 );
+inline constexpr ClassIdAllocationStrategy allocateOnInit =
+   ClassIdAllocationStrategy::of( 1 ); // every key, at set-up
+inline constexpr ClassIdAllocationStrategy allocateOnDemand =
+   ClassIdAllocationStrategy::of( 2 ); // with the first entry
+
+// From a number or a name; anything that names no value raises the range error.
+inline ClassIdType ClassIdTypeInstance( unsigned int value ) {
+   return ClassIdType::of( value );
+}
+inline ClassIdType ClassIdTypeInstance( std::string_view name ) {
+   return ClassIdType::of( name );
+}
+inline ClassIdAllocationStrategy ClassIdAllocationStrategyInstance( unsigned int value ) {
+   return ClassIdAllocationStrategy::of( value );
+}
+inline ClassIdAllocationStrategy ClassIdAllocationStrategyInstance( std::string_view name ) {
+   return ClassIdAllocationStrategy::of( name );
+}
+
+// ---- Group configuration and registry
+// ------------------------------------------------------------------------------
+
+// How one TCAM group uses class IDs.
+class QUARRA_TCAM_API ClassIdTcamGroupConfig {
+ public:
+   using Ptr = Nodra::Ptr<ClassIdTcamGroupConfig>;
+
+   explicit ClassIdTcamGroupConfig( TcamGroupId tcamGroupId ) : tcamGroupId_( tcamGroupId ) {}
+
+   ATTR_KEY( tcamGroupId, TcamGroupId );
+   ATTR( classIdPoolBits, U32 ); // not 0: the lowest set bit is the fixed offset of the group's one pool
+   ATTR( classIdType, ClassIdType );
+   ATTR( classIdPoolWidth, U8 ); // bits of a pool; width w lends 2^w - 1 class IDs
+   ATTR( classIdNumPools, U8 );  // adjacent pools that one reservation takes
+   ATTR( allocationType, ClassIdAllocationStrategy );
+   ATTR_VALUES( requestKey, RequestKey,
+                bool ); // keys that get a class ID at set-up; the flag is carried, not read
+};
+
+QUARRA_TCAM_API ClassIdTcamGroupConfig::Ptr classIdTcamGroupConfigFactory( TcamGroupId tcamGroupId );
+
+// The process-wide registry, filled once at set-up and read-only from then on.
+using ClassIdTcamGroupsInfo = std::map<TcamGroupId, ClassIdTcamGroupConfig::Ptr>;
+extern QUARRA_TCAM_API ClassIdTcamGroupsInfo classIdTcamGroupsInfo;
+
+// A new record with the given values; the registry is not touched.
+QUARRA_TCAM_API ClassIdTcamGroupConfig::Ptr getGroupConfigType( TcamGroupId tcamGroupId,
+                                                                ClassIdType classIdType, U32 classIdPoolBits,
+                                                                U8 classIdPoolWidth, U8 classIdNumPools,
+                                                                ClassIdAllocationStrategy allocationType );
+
+// Registers a record. The first registration of a group stays. A null record, or one of another group,
+// aborts.
+QUARRA_TCAM_API void addClassIdInfoToMap( TcamGroupId tcamGroupId, ClassIdTcamGroupConfig::Ptr classIdInfo );
+
+// The registered record, or null.
+QUARRA_TCAM_API ClassIdTcamGroupConfig::Ptr getClassIdInfoForTcamGroup( TcamGroupId tcamGroupId );
+
+// All registered groups in ascending order.
+QUARRA_TCAM_API std::vector<TcamGroupId> getTcamGroups();
+
+// Bits of the hardware space of that type on that chip; 0 means that the chip has none. Aborts for a type
+// that is no space and for a chip without a profile.
+QUARRA_TCAM_API U8 getClassIdSize( ClassIdType classIdType, QuarraCentral::ChipInfo chipInfo );
+
+// Name of the field of the chip's per-port logical table that holds a bit of the combined ACL-group value:
+// bits 0 to 31 in one field, then 16 bits each. A bit above 159 aborts.
+QUARRA_TCAM_API std::string getAclGroupFieldType( U8 bit );
+
+// ---- Interfaces and chip ports
+// -------------------------------------------------------------------------------------
+
+// On ordinary chips a port is the port of the chip state. On chips whose attribute isVexProduct is set,
+// interfaces are numbered by ACL group keys. A null chip state aborts. A look-up that finds nothing gives the
+// invalid port, or the invalid interface; an ACL group key above 1023 raises the range error.
+using Scsd = Quarra::QuarraCommonSmData::PtrConst;
+
+QUARRA_TCAM_API bool intfToPortHas( const Scsd &scsd, const Ivrel::IntfId &intfId );
+QUARRA_TCAM_API bool intfToPortCacheHas( const Scsd &scsd, const Ivrel::IntfId &intfId );
+QUARRA_TCAM_API QuarraTypes::QuarraPort intfToPort( const Scsd &scsd, const Ivrel::IntfId &intfId );
+QUARRA_TCAM_API QuarraTypes::QuarraPort intfToPortCache( const Scsd &scsd, const Ivrel::IntfId &intfId );
+QUARRA_TCAM_API Ivrel::IntfId portToIntf( const Scsd &scsd, const QuarraTypes::QuarraPort &port );
+
+// ---- Standard port bitmaps
+// -----------------------------------------------------------------------------------------
+
+// Each getter keeps its bitmap in static storage of its own: copy it before the next call of the same getter.
+// A module id of the chip above 64 raises the range error; a module id without a unit aborts.
+QUARRA_TCAM_API const bcm_pbmp_t &getPbmpEAll( const Scsd &scsd ); // ethernet ports
+QUARRA_TCAM_API const bcm_pbmp_t &getPbmpAll( const Scsd &scsd );  // all ports
+QUARRA_TCAM_API const bcm_pbmp_t &getPbmpCpu( const Scsd &scsd );  // the CPU's; aborts on isVexProduct chips
+QUARRA_TCAM_API const bcm_pbmp_t &getPbmpLbAll(
+   const Scsd &scsd ); // loopback ports; aborts on isVexProduct chips
+QUARRA_TCAM_API const bcm_pbmp_t &getPbmpPortAll( const Scsd &scsd ); // front-panel ports
+
+// Ports of configured interfaces. A port that was once active stays in the bitmap for the life of the
+// process.
+QUARRA_TCAM_API const bcm_pbmp_t &getActivePorts( const Scsd &scsd );
+
+// Traces the bitmap at level 8.
+QUARRA_TCAM_API void printPbmp( const bcm_pbmp_t &pbmp, const char *name );
+
+} // namespace QuarraTcam

@@ -1,0 +1,86 @@
+#include "Nodra/Assert.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/Trace.h"
+
+namespace QuarraTcam {
+
+Nodra::TraceHandle portsTrace( "QuarraTcamPorts" );
+
+ClassIdTcamGroupsInfo classIdTcamGroupsInfo;
+
+ClassIdTcamGroupConfig::Ptr classIdTcamGroupConfigFactory( TcamGroupId tcamGroupId ) {
+   return std::make_shared<ClassIdTcamGroupConfig>( tcamGroupId );
+}
+
+ClassIdTcamGroupConfig::Ptr getGroupConfigType( TcamGroupId tcamGroupId, ClassIdType classIdType,
+                                                U32 classIdPoolBits, U8 classIdPoolWidth, U8 classIdNumPools,
+                                                ClassIdAllocationStrategy allocationType ) {
+   auto config = classIdTcamGroupConfigFactory( tcamGroupId );
+   config->classIdTypeIs( classIdType );
+   config->classIdPoolBitsIs( classIdPoolBits );
+   config->classIdPoolWidthIs( classIdPoolWidth );
+   config->classIdNumPoolsIs( classIdNumPools );
+   config->allocationTypeIs( allocationType );
+   return config;
+}
+
+void addClassIdInfoToMap( TcamGroupId tcamGroupId, ClassIdTcamGroupConfig::Ptr classIdInfo ) {
+   TRACE( 9, "addClassIdInfoToMap"
+                << " TcamGroupId: " << tcamGroupId );
+   NODRA_ASSERT( !!classIdInfo );
+   NODRA_ASSERT( tcamGroupId == classIdInfo->tcamGroupId() );
+   classIdTcamGroupsInfo.emplace( tcamGroupId, std::move( classIdInfo ) );
+}
+
+ClassIdTcamGroupConfig::Ptr getClassIdInfoForTcamGroup( TcamGroupId tcamGroupId ) {
+   const auto item = classIdTcamGroupsInfo.find( tcamGroupId );
+   if ( item == classIdTcamGroupsInfo.end() ) {
+      TRACE( 2, "getClassIdInfoForTcamGroup"
+                   << "classIdTcamGroupsInfo not found for " << tcamGroupId );
+      return nullptr;
+   }
+   return item->second;
+}
+
+std::vector<TcamGroupId> getTcamGroups() {
+   std::vector<TcamGroupId> groups;
+   groups.reserve( classIdTcamGroupsInfo.size() );
+   for ( const auto &[ tcamGroupId, config ] : classIdTcamGroupsInfo ) {
+      groups.push_back( tcamGroupId );
+   }
+   return groups;
+}
+
+U8 getClassIdSize( ClassIdType classIdType, QuarraCentral::ChipInfo chipInfo ) {
+   const auto &activeChipProfile = QuarraCentral::activeChipProfile( chipInfo );
+   NODRA_ASSERT( activeChipProfile );
+   const auto &attributes = activeChipProfile->tcamFeatureAttributes();
+   NODRA_ASSERT( !!attributes );
+   switch ( classIdType.value() ) {
+   case aclGroupFlexibleWidth.value():
+      return attributes->aclGroupFlexibleWidthSize();
+   case aclGroupFixedWidth.value():
+      return attributes->aclGroupFixedWidthSize();
+   case ifpSourceTrunkMap.value():
+   case vfpSourceTrunkMap.value():
+      return attributes->sourceTrunkMapClassIdSize();
+   default:
+      NODRA_ASSERT( 0 && "Invalid classId type" );
+      return 0;
+   }
+}
+
+std::string getAclGroupFieldType( U8 bit ) {
+   constexpr unsigned bitmapBits = 32;
+   constexpr unsigned classIdBits = 16;
+   constexpr unsigned classIdFields = 8;
+   if ( bit < bitmapBits ) {
+      return "ACL_GROUP_BITMAP";
+   }
+   if ( bit >= bitmapBits + classIdFields * classIdBits ) {
+      NODRA_ASSERT( 0 && "invalid bit to set" );
+   }
+   return "ACL_GROUP_CLASS_ID_" + std::to_string( ( bit - bitmapBits ) / classIdBits );
+}
+
+} // namespace QuarraTcam

@@ -1,0 +1,97 @@
+#include <vector>
+
+#include "Nodra/Assert.h"
+#include "QuarraTcam/QuarraTcamCommonData.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/AclGroupSize.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
+#include "Sdk/SdkCall.h"
+
+namespace QuarraTcam {
+namespace {
+
+// The lowest 32 bits as a word. The shift count is taken modulo 32, so a bit above folds onto a lower one.
+U32 wordOf( const Vesk::Bitmap &bitmap ) {
+   U32 word = 0;
+   for ( const U32 bit : bitmap.setBits() ) {
+      word |= U32{ 1 } << bit % 32;
+   }
+   return word;
+}
+
+// Writes the positions of the set bits in rising order; gives their number.
+U32 listBits( const Vesk::Bitmap &bitmap, std::vector<U32> &bits ) {
+   U32 used = 0;
+   for ( const U32 bit : bitmap.setBits() ) {
+      bits[ used++ ] = bit;
+   }
+   return used;
+}
+
+void qualifySourceTrunkMap( U32 unit, U32 entryId, const BitmapQualifier &classId ) {
+   const U32 interfaceClassPortData = wordOf( *classId.data() );
+   const U32 interfaceClassPortMask = wordOf( *classId.mask() );
+   SDK_CALL(
+      bcm_field_qualify_InterfaceClassPort( unit, entryId, interfaceClassPortData, interfaceClassPortMask ) );
+}
+
+void qualifyAclGroup( QuarraTcamPortsHelper &helper, U32 unit, U32 entryId,
+                      const BitmapQualifier::PtrConst &classId ) {
+   const U8 classIdSize = aclGroupSize();
+   NODRA_ASSERT( classId->data()->size() <= classIdSize );
+   std::vector<U32> dataBits( classIdSize );
+   std::vector<U32> maskBits( classIdSize );
+   const U32 numSetDataBits = listBits( *classId->data(), dataBits );
+   const U32 numSetMaskBits = listBits( *classId->mask(), maskBits );
+   NODRA_ASSERT( numSetMaskBits && numSetDataBits );
+   NODRA_ASSERT( numSetDataBits <= numSetMaskBits );
+   helper.qualifySubPortGroupIds( unit, entryId, numSetDataBits, dataBits.data(), numSetMaskBits,
+                                  maskBits.data() );
+}
+
+} // namespace
+
+void QuarraTcamPortsHelper::setClassIdQualifier( U32 unit, TcamGroupId tcamGroupId, U32 entryId,
+                                                 const BitmapQualifier::PtrConst &classId ) {
+   TRACE( 1, "setClassIdQualifier"
+                << " TcamGroupId: " << tcamGroupId << " EntryId: " << entryId << " ClassIdQualfier data: "
+                << getBitmapString( classId->data(), static_cast<U16>( classId->data()->size() ) )
+                << " ClassIdQualfier mask: "
+                << getBitmapString( classId->mask(), static_cast<U16>( classId->mask()->size() ) ) );
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   NODRA_ASSERT( !!classIdConfig );
+   NODRA_ASSERT( classId->data()->size() == classId->mask()->size() );
+   switch ( classIdConfig->classIdType().value() ) {
+   case ifpSourceTrunkMap.value():
+   case vfpSourceTrunkMap.value():
+      qualifySourceTrunkMap( unit, entryId, *classId );
+      break;
+   case aclGroupFlexibleWidth.value():
+   case aclGroupFixedWidth.value():
+      qualifyAclGroup( *this, unit, entryId, classId );
+      break;
+   default:
+      NODRA_ASSERT( 0 && "Unknown class Id" );
+   }
+}
+
+void QuarraTcamSdk6PortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U32 numSetDataBits,
+                                                        U32 *dataBits, U32 numSetMaskBits, U32 *maskBits ) {
+   TRACE( 1, "qualifySubPortGroupIds"
+                << "unit " << unit << " num data bits: " << numSetDataBits
+                << " num mask bits: " << numSetMaskBits );
+   SDK_CALL( vm_field_qualify_SubportGroupIds( unit, entryId, numSetDataBits, &dataBits[ 0 ], numSetMaskBits,
+                                               &maskBits[ 0 ] ) );
+}
+
+void QuarraTcamHSDKPortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U32 numSetDataBits,
+                                                        U32 *dataBits, U32 numSetMaskBits, U32 *maskBits ) {
+   const U8 classIdSize = aclGroupSize();
+   TRACE( 1, "qualifySubPortGroupIds"
+                << "unit " << unit << " num data bits: " << numSetDataBits
+                << " num mask bits: " << numSetMaskBits << "classIdSize:" << classIdSize );
+   SDK_CALL( velmor_bcm_field_qualify_SubportGroupIds( unit, entryId, numSetDataBits, &dataBits[ 0 ],
+                                                       numSetMaskBits, &maskBits[ 0 ], classIdSize ) );
+}
+
+} // namespace QuarraTcam

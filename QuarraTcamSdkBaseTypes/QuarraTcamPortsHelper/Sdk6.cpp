@@ -1,0 +1,71 @@
+#include <numeric>
+#include <vector>
+
+#include "Nodra/Assert.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
+#include "Sdk/SdkCall.h"
+
+namespace QuarraTcam {
+
+QuarraTcamSdk6PortsHelper::QuarraTcamSdk6PortsHelper( Scsd scsd )
+   : QuarraTcamPortsHelper( std::move( scsd ) ) {
+   QuarraTcamSdk6PortsHelper::handleInitialized();
+}
+
+void QuarraTcamSdk6PortsHelper::handleInitialized() {
+   NODRA_ASSERT( !!scsd() );
+   modIdLowIs( 30 );
+   modIdHighIs( 35 );
+}
+
+namespace {
+
+// Ports 1 to 511, though the trace counts 455: both numbers are deliberate.
+std::vector<U32> allEthernetPorts() {
+   std::vector<U32> ports( 511 );
+   std::iota( ports.begin(), ports.end(), 1 );
+   return ports;
+}
+
+std::vector<U32> portNumbers( const IntfGroupInfo::PtrConst &intfGroup ) {
+   std::vector<U32> ports( intfGroup->portIds() );
+   S64 index = 0;
+   for ( const auto &port : intfGroup->portId() ) {
+      NODRA_ASSERT( index >= 0 && index < intfGroup->portIds() );
+      ports[ static_cast<std::size_t>( index ) ] = port.port();
+      ++index;
+   }
+   NODRA_ASSERT( index == intfGroup->portIds() );
+   return ports;
+}
+
+} // namespace
+
+// One call, made for an empty list too: the SDK takes the list as the bit's whole membership.
+void QuarraTcamSdk6PortsHelper::setAclGroupClassId( U8 bitToSet, const IntfGroupInfo::PtrConst &intfGroup ) {
+   const int unit = SdkShim->vmSingleUnit();
+   TRACE( 1, "QuarraTcamSdk6PortsHelper::"
+                << "setAclGroupClassId"
+                << " unit: " << unit << " bitToSet: " << bitToSet );
+   NODRA_ASSERT( !!intfGroup );
+   intfGroup->dumpTrace();
+   std::vector<U32> sdkPorts;
+   if ( intfGroup->ethernet() ) {
+      TRACE( 4, "All ethernet is set, force programming to all 455 GPPs" );
+      NODRA_ASSERT( !intfGroup->portIds() );
+      sdkPorts = allEthernetPorts();
+   } else {
+      sdkPorts = portNumbers( intfGroup );
+   }
+   const auto size = static_cast<U32>( sdkPorts.size() );
+   SDK_CALL( bcm_subport_port_group_subport_multi_set( unit, bitToSet, size, sdkPorts.data() ) );
+}
+
+void QuarraTcamSdk6PortsHelper::populateCpuIntfGroup( const IntfGroupInfo::Ptr &intfGroup ) {
+   for ( const auto &cpuPort : scsd()->quarraCpuModPort() ) {
+      intfGroup->portIdIs( QuarraCentral::QuarraModPort( cpuPort.modId, cpuPort.port ) );
+   }
+}
+
+} // namespace QuarraTcam

@@ -1,0 +1,221 @@
+#include "Nodra/Assert.h"
+#include "QuarraTcam/QuarraTcamCommonData.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
+
+namespace QuarraTcam {
+
+bool QuarraTcamPortsManager::programClassIdForIntfGroup( TcamGroupId tcamGroupId,
+                                                         const RequestKey &requestKey, U32 entryId,
+                                                         const IntfGroupConst &intfGroup ) {
+   TRACE( 1, "programClassIdForIntfGroup"
+                << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey
+                << " EntryId: " << entryId );
+   NODRA_ASSERT( !!intfGroup );
+   NODRA_ASSERT( classIdTcamGroupStatusHas( tcamGroupId ) );
+   const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   NODRA_ASSERT( classIdStatus->poolStatuss() );
+   NODRA_ASSERT( classIdStatus->requestStatusHas( requestKey ) );
+   NODRA_ASSERT( classIdStatus->requestStatus( requestKey )->entryRefHas( entryId ) );
+   NODRA_ASSERT( classIdStatus->lastPoolNum() );
+   NODRA_ASSERT( classIdStatus->requestStatus( requestKey )->intfGroup() );
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   NODRA_ASSERT( !!classIdConfig );
+   if ( classIdConfig->classIdPoolWidth() > 1 ) {
+      cleanupConflictingIntfs( tcamGroupId, requestKey, intfGroup );
+   }
+   switch ( classIdConfig->classIdType().value() ) {
+   case aclGroupFlexibleWidth.value():
+   case aclGroupFixedWidth.value():
+      NODRA_ASSERT( programAclGroupClassId( tcamGroupId, requestKey, entryId, intfGroup ) );
+      break;
+   case ifpSourceTrunkMap.value():
+   case vfpSourceTrunkMap.value():
+      NODRA_ASSERT( programSourceTrunkMapClassId( tcamGroupId, requestKey, entryId, intfGroup ) );
+      break;
+   default:
+      NODRA_ASSERT( 0 && "Invalid classId type" );
+   }
+   return true;
+}
+
+// A bit is shared by all requests of the group that hold it, so it is never programmed for one request alone
+// but for the union of the others and the new ports.
+bool QuarraTcamPortsManager::programAclGroupClassId( TcamGroupId tcamGroupId, const RequestKey &requestKey,
+                                                     U32 entryId, const IntfGroupConst &intfGroup ) {
+   TRACE( 1, "programAclGroupClassId"
+                << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey
+                << " EntryId: " << entryId );
+   const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   NODRA_ASSERT( !!classIdStatus );
+   NODRA_ASSERT( !!intfGroup );
+   const auto &requestStatus = classIdStatus->requestStatus( requestKey );
+   NODRA_ASSERT( !!requestStatus );
+   if ( intfGroup->isEqual( requestStatus->intfGroup() ) ) {
+      TRACE( 2, "Asked interface set is already programmed with the class Id" );
+      return true;
+   }
+   NODRA_ASSERT( requestStatus->poolId() );
+   NODRA_ASSERT( classIdStatus->poolStatusHas( requestStatus->poolId() ) );
+   const auto &pool = classIdStatus->poolStatus( requestStatus->poolId() );
+   const U8 widthOfClassId = pool->size();
+   U8 startBit = pool->baseOffset();
+   const auto &quarraTcamAttr = getTcamAttr( StageType::ingressFieldProcessor );
+   NODRA_ASSERT( !!quarraTcamAttr );
+   if ( getClassIdTypeForGroup( tcamGroupId ) == aclGroupFixedWidth ) {
+      startBit = static_cast<U8>( startBit + quarraTcamAttr->aclGroupFlexibleWidthSize() );
+   }
+   NODRA_ASSERT( widthOfClassId );
+   if ( intfGroup->ethernet() ) {
+      NODRA_ASSERT( widthOfClassId == 1 );
+   }
+   constexpr U8 classIdBits = 16;
+   for ( U8 i = 0; i < widthOfClassId && i < classIdBits; ++i ) {
+      if ( !( ( requestStatus->classId() >> i ) & 1 ) ) {
+         continue;
+      }
+      const auto bitPos = static_cast<U8>( startBit + i );
+      const auto tempIntfGroup = getIntfGroupForBitPos( tcamGroupId, requestKey, bitPos );
+      appendIntfGroup( tempIntfGroup, intfGroup );
+      if ( intfGroup->ethernet() ) {
+         NODRA_ASSERT( !tempIntfGroup->ethernet() );
+         NODRA_ASSERT( !tempIntfGroup->portIds() );
+         tempIntfGroup->ethernetIs( true );
+      }
+      programBitForIntfGroup( bitPos, tempIntfGroup );
+   }
+   requestStatus->intfGroup()->deepCopy( intfGroup );
+   return true;
+}
+
+// Deliberately compares bits as the pools hold them. A fixed-width group's `bitPos` lies above the flexible
+// space, which its pools do not count, so its union holds what happens to match unshifted.
+IntfGroupInfo::Ptr QuarraTcamPortsManager::getIntfGroupForBitPos( TcamGroupId tcamGroupId,
+                                                                  const RequestKey &requestKey, U8 bitPos ) {
+   TRACE( 1, "getIntfGroupForBitPos"
+                << " TcamGroupId: " << tcamGroupId << " bitPos: " << bitPos );
+   auto intfGroup = intfGroupInfoFactory();
+   const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   if ( !classIdStatus ) {
+      return intfGroup;
+   }
+   const U64 mask = U64{ 1 } << bitPos % 64;
+   for ( const auto &[ otherKey, other ] : classIdStatus->requestStatus() ) {
+      if ( otherKey == requestKey ) {
+         continue;
+      }
+      const auto &pool = classIdStatus->poolStatus( other->poolId() );
+      NODRA_ASSERT( !!pool );
+      if ( mask & U64{ other->classId() } << pool->baseOffset() % 64 ) {
+         appendIntfGroup( intfGroup, other->intfGroup() );
+      }
+   }
+   return intfGroup;
+}
+
+// The ethernet flag is not taken over.
+void QuarraTcamPortsManager::appendIntfGroup( const IntfGroupInfo::Ptr &target,
+                                              const IntfGroupConst &source ) {
+   TRACE( 1, "appendIntfGroup" );
+   for ( const auto &port : source->portId() ) {
+      target->portIdIs( port );
+   }
+}
+
+void QuarraTcamPortsManager::programBitForIntfGroup( U8 bitPos, const IntfGroupConst &intfGroup ) {
+   TRACE( 1, "programBitForIntfGroup"
+                << " bitPos: " << bitPos );
+   TRACE( 2, "IntfGroup for bit pos is: " );
+   dumpIntfGroup( intfGroup );
+   NODRA_ASSERT( !!intfGroup );
+   portsHelper()->setAclGroupClassId( bitPos, intfGroup );
+}
+
+void QuarraTcamPortsManager::dumpIntfGroup( const IntfGroupConst &intfGroup ) {
+   if ( intfGroup ) {
+      intfGroup->dumpTrace();
+   } else {
+      TRACE( 2, "Empty IntfGroup" );
+   }
+}
+
+QuarraTcamPortsManager::IntfGroupConst QuarraTcamPortsManager::getIntfGroup( TcamGroupId tcamGroupId,
+                                                                             const RequestKey &requestKey,
+                                                                             U32 entryId ) {
+   TRACE( 1, "getIntfGroup"
+                << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey
+                << " EntryId: " << entryId );
+   NODRA_ASSERT( classIdTcamGroupStatusHas( tcamGroupId ) );
+   NODRA_ASSERT( classIdTcamGroupStatus( tcamGroupId )->requestStatusHas( requestKey ) );
+   const auto &requestStatus = classIdTcamGroupStatus( tcamGroupId )->requestStatus( requestKey );
+   NODRA_ASSERT( !!requestStatus->intfGroup() );
+   return requestStatus->intfGroup();
+}
+
+// Takes the ports of `intfGroup` away from the group's other requests. They keep their class IDs and entries,
+// even without a port left.
+void QuarraTcamPortsManager::cleanupConflictingIntfs( TcamGroupId tcamGroupId, const RequestKey &requestKey,
+                                                      const IntfGroupConst &intfGroup ) {
+   NODRA_ASSERT( !!intfGroup );
+   const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   NODRA_ASSERT( !!classIdStatus );
+   for ( const auto &[ otherKey, other ] : classIdStatus->requestStatus() ) {
+      if ( otherKey == requestKey ) {
+         continue;
+      }
+      const auto intfs = intfGroupInfoFactory();
+      intfs->deepCopy( other->intfGroup() );
+      const U32 otherEntryId = other->entryRef().front();
+      NODRA_ASSERT( !intfs->ethernet() && "Feature cannot have value based class id reservation" );
+      const auto otherIntfGroup = intfGroupInfoFactory();
+      otherIntfGroup->deepCopy( intfs );
+      for ( const auto &port : intfs->portId() ) {
+         if ( !intfGroup->portIdHas( port ) ) {
+            continue;
+         }
+         TRACE( 3, "Conflicting intf: " << port << " found for key: " << otherKey );
+         if ( classIdStatus->intfGroupHashToIntfGroupInfoHas( otherIntfGroup->hash() ) ) {
+            // The index shares the group, so it must not hold it while it changes.
+            deleteIntfGroupFromIntfGroupInfo( tcamGroupId, otherKey, otherIntfGroup );
+            otherIntfGroup->portIdDel( port );
+            populateIntfGroupHashToIntfGroupInfo( tcamGroupId, otherKey, otherIntfGroup );
+         } else {
+            otherIntfGroup->portIdDel( port );
+         }
+         reprogram( tcamGroupId, otherKey, otherEntryId, otherIntfGroup );
+      }
+   }
+}
+
+void QuarraTcamPortsManager::reprogram( TcamGroupId tcamGroupId, const RequestKey &otherKey, U32 otherEntryId,
+                                        const IntfGroupInfo::Ptr &otherIntfGroup ) {
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   NODRA_ASSERT( !!classIdConfig );
+   switch ( classIdConfig->classIdType().value() ) {
+   case aclGroupFlexibleWidth.value():
+   case aclGroupFixedWidth.value():
+      NODRA_ASSERT( programAclGroupClassId( tcamGroupId, otherKey, otherEntryId, otherIntfGroup ) );
+      break;
+   case ifpSourceTrunkMap.value():
+   case vfpSourceTrunkMap.value():
+      NODRA_ASSERT( programSourceTrunkMapClassId( tcamGroupId, otherKey, otherEntryId, otherIntfGroup ) );
+      break;
+   default:
+      NODRA_ASSERT( 0 && "Invalid classId type" );
+   }
+}
+
+QuarraTcamPortsManager::IntfGroupConst QuarraTcamPortsManager::getIntfGroupFromPbmp( TcamGroupId tcamGroupId,
+                                                                                     const bcm_pbmp_t &pbmp,
+                                                                                     bool ethernet ) {
+   TRACE( 1, "getIntfGroupFromPbmp" );
+   return portsHelper() ? portsHelper()->getIntfGroupFromPbmp( tcamGroupId, pbmp, ethernet ) : nullptr;
+}
+
+QuarraTcamPortsManager::IntfGroupConst QuarraTcamPortsManager::getIntfGroupFromIntfProfile(
+   const IntfProfile::PtrConst &profile ) {
+   TRACE( 1, "getIntfGroupFromIntfProfile" );
+   return portsHelper() ? portsHelper()->getIntfGroupFromIntfProfile( profile ) : nullptr;
+}
+
+} // namespace QuarraTcam

@@ -1,0 +1,227 @@
+#include <bit>
+#include <cmath>
+
+#include "Nodra/Assert.h"
+#include "QuarraTcam/QuarraTcamCommonData.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
+
+namespace QuarraTcam {
+
+using std::pow;
+
+namespace {
+
+// Inclusive range of bits of a hardware space.
+struct BitRun {
+   U8 startIdx;
+   U8 endIdx;
+};
+
+// Slides a bit at a time, so pools are not aligned to their width; the lowest free run wins and is marked. A
+// run that ends at the bitmap's size was not found.
+BitRun takeLowestFreeRun( Vesk::Bitmap &bitmap, U32 bits ) {
+   BitRun run{ 0, static_cast<U8>( bits - 1 ) };
+   while ( run.endIdx < bitmap.size() ) {
+      if ( !bitmap.anySet( run.startIdx, run.endIdx ) ) {
+         bitmap.rangeSet( run.startIdx, run.endIdx );
+         break;
+      }
+      ++run.startIdx;
+      ++run.endIdx;
+   }
+   return run;
+}
+
+bool isWhollyFree( const PoolStatus &pool ) {
+   return pool.classIdPools() == ( pow( 2, pool.size() ) - 1 );
+}
+
+// The bits of a fixed-offset pool are cleared too, though reserving it never set them: deliberate.
+void giveBackBits( Vesk::Bitmap &bitmap, const PoolStatus &pool ) {
+   if ( pool.size() ) {
+      bitmap.rangeClear( pool.baseOffset(), U32{ pool.baseOffset() } + pool.size() - 1 );
+   }
+}
+
+} // namespace
+
+U16 QuarraTcamPortsManager::reservePoolOfWidth( TcamGroupId tcamGroupId, U8 poolWidth ) {
+   TRACE( 1, "reservePoolOfWidth"
+                << " TcamGroupId: " << tcamGroupId << " PoolWidth: " << poolWidth );
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   NODRA_ASSERT( !!classIdConfig );
+   NODRA_ASSERT( classIdHwStatusHas( classIdConfig->classIdType() ) );
+   const auto &bitmap = classIdHwStatus( classIdConfig->classIdType() );
+
+   BitRun run{};
+   if ( classIdConfig->classIdPoolBits() != 0 ) {
+      // The chip layout keeps these bits for the group, so the bitmap is neither asked nor marked.
+      NODRA_ASSERT( classIdConfig->classIdNumPools() == 1 );
+      run.startIdx = static_cast<U8>( std::countr_zero( classIdConfig->classIdPoolBits() ) );
+      run.endIdx = static_cast<U8>( run.startIdx + poolWidth - 1 );
+   } else {
+      run = takeLowestFreeRun( *bitmap, U32{ classIdConfig->classIdNumPools() } * poolWidth );
+   }
+   const auto [ startIdx, endIdx ] = run;
+   NODRA_ASSERT( endIdx <= bitmap->size() );
+   if ( endIdx == bitmap->size() ) {
+      TRACE( 2, "Failed to reserve a pool, returning.." );
+      return 0;
+   }
+
+   if ( !classIdTcamGroupStatusHas( tcamGroupId ) ) {
+      TRACE( 3, "Reserved first pool for the group, populating group related data structures" );
+      classIdTcamGroupStatusIs( tcamGroupId );
+   }
+   const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   NODRA_ASSERT( !!classIdStatus );
+   U8 poolStart = startIdx;
+   U8 poolEndIdx = startIdx;
+   for ( U8 made = 0; made < classIdConfig->classIdNumPools(); ++made ) {
+      classIdStatus->lastPoolNumInc( 1 );
+      const auto &pool = classIdStatus->poolStatusIs( classIdStatus->lastPoolNum() );
+      for ( U32 classId = 1; pow( 2, poolWidth ) > classId; ++classId ) {
+         pool->classIdPoolEnq( static_cast<U16>( classId ) );
+      }
+      poolEndIdx = static_cast<U8>( poolStart + poolWidth - 1 );
+      pool->tcamMaskIs( 0, bitmap->size(), Vesk::HBitmap::BitState::clear );
+      pool->tcamMask()->rangeSet( poolStart, poolEndIdx );
+      pool->sizeIs( poolWidth );
+      pool->baseOffsetIs( poolStart );
+      TRACE( 2, "Reserved pool with startIdx: "
+                   << poolStart << " endIdx: " << poolEndIdx
+                   << " tcamMask: " << getBitmapString( pool->tcamMask(), static_cast<U16>( bitmap->size() ) )
+                   << " having poolWidth: " << poolWidth << " poolId: " << pool->poolId() );
+      poolStart = static_cast<U8>( poolStart + poolWidth );
+   }
+   NODRA_ASSERT( poolEndIdx == endIdx );
+   return classIdStatus->lastPoolNum();
+}
+
+bool QuarraTcamPortsManager::getClassIdFromPool( TcamGroupId tcamGroupId, const RequestKey &requestKey,
+                                                 U32 entryId, U16 poolId ) {
+   TRACE( 1, "getClassIdFromPool"
+                << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey << " EntryId: " << entryId
+                << " PoolId: " << poolId );
+   NODRA_ASSERT( classIdTcamGroupStatusHas( tcamGroupId ) );
+   const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   NODRA_ASSERT( classIdStatus->poolStatusHas( poolId ) );
+   NODRA_ASSERT( classIdStatus->poolStatus( poolId )->classIdPools() );
+   NODRA_ASSERT( !classIdStatus->requestStatusHas( requestKey ) );
+   const auto &pool = classIdStatus->poolStatus( poolId );
+   const auto &requestStatus = classIdStatus->requestStatusIs( requestKey );
+   requestStatus->intfGroupIs();
+   requestStatus->classIdIs( pool->classIdPoolDeq() );
+   requestStatus->poolIdIs( poolId );
+   requestStatus->entryRefIs( entryId );
+   TRACE( 2, "Reserved classId: " << ( U64{ requestStatus->classId() } << pool->baseOffset() % 64 ) );
+   return true;
+}
+
+bool QuarraTcamPortsManager::maybeFreeClassIdPool( TcamGroupId tcamGroupId, const RequestKey &requestKey ) {
+   TRACE( 1, "maybeFreeClassIdPool"
+                << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey );
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   NODRA_ASSERT( !!classIdConfig );
+   if ( classIdConfig->classIdType() == aclGroupFixedWidth ) {
+      return true;
+   }
+   const auto classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   NODRA_ASSERT( !!classIdStatus );
+   for ( auto item = classIdStatus->poolStatus().begin(); item != classIdStatus->poolStatus().end(); ) {
+      const auto pool = item++->second;
+      if ( !isWhollyFree( *pool ) ) {
+         continue;
+      }
+      TRACE( 2, " Pool: " << pool->poolId() << " is free now, releasing pool to the corresponding classId" );
+      NODRA_ASSERT( !QuarraTcam::isSystemAclGroup( tcamGroupId ) );
+      const auto &bitmap = classIdHwStatus( classIdConfig->classIdType() );
+      NODRA_ASSERT( !!bitmap );
+      giveBackBits( *bitmap, *pool );
+      classIdStatus->poolStatusDel( pool->poolId() );
+   }
+   if ( !classIdStatus->poolStatuss() ) {
+      NODRA_ASSERT( !classIdStatus->requestStatuss() );
+      TRACE( 2, "All pools are released. Free up group related data structures" );
+      classIdTcamGroupStatusDel( tcamGroupId );
+   }
+   return true;
+}
+
+void QuarraTcamPortsManager::clearClassIdPool( TcamGroupId tcamGroupId ) {
+   TRACE( 1, "clearClassIdPool"
+                << " tcamGroupId: " << tcamGroupId );
+   NODRA_ASSERT( !QuarraTcam::isSystemAclGroup( tcamGroupId ) );
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   NODRA_ASSERT( !!classIdConfig );
+   const auto classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   NODRA_ASSERT( !!classIdStatus );
+   for ( auto item = classIdStatus->poolStatus().begin(); item != classIdStatus->poolStatus().end(); ) {
+      const auto poolStatus = item++->second;
+      if ( !isWhollyFree( *poolStatus ) ) {
+         TRACE( 2, "clearClassIdPool"
+                      << "poolStatus->classIdPools() : " << poolStatus->classIdPools() );
+      }
+      // clang-format off
+      NODRA_ASSERT( poolStatus->classIdPools() == ( pow( 2, poolStatus->size() ) - 1 ) && "group is being deleted. All classId's should have been released" );
+      NODRA_ASSERT( classIdConfig->classIdType() == aclGroupFixedWidth() && "other classIdType should have cleared classId during entry deletion" );
+      // clang-format on
+      const auto &bitmap = classIdHwStatus( classIdConfig->classIdType() );
+      NODRA_ASSERT( !!bitmap );
+      giveBackBits( *bitmap, *poolStatus );
+      classIdStatus->poolStatusDel( poolStatus->poolId() );
+   }
+   NODRA_ASSERT( !classIdStatus->poolStatuss() );
+   NODRA_ASSERT( !classIdStatus->requestStatuss() );
+   classIdTcamGroupStatusDel( tcamGroupId );
+   TRACE( 2, "clearClassIdPool"
+                << "unreserved classId for the group " << tcamGroupId );
+}
+
+QualifierHintInfo QuarraTcamPortsManager::createAclGroupBitmapHint( TcamGroupId tcamGroupId ) {
+   TRACE( 1, "createAclGroupBitmapHint"
+                << "for tcamGroupId:" << tcamGroupId );
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   NODRA_ASSERT( !!classIdConfig );
+   TRACE( 2, "createAclGroupBitmapHint"
+                << " tcamGroupId: " << tcamGroupId << " classIdType: " << classIdConfig->classIdType() );
+   const auto quarraTcamAttr = getTcamAttr( StageType::ingressFieldProcessor );
+   NODRA_ASSERT( !!quarraTcamAttr );
+   const U8 flexibleWidth = quarraTcamAttr->aclGroupFlexibleWidthSize();
+   U8 startBit = 0;
+   U8 endBit = static_cast<U8>( flexibleWidth - 1 );
+   if ( classIdConfig->classIdType() != aclGroupFlexibleWidth ) {
+      NODRA_ASSERT( classIdConfig->classIdType() == aclGroupFixedWidth() )
+         << " for tcamGroupId: " << tcamGroupId;
+      if ( !classIdTcamGroupStatusHas( tcamGroupId ) ) {
+         reservePoolOfWidth( tcamGroupId, classIdConfig->classIdPoolWidth() );
+      }
+      NODRA_ASSERT( classIdTcamGroupStatusHas( tcamGroupId ) );
+      const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+      U8 low = quarraTcamAttr->aclGroupFixedWidthSize();
+      U8 high = 0;
+      for ( U16 poolId = 1; poolId <= classIdStatus->lastPoolNum(); ++poolId ) {
+         const auto &pool = classIdStatus->poolStatusIs( poolId );
+         if ( pool->size() == 1 ) {
+            low = std::min( low, pool->baseOffset() );
+            high = std::max( high, pool->baseOffset() );
+         } else if ( pool->size() > 1 ) {
+            NODRA_ASSERT( classIdStatus->lastPoolNum() == 1 &&
+                          "more than 1 pool is needed only while using bitwise allocation" );
+            low = pool->baseOffset();
+            high = static_cast<U8>( pool->baseOffset() + pool->size() - 1 );
+         }
+      }
+      startBit = static_cast<U8>( low + flexibleWidth );
+      endBit = static_cast<U8>( high + flexibleWidth );
+   }
+   NODRA_ASSERT( endBit <=
+                 quarraTcamAttr->aclGroupFlexibleWidthSize() + quarraTcamAttr->aclGroupFixedWidthSize() );
+   NODRA_ASSERT( startBit <= endBit );
+   TRACE( 2, "createAclGroupBitmapHint"
+                << "for tcamGroupId: " << tcamGroupId << "startBit: " << startBit << " endBit: " << endBit );
+   return { startBit, endBit };
+}
+
+} // namespace QuarraTcam

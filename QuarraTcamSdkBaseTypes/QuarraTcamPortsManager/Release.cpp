@@ -1,0 +1,109 @@
+#include "Nodra/Assert.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
+
+namespace QuarraTcam {
+
+bool QuarraTcamPortsManager::clearClassIdAndIntfGroup( TcamGroupId tcamGroupId, const RequestKey &requestKey,
+                                                       U32 entryId ) {
+   TRACE( 1, "clearClassIdAndIntfGroup"
+                << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey
+                << " EntryId: " << entryId );
+   if ( !classIdTcamGroupStatusHas( tcamGroupId ) ) {
+      return true;
+   }
+   NODRA_ASSERT( classIdTcamGroupStatusHas( tcamGroupId ) );
+   const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   if ( classIdStatus->requestStatusHas( requestKey ) ) {
+      NODRA_ASSERT( !!classIdStatus->requestStatus( requestKey )->intfGroup() );
+      return clearClassId( tcamGroupId, requestKey, entryId );
+   }
+   TRACE( 2, "clearClassIdAndIntfGroup"
+                << " TcamGroupId: " << tcamGroupId << " EntryId: " << entryId
+                << " hasn't any classId allocated, "
+                << " looks like a installEntry fail " );
+   return true;
+}
+
+bool QuarraTcamPortsManager::clearClassId( TcamGroupId tcamGroupId, const RequestKey &requestKey,
+                                           U32 entryId ) {
+   TRACE( 1, "clearClassId"
+                << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey
+                << " EntryId: " << entryId );
+   NODRA_ASSERT( classIdTcamGroupStatusHas( tcamGroupId ) );
+   const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   NODRA_ASSERT( classIdStatus->poolStatuss() );
+   NODRA_ASSERT( classIdStatus->requestStatusHas( requestKey ) );
+   NODRA_ASSERT( classIdStatus->requestStatus( requestKey )->entryRefHas( entryId ) );
+   NODRA_ASSERT( classIdStatus->lastPoolNum() );
+   NODRA_ASSERT( !!classIdStatus->requestStatus( requestKey )->intfGroup() );
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   NODRA_ASSERT( !!classIdConfig );
+   NODRA_ASSERT( classIdConfig->classIdType() != classIdInvalid() );
+   maybeFreeClassId( tcamGroupId, requestKey, entryId );
+   maybeFreeClassIdPool( tcamGroupId, requestKey );
+   return true;
+}
+
+// The order matters: the index forgets the key first, the chip is cleared while the key still knows its class
+// ID and ports, then the class ID goes back, and only then is the key forgotten.
+bool QuarraTcamPortsManager::maybeFreeClassId( TcamGroupId tcamGroupId, const RequestKey &requestKey,
+                                               U32 entryId ) {
+   TRACE( 1, "maybeFreeClassId"
+                << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey
+                << " EntryId: " << entryId );
+   NODRA_ASSERT( classIdTcamGroupStatusHas( tcamGroupId ) );
+   const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   NODRA_ASSERT( !!classIdConfig );
+   const auto requestStatus = classIdStatus->requestStatus( requestKey );
+   NODRA_ASSERT( !!requestStatus );
+   requestStatus->entryRefDel( entryId );
+   if ( !requestStatus->entryRefs() ) {
+      NODRA_ASSERT( !QuarraTcam::isSystemAclGroup( tcamGroupId ) );
+      TRACE(
+         2, "Ref count of tcam entries to classId is 0 now, clear acl group table and release the class Id" );
+      const auto &intfGroup = requestStatus->intfGroup();
+      if ( classIdStatus->intfGroupHashToIntfGroupInfoHas( intfGroup->hash() ) ) {
+         deleteIntfGroupFromIntfGroupInfo( tcamGroupId, requestKey, intfGroup );
+      }
+      unprogram( tcamGroupId, requestKey, entryId );
+      const U16 poolId = requestStatus->poolId();
+      NODRA_ASSERT( classIdStatus->poolStatusHas( poolId ) );
+      const auto &pool = classIdStatus->poolStatus( poolId );
+      pool->classIdPoolEnq( requestStatus->classId() );
+      TRACE( 2, "num classId's:" << pool->classIdPools() );
+      classIdStatus->requestStatusDel( requestKey );
+   } else if ( requestStatus->entryRefs() == 1 && requestStatus->entryRefHas( INVALID_ENTRY_ID ) ) {
+      // Reserved at start-up: the key and its class ID stay.
+      NODRA_ASSERT( QuarraTcam::isSystemAclGroup( tcamGroupId ) || isSourceTrunkMapGroup( tcamGroupId ) );
+      TRACE( 2, " Ref count of tcam entries to class id is 1 with only invalid entry pointing to class id, "
+                "clear acl "
+                "group table only" );
+      NODRA_ASSERT( classIdConfig->allocationType() == allocateOnInit() );
+      unprogram( tcamGroupId, requestKey, entryId );
+   }
+   return true;
+}
+
+// Programs an empty interface group: takes the class ID off every port that carries it.
+void QuarraTcamPortsManager::unprogram( TcamGroupId tcamGroupId, const RequestKey &requestKey, U32 entryId ) {
+   const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   switch ( getClassIdInfoForTcamGroup( tcamGroupId )->classIdType().value() ) {
+   case aclGroupFlexibleWidth.value():
+   case aclGroupFixedWidth.value():
+      NODRA_ASSERT( programAclGroupClassId( tcamGroupId, requestKey, entryId, intfGroupInfoFactory() ) );
+      break;
+   case ifpSourceTrunkMap.value():
+   case vfpSourceTrunkMap.value():
+      NODRA_ASSERT(
+         programSourceTrunkMapClassId( tcamGroupId, requestKey, entryId, intfGroupInfoFactory() ) );
+      break;
+   default:
+      break;
+   }
+   NODRA_ASSERT( !classIdStatus->requestStatus( requestKey )->intfGroup()->portIds() );
+   NODRA_ASSERT( !classIdStatus->requestStatus( requestKey )->intfGroup()->ethernet() );
+}
+
+} // namespace QuarraTcam

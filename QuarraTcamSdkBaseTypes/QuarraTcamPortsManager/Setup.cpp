@@ -1,0 +1,77 @@
+#include "Nodra/Assert.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
+#include "Sdk/SdkShim.h"
+
+namespace QuarraTcam {
+
+Nodra::TraceHandle portsManagerTrace( "QuarraTcamPortsManager" );
+
+QuarraTcamPortsManager::Ptr quarraTcamPortsManagerFactory( const std::string &name ) {
+   return std::make_shared<QuarraTcamPortsManager>( name );
+}
+
+const QuarraTcamPortsManager::Ptr &getQuarraTcamPortsManager() {
+   static const auto manager = quarraTcamPortsManagerFactory( "QuarraTcamPortsManager" );
+   return manager;
+}
+
+// The order matters: keys are registered before bitmaps exist, and class IDs are reserved in the bitmaps.
+void QuarraTcamPortsManager::doSetup() {
+   initializeSourceTrunkMap();
+   portsHelper()->initializeTcamGroupsInfo();
+   initializeHwBitmaps();
+   reserveClassIdsForSystemAcls();
+}
+
+QuarraCentral::ChipInfo QuarraTcamPortsManager::unitChipInfo() const {
+   return scsd()->quarraModId( static_cast<U16>( SdkShim->vmSingleUnit() ) ).chipInfo;
+}
+
+// A space of no bits gets no bitmap: reserving in it aborts.
+void QuarraTcamPortsManager::initializeHwBitmaps() {
+   TRACE( 1, "initializeHwBitmaps" );
+   const auto chipInfo = unitChipInfo();
+   for ( const auto type :
+         { ifpSourceTrunkMap, vfpSourceTrunkMap, aclGroupFlexibleWidth, aclGroupFixedWidth } ) {
+      const U8 size = getClassIdSize( type, chipInfo );
+      if ( size != 0 ) {
+         classIdHwStatusIs(
+            type, std::make_shared<Vesk::Bitmap>( type.value(), size, Vesk::HBitmap::BitState::clear ) );
+      }
+   }
+}
+
+void QuarraTcamPortsManager::reserveClassIdsForSystemAcls() {
+   TRACE( 1, "reserveClassIdsForSystemAcls" );
+   for ( const auto tcamGroupId : getTcamGroups() ) {
+      if ( isSystemAclGroup( tcamGroupId ) || isSourceTrunkMapGroup( tcamGroupId ) ) {
+         reserveClassIdForSystemAclGroup( tcamGroupId );
+      }
+   }
+}
+
+void QuarraTcamPortsManager::reserveClassIdForSystemAclGroup( TcamGroupId tcamGroupId ) {
+   TRACE( 1, "reserveClassIdForSystemAclGroup"
+                << " TcamGroupId: " << tcamGroupId );
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   NODRA_ASSERT( !!classIdConfig );
+   NODRA_ASSERT( QuarraTcam::isSystemAclGroup( tcamGroupId ) || isSourceTrunkMapGroup( tcamGroupId ) );
+   NODRA_ASSERT( classIdConfig->allocationType() == allocateOnInit() );
+   struct RequestIter {
+      const RequestKey &item;
+      const RequestKey &key() const { return item; }
+   };
+   for ( const auto &[ requestKey, flag ] : classIdConfig->requestKey() ) {
+      const RequestIter requestIter{ requestKey };
+      NODRA_ASSERT( reserveClassId( tcamGroupId, requestIter.key(), INVALID_ENTRY_ID ) );
+   }
+}
+
+ClassIdType QuarraTcamPortsManager::getClassIdTypeForGroup( TcamGroupId tcamGroupId ) {
+   TRACE( 1, "getClassIdTypeForGroup"
+                << " TcamGroupId: " << tcamGroupId );
+   return portsHelper()->getClassIdTypeForGroup( tcamGroupId );
+}
+
+} // namespace QuarraTcam

@@ -1,0 +1,59 @@
+#include "Nodra/Assert.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManagerTypes.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManagerTypes/Trace.h"
+#include "Zev/Hash.h"
+
+namespace QuarraTcam {
+
+Nodra::TraceHandle portsManagerTypesTrace( "QuarraTcamPortsManagerTypes" );
+
+// The ports in ascending order, then the flag: equal contents are mixed in the same order.
+U32 IntfGroupInfo::hash() const {
+   Zev::Hash hash;
+   for ( const auto &port : portId() ) {
+      hash.mix( port.hash( 0 ) );
+   }
+   hash.mixByte( ethernet() );
+   return hash.value();
+}
+
+bool IntfGroupInfo::isEqual( const PtrConst &other ) const {
+   NODRA_ASSERT( !!other && "Invalid IntfGroupInfo" );
+   return portId() == other->portId() && ethernet() == other->ethernet();
+}
+
+void IntfGroupInfo::deepCopy( const PtrConst &other ) {
+   NODRA_ASSERT( !!other && "Invalid IntfGroupInfo" );
+   portId_ = other->portId();
+   ethernetIs( other->ethernet() );
+}
+
+bool IntfGroupInfo::isEmpty() const {
+   return !portIds() && !ethernet();
+}
+
+void IntfGroupInfo::dumpTrace() const {
+   TRACE( 4, "   interfaces : " );
+   for ( const auto &port : portId() ) {
+      TRACE( 4, "   " << port );
+   }
+   TRACE( 4, "   ethernet : " << ethernet() );
+}
+
+std::ostream &operator<<( std::ostream &out, const IntfGroupInfo &intfGroup ) {
+   out << "{";
+   for ( const auto &port : intfGroup.portId() ) {
+      out << " " << port;
+   }
+   return out << ( intfGroup.ethernet() ? " ethernet }" : " }" );
+}
+
+IntfGroupInfo::Ptr intfGroupInfoFactory() {
+   return std::make_shared<IntfGroupInfo>();
+}
+
+IntfGroupHashToIntfGroupInfo::Ptr intfGroupHashToIntfGroupInfoFactory( U32 intfGroupHash ) {
+   return std::make_shared<IntfGroupHashToIntfGroupInfo>( intfGroupHash );
+}
+
+} // namespace QuarraTcam

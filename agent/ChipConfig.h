@@ -1,0 +1,49 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "QuarraCentral/QuarraModPort.h"
+#include "agent/Variants.h"
+
+namespace QuarraAgent {
+
+using namespace Nodra::Types;
+
+// An interface of the switch and the chip port behind it.
+struct ChipPort {
+   std::string intf;
+   QuarraCentral::QuarraModPort port;
+};
+
+// A chip as the agent is told of it.
+struct ChipConfig {
+   std::string profile;
+   U8 flexibleBits = 0;       // flexible-width part of the ACL-group value
+   U8 fixedBits = 0;          // fixed-width part
+   U8 sourceTrunkMapBits = 0; // class-ID field of a source-trunk-map word
+   U8 portBits = 0;           // bits of a system port's number
+   U32 tcamRowBits = 0;       // key bits of one TCAM row
+   U32 ruleBits = 0;          // key bits that a rule takes for its own fields, without ports
+   U32 portBitmapBits = 0;    // key bits of a port bitmap
+   std::vector<ChipPort> ports;
+   std::vector<QuarraCentral::QuarraModPort> cpuPorts;
+};
+
+// The chips shipped, by profile name; the first one of a generation is its default. Their ports are all the
+// ports of the chip but the CPU's, port 0.
+struct ChipProfileRow {
+   SdkGeneration generation;
+   ChipConfig config;
+   std::string description;
+};
+const std::vector<ChipProfileRow> &chipProfiles();
+const ChipConfig &defaultChip( SdkGeneration generation );
+
+// Interface name of a port that nobody named: "Port5", "Port2/5" outside module 0.
+std::string portName( const QuarraCentral::QuarraModPort &port );
+
+// Throws RequestRefused with code "badChip" when the chip cannot be one of this generation.
+void checkChip( SdkGeneration generation, const ChipConfig &config );
+
+} // namespace QuarraAgent

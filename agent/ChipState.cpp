@@ -1,0 +1,75 @@
+#include "agent/ChipState.h"
+
+#include "QuarraTcam/QuarraTcamCommonData.h"
+#include "Sdk/SdkShim.h"
+#include "Vesk/UniqueId.h"
+
+namespace QuarraAgent {
+namespace {
+
+using namespace QuarraCentral;
+using QuarraTypes::QuarraPort;
+
+// Model numbers by generation; 0 would be no chip.
+ChipInfo chipInfoOf( SdkGeneration generation ) {
+   return { static_cast<U16>( generation == SdkGeneration::sdk6 ? 6 : 7 ), 1 };
+}
+
+Nodra::PtrConst<ChipProfile> profileOf( SdkGeneration generation, const ChipConfig &config ) {
+   auto tcam = std::make_shared<QuarraTcam::QuarraTcamFeatureAttributes>();
+   tcam->aclGroupFlexibleWidthSizeIs( config.flexibleBits );
+   tcam->aclGroupFixedWidthSizeIs( config.fixedBits );
+   tcam->sourceTrunkMapClassIdSizeIs( config.sourceTrunkMapBits );
+   auto profile = std::make_shared<ChipProfile>();
+   profile->nameIs( config.profile );
+   profile->tcamFeatureAttributesIs( tcam );
+   if ( generation == SdkGeneration::hsdk ) {
+      auto common = std::make_shared<QuarraCommon::QuarraCommonFeatureAttributes>();
+      common->portBitsIs( config.portBits );
+      common->maxInterfacesPerSwitchChipIs( U32{ 1 } << config.portBits );
+      profile->commonFeatureAttributesIs( common );
+   }
+   return profile;
+}
+
+} // namespace
+
+QuarraTcam::Scsd bringUpChip( const Variant &variant, const ChipConfig &config ) {
+   const auto chipInfo = chipInfoOf( variant.generation );
+   activeChipProfileIs( chipInfo, profileOf( variant.generation, config ) );
+   quarraAttributes()->chipAttributesIs( chipInfo, std::make_shared<ChipAttributes>() );
+   const auto &common = QuarraTcam::getQuarraTcamCommonData();
+   common->chipInfoIs( chipInfo );
+   common->simulationIs( variant.twin );
+
+   auto scsd = std::make_shared<Quarra::QuarraCommonSmData>();
+   const auto unit = static_cast<U16>( SdkShim->vmSingleUnit() );
+   const U16 modId = config.ports.empty() ? U16{ 0 } : config.ports.front().port.modId().value();
+   scsd->quarraModIdIs( unit, { chipInfo, modId } );
+   for ( const auto &port : config.ports ) {
+      const auto module = port.port.modId();
+      const QuarraPort chipPort( module.value(), 0, port.port.port(), 0 );
+      const Ivrel::IntfId intf( port.intf );
+      scsd->quarraModIdToUnitIs( module, unit );
+      scsd->quarraIntfToPortIs( intf, chipPort );
+      scsd->quarraIntfToPortCacheIs( intf, chipPort );
+      scsd->quarraIntfToAclGroupKeyIs( intf, port.port.port() );
+      scsd->quarraIntfToAclGroupKeyCacheIs( intf, port.port.port() );
+      scsd->quarraPortToIntfIs( chipPort, intf );
+   }
+   for ( const auto &port : config.cpuPorts ) {
+      const auto module = port.modId();
+      scsd->quarraModIdToUnitIs( module, unit );
+      scsd->quarraIntfToCpuPortIs( Ivrel::IntfId( "Cpu" + std::to_string( port.port() ) ),
+                                   QuarraPort( module.value(), 0, port.port(), 0 ) );
+      scsd->quarraCpuModPortIs( { module.value(), port.port() } );
+   }
+   return scsd;
+}
+
+void forgetEarlierAgents() {
+   QuarraTcam::classIdTcamGroupsInfo.clear();
+   Vesk::UniqueId::restart();
+}
+
+} // namespace QuarraAgent

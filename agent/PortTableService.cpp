@@ -1,0 +1,23 @@
+#include "agent/PortTableService.h"
+
+#include <unordered_set>
+
+#include "Sdk/SdkCall.h"
+#include "agent/Trace.h"
+
+namespace QuarraAgent {
+
+void PortTableService::drain() {
+   std::unordered_set<U64> written;
+   const int unit = SdkShim->vmSingleUnit();
+   for ( const auto &key : directory_->takePosted() ) {
+      if ( !written.insert( key.packed() ).second ) {
+         continue;
+      }
+      const U32 value = directory_->request( key );
+      SDK_CALL( SdkShim->portTableSet( unit, key.table(), key.port(), value ) );
+      ++wordsWritten_;
+   }
+}
+
+} // namespace QuarraAgent

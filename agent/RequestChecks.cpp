@@ -1,0 +1,273 @@
+#include "agent/RequestChecks.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "Nodra/Text.h"
+
+namespace QuarraAgent::RequestChecks {
+namespace {
+
+using namespace QuarraTcam;
+using Nodra::Text;
+
+[[noreturn]] void refuse( const char *code, const Text &message ) {
+   throw RequestRefused( code, message.string() );
+}
+
+// "group 16 entry 9: "
+Text groupAndEntry( const InstallRequest &request ) {
+   Text text;
+   text << "group " << request.group << " entry " << request.entry << ": ";
+   return text;
+}
+
+U32 runBits( const ClassIdTcamGroupConfig &config ) {
+   return U32{ config.classIdNumPools() } * config.classIdPoolWidth();
+}
+
+const ClassIdTcamGroupStatus *statusOf( const QuarraTcamPortsManager &manager, TcamGroupId group ) {
+   return manager.classIdTcamGroupStatus( group ).get();
+}
+
+bool hasFreeClassId( const ClassIdTcamGroupStatus &status ) {
+   const auto &pools = status.poolStatus();
+   return std::any_of( pools.begin(), pools.end(),
+                       []( const auto &item ) { return item.second->classIdPools(); } );
+}
+
+// " 20 of 64 bits of aclGroupFlexibleWidth are free; held: group 1: 1, group 2: 4"
+std::string spaceUse( const QuarraTcamPortsManager &manager, ClassIdType type ) {
+   const auto &bitmap = *manager.classIdHwStatus( type );
+   Text text;
+   text << bitmap.size() - bitmap.count() << " of " << bitmap.size() << " bits of " << type
+        << " are free; held by";
+   std::map<TcamGroupId, U32> holders;
+   for ( const auto &[ group, status ] : manager.classIdTcamGroupStatus() ) {
+      for ( const auto &[ poolId, pool ] : status->poolStatus() ) {
+         if ( knownGroup( group ).classIdType() == type && knownGroup( group ).classIdPoolBits() == 0 ) {
+            holders[ group ] += pool->size();
+         }
+      }
+   }
+   const char *separator = " ";
+   for ( const auto &[ group, bits ] : holders ) {
+      text << separator << "group " << group << ": " << bits;
+      separator = ", ";
+   }
+   return text.string();
+}
+
+bool isOfThisChip( const ChipConfig &chip, const QuarraCentral::QuarraModPort &port ) {
+   return std::any_of( chip.ports.begin(), chip.ports.end(),
+                       [ & ]( const auto &p ) { return p.port == port; } ) ||
+          std::find( chip.cpuPorts.begin(), chip.cpuPorts.end(), port ) != chip.cpuPorts.end();
+}
+
+void spaceExists( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config ) {
+   if ( !manager.classIdHwStatusHas( config.classIdType() ) ) {
+      refuse( "noSpace", Text() << "group " << config.tcamGroupId() << ": the chip has no "
+                                << config.classIdType() << " space" );
+   }
+}
+
+} // namespace
+
+const ClassIdTcamGroupConfig &knownGroup( TcamGroupId group ) {
+   const auto item = classIdTcamGroupsInfo.find( group );
+   if ( item != classIdTcamGroupsInfo.end() ) {
+      return *item->second;
+   }
+   Text text;
+   text << "group " << group << " uses no class IDs on this chip; groups that do:";
+   for ( const auto &[ known, config ] : classIdTcamGroupsInfo ) {
+      text << " " << known;
+   }
+   refuse( "unknownGroup", text );
+}
+
+void freeEntryId( const std::map<U32, Entry> &entries, const InstallRequest &request ) {
+   if ( request.entry == INVALID_ENTRY_ID ) {
+      refuse( "entryIdInvalid", groupAndEntry( request ) << "entry ids count from 1" );
+   }
+   if ( const auto taken = entries.find( request.entry ); taken != entries.end() ) {
+      refuse( "entryTaken", groupAndEntry( request ) << "the entry is installed already, in group "
+                                                     << taken->second.request.group );
+   }
+}
+
+void knownPorts( const ChipConfig &chip, const InstallRequest &request ) {
+   if ( request.ethernet && !request.ports.empty() ) {
+      refuse( "portsAndEthernet", groupAndEntry( request )
+                                     << "an entry of all ethernet ports lists no ports, got "
+                                     << request.ports.size() );
+   }
+   for ( const auto &port : request.ports ) {
+      if ( !isOfThisChip( chip, port ) ) {
+         refuse( "unknownPort", groupAndEntry( request )
+                                   << "port " << port.port() << " of module " << port.modId()
+                                   << " is not on chip " << chip.profile << ", which has "
+                                   << chip.ports.size() << " ports and " << chip.cpuPorts.size()
+                                   << " of the CPU" );
+      }
+   }
+}
+
+void ethernetFits( const ClassIdTcamGroupConfig &config, const InstallRequest &request ) {
+   if ( request.ethernet && config.classIdPoolWidth() > 1 ) {
+      refuse( "ethernetNeedsWidthOne",
+              groupAndEntry( request )
+                 << "all ethernet ports need a class ID of one bit, the group's pools have "
+                 << config.classIdPoolWidth() );
+   }
+}
+
+void knownSystemRule( const QuarraTcamPortsManager &manager, const InstallRequest &request ) {
+   if ( !isSystemAclGroup( request.group ) ) {
+      return;
+   }
+   if ( !request.rule ) {
+      refuse( "ruleRequired", groupAndEntry( request ) << "an entry of a system group names its rule" );
+   }
+   const auto *status = statusOf( manager, request.group );
+   const auto *table = getSystemAclAttributes( manager.scsd()->quarraModId().begin()->second.chipInfo ).get();
+   const auto feature =
+      table->reservationAttr()->featureGroup( SystemAclFeatureGroupKey( request.rule->featureGroupType() ) );
+   if ( status && feature && feature->requestKeyHas( *request.rule ) &&
+        status->requestStatusHas( feature->requestKey( *request.rule ) ) ) {
+      return;
+   }
+   Text text = groupAndEntry( request );
+   text << "rule \"" << request.rule->name() << "\" of feature " << request.rule->featureGroupType()
+        << " is not reserved in the group; reserved:";
+   const char *separator = " ";
+   for ( const auto &[ key, flag ] : knownGroup( request.group ).requestKey() ) {
+      text << separator << "\"" << key.name() << "\"";
+      separator = ", ";
+   }
+   refuse( "unknownRule", text );
+}
+
+void keyCanBeReserved( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
+                       const InstallRequest &request, const RequestKey &key,
+                       const IntfGroupInfo &intfGroup ) {
+   const auto *status = statusOf( manager, request.group );
+   if ( status && status->requestStatusHas( key ) ) {
+      const auto &sameHash = status->intfGroupHashToIntfGroupInfo( intfGroup.hash() );
+      if ( sameHash && sameHash->requestKeyToIntfGroupHas( key ) &&
+           sameHash->requestKeyToIntfGroup( key )->portId() != intfGroup.portId() ) {
+         refuse( "indexCollision", groupAndEntry( request )
+                                      << "these ports have the hash of other ports that key " << key
+                                      << " had; install the entry with one port more or less" );
+      }
+      return;
+   }
+   if ( config.classIdPoolBits() != 0 ) {
+      refuse( "fixedOffsetGroup", groupAndEntry( request )
+                                     << "the group's class ID lies at bit "
+                                     << std::countr_zero( config.classIdPoolBits() )
+                                     << " and belongs to the rules reserved at start-up: name one of them" );
+   }
+   spaceExists( manager, config );
+   if ( config.classIdType() == aclGroupFixedWidth ) {
+      if ( !status ) {
+         refuse( "groupNotCreated", groupAndEntry( request )
+                                       << "a fixed-width group gets its class IDs when it is created" );
+      }
+      return;
+   }
+   const U32 size = manager.classIdHwStatus( config.classIdType() )->size();
+   if ( !( status && hasFreeClassId( *status ) ) && runBits( config ) > size + 1 ) {
+      refuse( "spaceTooNarrow", groupAndEntry( request )
+                                   << "the group takes " << runBits( config ) << " bits at once, "
+                                   << config.classIdType() << " has " << size );
+   }
+}
+
+void poolFits( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config ) {
+   spaceExists( manager, config );
+   if ( config.classIdType() != aclGroupFixedWidth || statusOf( manager, config.tcamGroupId() ) ) {
+      return; // its pools come with its entries, or are there
+   }
+   const auto &bitmap = *manager.classIdHwStatus( config.classIdType() );
+   const U32 bits = runBits( config );
+   for ( U32 first = 0; first + bits <= bitmap.size(); ++first ) {
+      if ( !bitmap.anySet( first, first + bits - 1 ) ) {
+         return;
+      }
+   }
+   refuse( "noRoom", Text() << "group " << config.tcamGroupId() << ": no run of " << bits
+                            << " bits is free: " << spaceUse( manager, config.classIdType() ) );
+}
+
+void groupCanBeDeleted( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
+                        const std::map<U32, Entry> &entries ) {
+   const auto group = config.tcamGroupId();
+   if ( isSystemAclGroup( group ) ) {
+      refuse( "systemGroup", Text() << "group " << group << " is a system group and cannot be deleted" );
+   }
+   if ( config.requestKeys() ) {
+      refuse( "groupReserved",
+              Text() << "group " << group << " holds class IDs reserved at start-up and cannot be deleted" );
+   }
+   Text users;
+   U32 count = 0;
+   for ( const auto &[ id, entry ] : entries ) {
+      if ( entry.request.group == group ) {
+         users << ( count++ ? ", " : "" ) << id;
+      }
+   }
+   if ( count ) {
+      refuse( "groupInUse",
+              Text() << "group " << group << " still has " << count << " entries: " << users.string() );
+   }
+   if ( config.classIdType() == aclGroupFixedWidth && !statusOf( manager, group ) ) {
+      refuse( "groupNotCreated", Text() << "group " << group << " was not created" );
+   }
+}
+
+void startUpFits( const ChipConfig &chip ) {
+   const std::map<ClassIdType, U32> sizes = { { ifpSourceTrunkMap, chip.sourceTrunkMapBits },
+                                              { vfpSourceTrunkMap, chip.sourceTrunkMapBits },
+                                              { aclGroupFlexibleWidth, chip.flexibleBits },
+                                              { aclGroupFixedWidth, chip.fixedBits } };
+   std::map<ClassIdType, U32> needed;
+   for ( const auto &[ group, config ] : classIdTcamGroupsInfo ) {
+      if ( config->allocationType() != allocateOnInit || !config->requestKeys() ) {
+         continue;
+      }
+      const U32 width = config->classIdPoolWidth();
+      if ( config->classIdPoolBits() != 0 ) {
+         const U32 end = static_cast<U32>( std::countr_zero( config->classIdPoolBits() ) ) + width;
+         needed[ config->classIdType() ] = std::max( needed[ config->classIdType() ], end );
+      } else {
+         const U32 perPool = ( U32{ 1 } << width ) - 1;
+         needed[ config->classIdType() ] += ( config->requestKeys() + perPool - 1 ) / perPool * width;
+      }
+   }
+   for ( const auto &[ type, bits ] : needed ) {
+      if ( bits > sizes.at( type ) ) {
+         refuse( "chipTooSmall", Text()
+                                    << "chip " << chip.profile << ": the rules reserved at start-up need "
+                                    << bits << " bits of " << type << ", the chip has " << sizes.at( type ) );
+      }
+   }
+}
+
+RequestRefused noRoom( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
+                       U32 entry ) {
+   Text text;
+   text << "group " << config.tcamGroupId() << " entry " << entry << ": no class ID is free";
+   if ( config.classIdType() == aclGroupFixedWidth ) {
+      text << ": the group's " << ( ( 1u << config.classIdPoolWidth() ) - 1 ) << " are lent to "
+           << statusOf( manager, config.tcamGroupId() )->requestStatuss()
+           << " port sets, and a fixed-width group does not grow";
+   } else {
+      text << " in the group's pools, and there is no run of " << runBits( config )
+           << ( runBits( config ) > 1 ? " bits nor a single bit for a new one: " : " bit for a new one: " )
+           << spaceUse( manager, config.classIdType() );
+   }
+   return { "noRoom", text.string() };
+}
+
+} // namespace QuarraAgent::RequestChecks

@@ -1,0 +1,146 @@
+#include "agent/TcamAgent.h"
+
+#include "QuarraTcam/QuarraTcamCommonData.h"
+#include "Sdk/SdkCall.h"
+#include "agent/ChipState.h"
+#include "agent/RequestChecks.h"
+#include "agent/SystemAclFeatures.h"
+#include "agent/Trace.h"
+
+namespace QuarraAgent {
+
+using namespace QuarraTcam;
+
+Nodra::TraceHandle agentTrace( "TcamAgent" );
+
+TcamAgent::TcamAgent( const Variant &variant, const ChipConfig &chip, QuarraTcamPortsManager::Ptr manager )
+   : variant_( variant ),
+     chip_( chip ),
+     manager_( std::move( manager ) ),
+     directory_( std::make_shared<QuarraCentral::PortTabWriteRequestDir>() ),
+     portTableService_( directory_ ) {
+   checkChip( variant.generation, chip );
+   scsd_ = bringUpChip( variant, chip );
+   const auto helper = variant.factory( scsd_ );
+   // Registering is repeated by doSetup, to no effect; the agent looks at the groups before anything is
+   // reserved.
+   helper->initializeTcamGroupsInfo();
+   RequestChecks::startUpFits( chip );
+   publishSystemAclAttributes( getQuarraTcamCommonData()->chipInfo() );
+   manager_->scsdIs( scsd_ );
+   manager_->portsHelperIs( helper );
+   manager_->sourceTrunkMapConfigIs( directory_ );
+   manager_->doSetup();
+   portTableService_.drain();
+}
+
+std::optional<QualifierHintInfo> TcamAgent::createGroup( TcamGroupId group ) {
+   TRACE( 1, "createGroup"
+                << " TcamGroupId: " << group );
+   const auto &config = RequestChecks::knownGroup( group );
+   if ( config.classIdType() == ifpSourceTrunkMap || config.classIdType() == vfpSourceTrunkMap ) {
+      return std::nullopt;
+   }
+   RequestChecks::poolFits( *manager_, config );
+   return manager_->createAclGroupBitmapHint( group );
+}
+
+void TcamAgent::deleteGroup( TcamGroupId group ) {
+   TRACE( 1, "deleteGroup"
+                << " TcamGroupId: " << group );
+   RequestChecks::groupCanBeDeleted( *manager_, RequestChecks::knownGroup( group ), entries_ );
+   // Groups other than fixed-width ones lost their pools with their last entry.
+   if ( manager_->classIdTcamGroupStatusHas( group ) ) {
+      manager_->clearClassIdPool( group );
+   }
+}
+
+// A source-trunk-map word is written port by port, so there all ethernet ports are spelled out.
+IntfGroupInfo::PtrConst TcamAgent::intfGroupOf( const InstallRequest &request ) const {
+   const auto type = RequestChecks::knownGroup( request.group ).classIdType();
+   if ( request.ethernet && ( type == ifpSourceTrunkMap || type == vfpSourceTrunkMap ) ) {
+      return manager_->getIntfGroupFromPbmp( request.group, getPbmpEAll( scsd_ ), false );
+   }
+   auto profile = std::make_shared<IntfProfile>();
+   profile->allEthernetIs( request.ethernet );
+   for ( const auto &port : request.ports ) {
+      profile->portIdIs( port );
+   }
+   return manager_->getIntfGroupFromIntfProfile( profile );
+}
+
+// A rule that was reserved at start-up has its key; every other entry goes by its interface group.
+RequestKey TcamAgent::keyOf( const InstallRequest &request, const IntfGroupInfo::PtrConst &intfGroup ) const {
+   const auto ruleId = request.rule.value_or( RuleId( featureOf( request.group ), "" ) );
+   if ( !isSystemAclGroup( request.group ) && request.rule ) {
+      RequestKey key( ruleId.name(), 0, ruleId.name() );
+      if ( RequestChecks::knownGroup( request.group ).requestKeyHas( key ) ) {
+         return key;
+      }
+   }
+   return manager_->getRequestKey( request.group, request.entry, ruleId, intfGroup );
+}
+
+Installed TcamAgent::install( const InstallRequest &request ) {
+   TRACE( 1, "install"
+                << " TcamGroupId: " << request.group << " EntryId: " << request.entry );
+   const auto &config = RequestChecks::knownGroup( request.group );
+   RequestChecks::freeEntryId( entries_, request );
+   RequestChecks::knownPorts( chip_, request );
+   RequestChecks::ethernetFits( config, request );
+   RequestChecks::knownSystemRule( *manager_, request );
+   const auto intfGroup = intfGroupOf( request );
+   const auto key = keyOf( request, intfGroup );
+   RequestChecks::keyCanBeReserved( *manager_, config, request, key, *intfGroup );
+
+   if ( !manager_->reserveClassIdForIntfGroup( request.group, key, request.entry, intfGroup ) ) {
+      throw RequestChecks::noRoom( *manager_, config, request.entry );
+   }
+   manager_->programClassIdForIntfGroup( request.group, key, request.entry, intfGroup );
+   portTableService_.drain();
+   const int unit = SdkShim->vmSingleUnit();
+   const U32 entry = request.entry;
+   SDK_CALL( SdkShim->fieldEntryCreate( unit, entry ) );
+   auto installed = describe( request, key );
+   manager_->programClassIdQualifierInHw( static_cast<U32>( unit ), request.group, entry,
+                                          installed.qualifier );
+   entries_.emplace( entry, Entry{ request, key } );
+   return installed;
+}
+
+Installed TcamAgent::describe( const InstallRequest &request, const RequestKey &key ) const {
+   const auto &status = manager_->classIdTcamGroupStatus( request.group );
+   const auto &requestStatus = status->requestStatus( key );
+   const auto &pool = status->poolStatus( requestStatus->poolId() );
+   return { key,
+            requestStatus->classId(),
+            requestStatus->poolId(),
+            pool->baseOffset(),
+            pool->size(),
+            manager_->getClassId( request.group, key, request.entry ) };
+}
+
+// The entry goes before its class ID does, so that it never matches what the class ID stands for next.
+void TcamAgent::remove( TcamGroupId group, U32 entry ) {
+   TRACE( 1, "remove"
+                << " TcamGroupId: " << group << " EntryId: " << entry );
+   RequestChecks::knownGroup( group );
+   const auto item = entries_.find( entry );
+   if ( item == entries_.end() || item->second.request.group != group ) {
+      Nodra::Text text;
+      text << "group " << group << " entry " << entry << ": no such entry is installed";
+      if ( item != entries_.end() ) {
+         text << " there; it is in group " << item->second.request.group;
+      }
+      throw RequestRefused( "unknownEntry", text.string() );
+   }
+   const auto ruleId = item->second.request.rule.value_or( RuleId( featureOf( group ), "" ) );
+   const auto key = manager_->getRequestKeyForEntryId( group, entry, ruleId );
+   const int unit = SdkShim->vmSingleUnit();
+   SDK_CALL( SdkShim->fieldEntryDestroy( unit, entry ) );
+   manager_->clearClassIdAndIntfGroup( group, key, entry );
+   portTableService_.drain();
+   entries_.erase( item );
+}
+
+} // namespace QuarraAgent

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <map>
+#include <optional>
+
+#include "QuarraTcam/SystemAclAttributes.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
+#include "agent/ChipConfig.h"
+#include "agent/PortTableService.h"
+#include "agent/RequestRefused.h"
+
+// The reference TCAM agent: creates and deletes groups and installs and removes entries through the manager's
+// public operations. The library aborts on a broken invariant; the agent checks every request first, so that
+// none can break one, and refuses it with RequestRefused (docs/tool.md lists the codes). After a refusal
+// everything is as it was. Main thread only.
+namespace QuarraAgent {
+
+using QuarraTcam::TcamGroupId;
+
+// What a caller asks of an entry. Ports and `ethernet` exclude each other; no port at all means no port.
+struct InstallRequest {
+   TcamGroupId group;
+   U32 entry = 0;
+   std::vector<QuarraCentral::QuarraModPort> ports;
+   bool ethernet = false;                  // all ethernet ports
+   std::optional<QuarraTcam::RuleId> rule; // needed in system groups
+};
+
+// An installed entry: what was asked, the key that holds its class ID, and the class ID's place.
+struct Entry {
+   InstallRequest request;
+   QuarraTcam::RequestKey key;
+};
+
+struct Installed {
+   QuarraTcam::RequestKey key;
+   U16 classId = 0;
+   U16 poolId = 0;
+   U8 baseOffset = 0;
+   U8 poolWidth = 0;
+   QuarraTcam::BitmapQualifier::PtrConst qualifier;
+};
+
+class TcamAgent {
+ public:
+   // Brings the chip up and the manager from empty to ready. The manager must be new; the SDK shim installed.
+   // Throws RequestRefused ("badChip", "chipTooSmall") when the chip cannot hold what is reserved at
+   // start-up.
+   TcamAgent( const Variant &variant, const ChipConfig &chip,
+              QuarraTcam::QuarraTcamPortsManager::Ptr manager );
+
+   // The bits of the ACL-group value that the group's qualifiers cover; none for source-trunk-map groups. May
+   // be asked again of a group that exists. Groups other than fixed-width ones need not be created before
+   // their first entry.
+   std::optional<QuarraTcam::QualifierHintInfo> createGroup( TcamGroupId group );
+
+   // Refused while the group has entries. A group that is created again starts afresh.
+   void deleteGroup( TcamGroupId group );
+
+   Installed install( const InstallRequest &request );
+   void remove( TcamGroupId group, U32 entry );
+
+   const Variant &variant() const { return variant_; }
+   const ChipConfig &chip() const { return chip_; }
+   const QuarraTcam::Scsd &scsd() const { return scsd_; }
+   QuarraTcam::QuarraTcamPortsManager &manager() const { return *manager_; }
+   const std::map<U32, Entry> &entries() const { return entries_; }
+   U64 portTableWordsWritten() const { return portTableService_.wordsWritten(); }
+
+ private:
+   QuarraTcam::IntfGroupInfo::PtrConst intfGroupOf( const InstallRequest &request ) const;
+   QuarraTcam::RequestKey keyOf( const InstallRequest &request,
+                                 const QuarraTcam::IntfGroupInfo::PtrConst &intfGroup ) const;
+   Installed describe( const InstallRequest &request, const QuarraTcam::RequestKey &key ) const;
+
+   const Variant &variant_;
+   ChipConfig chip_;
+   QuarraTcam::Scsd scsd_;
+   QuarraTcam::QuarraTcamPortsManager::Ptr manager_;
+   Nodra::Ptr<QuarraCentral::PortTabWriteRequestDir> directory_;
+   PortTableService portTableService_;
+   std::map<U32, Entry> entries_; // by entry id, which is unique on the chip
+};
+
+} // namespace QuarraAgent

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Nodra/Text.h"
+
+namespace Nodra {
+
+// Collects what is streamed behind a failed assertion, prints one line on standard error and aborts:
+// source path, ":", line, ": ", function signature, ": assertion failed: ", expression, message.
+class AssertionFailure {
+ public:
+   AssertionFailure( const char *file, int line, const char *function, const char *expression );
+   AssertionFailure( const AssertionFailure & ) = delete;
+   AssertionFailure &operator=( const AssertionFailure & ) = delete;
+   [[noreturn]] ~AssertionFailure();
+
+   template <typename T>
+   AssertionFailure &operator<<( const T &value ) {
+      message_ << value;
+      return *this;
+   }
+
+ private:
+   const char *file_;
+   int line_;
+   const char *function_;
+   const char *expression_;
+   Text message_;
+};
+
+} // namespace Nodra
+
+// An invariant: holds, or the process aborts with the text of the expression. Never compiled out, so an
+// operation that must succeed may stand inside. A message may follow: NODRA_ASSERT( x ) << " for tcamGroupId:
+// " << id;
+#define NODRA_ASSERT( ... )                                                                                  \
+   if ( static_cast<bool>( __VA_ARGS__ ) ) [[likely]] {                                                      \
+   } else                                                                                                    \
+      Nodra::AssertionFailure( __FILE__, __LINE__, __PRETTY_FUNCTION__, #__VA_ARGS__ )

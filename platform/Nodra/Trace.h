@@ -1,0 +1,102 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Nodra/Text.h"
+#include "Nodra/Types.h"
+
+// Leveled tracing. Each unit has one handle with ten levels, all off at first. The environment variable
+// QUARRA_TRACE, or traceLevelsIs, turns levels on: "QuarraTcamPortsManager/0-3,QuarraTcamPorts/8"; "*" stands
+// for every handle. Main thread only.
+namespace Nodra {
+
+class TraceHandle {
+ public:
+   static constexpr unsigned maxLevel = 9;
+
+   // `name` must outlive the process's last trace (a literal).
+   explicit TraceHandle( const char *name );
+   TraceHandle( const TraceHandle & ) = delete;
+   TraceHandle &operator=( const TraceHandle & ) = delete;
+
+   const char *name() const { return name_; }
+   bool isOn( unsigned level ) const { return ( levels_ >> level ) & 1u; }
+   void levelsIs( Types::U16 levels ) { levels_ = levels; }
+   Types::U16 levels() const { return levels_; }
+
+ private:
+   const char *name_;
+   Types::U16 levels_ = 0; // bit n: level n is on
+};
+
+// Turns levels on as `settings` says. Returns an empty string, or what is wrong with it (nothing has changed
+// then). A handle that does not exist (yet) is an error unless `ignoreUnknown`.
+std::string traceLevelsIs( std::string_view settings, bool ignoreUnknown = false );
+void traceLevelsDelAll();
+
+// Names of all handles, in alphabetical order.
+std::vector<std::string> traceHandles();
+
+// Where lines go: standard error at first.
+class TraceSink {
+ public:
+   virtual ~TraceSink() = default;
+   virtual void line( const TraceHandle &handle, unsigned level, const std::string &text ) = 0;
+};
+
+// Installs a sink and returns the one before; null means standard error. The caller keeps ownership.
+TraceSink *traceSinkIs( TraceSink *sink );
+
+// Keeps the lines in memory while it lives, for tests and tools: installs itself, and restores the sink
+// before it.
+class MemoryTrace : public TraceSink {
+ public:
+   struct Line {
+      std::string handle;
+      unsigned level;
+      std::string text;
+   };
+
+   MemoryTrace();
+   ~MemoryTrace() override;
+   MemoryTrace( const MemoryTrace & ) = delete;
+   MemoryTrace &operator=( const MemoryTrace & ) = delete;
+
+   void line( const TraceHandle &handle, unsigned level, const std::string &text ) override;
+   const std::vector<Line> &lines() const { return lines_; }
+   bool has( std::string_view text ) const; // a line whose text is exactly this
+
+ private:
+   TraceSink *before_;
+   std::vector<Line> lines_;
+};
+
+// Appends lines to a file while it lives; installs and restores like MemoryTrace.
+class FileTrace : public TraceSink {
+ public:
+   explicit FileTrace( const std::string &path ); // throws std::runtime_error when the file cannot be opened
+   ~FileTrace() override;
+   FileTrace( const FileTrace & ) = delete;
+   FileTrace &operator=( const FileTrace & ) = delete;
+
+   void line( const TraceHandle &handle, unsigned level, const std::string &text ) override;
+
+ private:
+   std::FILE *file_;
+   TraceSink *before_;
+};
+
+void traceLine( const TraceHandle &handle, unsigned level, const std::string &text );
+
+} // namespace Nodra
+
+// Traces at `level`; the text, a chain of values joined by <<, is only built when the level is on.
+#define NODRA_TRACE( handle, level, text )                                                                   \
+   if ( !( handle ).isOn( level ) ) [[likely]] {                                                             \
+   } else                                                                                                    \
+      Nodra::traceLine( handle, level, ( Nodra::Text() << text ).string() )
+
+// The same through the handle of the unit that the source belongs to, which is in scope as `unitTrace`.
+#define TRACE( level, text ) NODRA_TRACE( unitTrace, level, text )

@@ -1,0 +1,26 @@
+#include "Sdk/SdkCall.h"
+
+#include <cstdio>
+
+#include "Nodra/Assert.h"
+
+Sdk::Shim *SdkShim = nullptr;
+
+namespace Sdk {
+
+int traceCall( const Nodra::TraceHandle &handle, const CallSite &site, int code ) {
+   NODRA_TRACE( handle, 4, site.file << ":" << site.line << " " << site.text << " (rc:" << code << ")" );
+   return code;
+}
+
+void checkCall( const Nodra::TraceHandle &handle, const CallSite &site, int code ) {
+   if ( code < 0 ) {
+      std::fprintf( stderr, "%s:%d %s API ERROR:%s (%d)\n", site.file, site.line, site.text,
+                    ::SdkShim->errorText( code ), code );
+      ::SdkShim->errorHook( code );
+      Nodra::AssertionFailure( site.file, site.line, site.function, "0" );
+   }
+   traceCall( handle, site, code );
+}
+
+} // namespace Sdk

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Nodra/Locks.h"
+#include "Nodra/Trace.h"
+#include "Sdk/SdkShim.h"
+
+// The one door to the SDK. A negative return code is fatal: one line on standard error, the shim's error
+// hook, abort.
+namespace Sdk {
+
+struct CallSite {
+   const char *file;
+   int line;
+   const char *function;
+   const char *text;
+};
+
+// Traces the return code of a call and gives it back.
+int traceCall( const Nodra::TraceHandle &handle, const CallSite &site, int code );
+
+// The same, but a negative code aborts the process.
+void checkCall( const Nodra::TraceHandle &handle, const CallSite &site, int code );
+
+// Makes a call with the agent's locks released for its time.
+template <typename Call>
+int callUnlocked( Call call ) {
+   ::SdkShim->preCall();
+   const Nodra::LocksReleased released;
+   return call();
+}
+
+} // namespace Sdk
+
+#define SDK_CALL_SITE( ... )                                                                                 \
+   Sdk::CallSite {                                                                                           \
+      __FILE__, __LINE__, __PRETTY_FUNCTION__, #__VA_ARGS__                                                  \
+   }
+
+// Makes an SDK call that must succeed. Traces through the unit's handle, `unitTrace`.
+#define SDK_CALL( ... )                                                                                      \
+   Sdk::checkCall( unitTrace, SDK_CALL_SITE( __VA_ARGS__ ),                                                  \
+                   Sdk::callUnlocked( [ & ] { return __VA_ARGS__; } ) )
+
+// Makes an SDK call that may fail, and gives its return code.
+#define SDK_TRY( ... )                                                                                       \
+   Sdk::traceCall( unitTrace, SDK_CALL_SITE( __VA_ARGS__ ),                                                  \
+                   Sdk::callUnlocked( [ & ] { return __VA_ARGS__; } ) )

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Nodra/Ptr.h"
+#include "Nodra/Types.h"
+
+namespace Vesk {
+
+using namespace Nodra::Types;
+
+namespace HBitmap {
+
+// How the bits of a new bitmap read. The value 1 means clear: callers that pass the bare number rely on it.
+enum class BitState : U8 { set = 0, clear = 1 };
+
+} // namespace HBitmap
+
+// A bitmap of a fixed number of bits. A bit or range outside of it aborts; ranges are inclusive.
+class Bitmap {
+ public:
+   using Ptr = Nodra::Ptr<Bitmap>;
+   using PtrConst = Nodra::PtrConst<Bitmap>;
+
+   Bitmap( U64 id, U32 size, HBitmap::BitState state );
+
+   U64 id() const { return id_; }
+   U32 size() const { return size_; }
+
+   bool test( U32 bit ) const;
+   void set( U32 bit ) { rangeSet( bit, bit ); }
+   void clear( U32 bit ) { rangeClear( bit, bit ); }
+   void rangeSet( U32 first, U32 last );
+   void rangeClear( U32 first, U32 last );
+
+   // Number of set bits, in a range or in all of the bitmap.
+   U32 count( U32 first, U32 last ) const;
+   U32 count() const { return size_ ? count( 0, size_ - 1 ) : 0; }
+   bool anySet( U32 first, U32 last ) const;
+
+   // Takes over the bits of `other`, which must have the same size.
+   void copyFrom( const Bitmap &other );
+
+   std::vector<U32> setBits() const; // in rising order
+   bool operator==( const Bitmap &other ) const { return size_ == other.size_ && words_ == other.words_; }
+
+   // "0x" and the value as hexadecimal digits, bit 0 the lowest, without leading zeros: "0x28".
+   std::string hex() const;
+
+ private:
+   template <typename Action>
+   void eachWord( U32 first, U32 last, Action action ) const;
+
+   U64 id_;
+   U32 size_;
+   std::vector<U64> words_;
+};
+
+} // namespace Vesk

@@ -1,0 +1,122 @@
+#include "simulator/LogicalTables.h"
+
+#include <algorithm>
+
+#include "Nodra/Text.h"
+#include "simulator/ReturnCode.h"
+
+namespace QuarraSimulator {
+namespace {
+
+constexpr FieldLayout systemPortFields[] = {
+   { "SYSTEM_SOURCE", 16 },        { "ACL_GROUP_BITMAP", 32 },     { "ACL_GROUP_CLASS_ID_0", 16 },
+   { "ACL_GROUP_CLASS_ID_1", 16 }, { "ACL_GROUP_CLASS_ID_2", 16 }, { "ACL_GROUP_CLASS_ID_3", 16 },
+   { "ACL_GROUP_CLASS_ID_4", 16 }, { "ACL_GROUP_CLASS_ID_5", 16 }, { "ACL_GROUP_CLASS_ID_6", 16 },
+   { "ACL_GROUP_CLASS_ID_7", 16 },
+};
+
+constexpr TableLayout systemPortLayout = { "ING_SYSTEM_PORT_TABLE", systemPortFields };
+
+// In the order of opcodeNumbers.
+constexpr int ( LogicalTable::*exchanges[] )( WorkingCopy & ) = {
+   &LogicalTable::lookup,
+   &LogicalTable::insert,
+   &LogicalTable::update,
+};
+
+} // namespace
+
+LogicalTables::LogicalTables( U32 systemPorts ) : tables_{ { systemPortLayout, systemPorts } } {}
+
+int LogicalTables::allocate( const char *table, bcmlt_entry_handle_t *entry ) {
+   if ( !table || !entry ) {
+      return Code::parameter;
+   }
+   const auto place = std::find_if( tables_.begin(), tables_.end(),
+                                    [ table ]( const LogicalTable &item ) { return item.name() == table; } );
+   if ( place == tables_.end() ) {
+      return Code::notFound;
+   }
+   if ( handles_.size() == maxHandles ) {
+      return Code::memory;
+   }
+   *entry = nextHandle_++;
+   handles_.emplace( *entry, Handle{ &*place } );
+   return Code::ok;
+}
+
+LogicalTables::FieldPlace LogicalTables::place( bcmlt_entry_handle_t entry, const char *field ) {
+   const auto item = handles_.find( entry );
+   if ( item == handles_.end() ) {
+      return { Code::notFound };
+   }
+   if ( !field ) {
+      return { Code::parameter };
+   }
+   const auto number = item->second.table->fieldNumber( field );
+   return number ? FieldPlace{ Code::ok, &item->second, *number } : FieldPlace{ Code::notFound };
+}
+
+int LogicalTables::fieldAdd( bcmlt_entry_handle_t entry, const char *field, U64 value ) {
+   const auto [ code, handle, number ] = place( entry, field );
+   if ( code < 0 ) {
+      return code;
+   }
+   if ( !handle->table->fits( number, value ) ) {
+      return Code::parameter;
+   }
+   handle->copy.values[ number ] = value;
+   handle->copy.added.set( number );
+   return Code::ok;
+}
+
+int LogicalTables::fieldGet( bcmlt_entry_handle_t entry, const char *field, U64 *value ) {
+   const auto [ code, handle, number ] = place( entry, field );
+   if ( code < 0 ) {
+      return code;
+   }
+   if ( !value ) {
+      return Code::parameter;
+   }
+   const WorkingCopy &copy = handle->copy;
+   if ( !copy.added.test( number ) && !copy.filled.test( number ) ) {
+      return Code::notFound;
+   }
+   *value = copy.values[ number ];
+   return Code::ok;
+}
+
+int LogicalTables::commit( bcmlt_entry_handle_t entry, bcmlt_opcode_t opcode,
+                           bcmlt_priority_level_t priority ) {
+   const auto item = handles_.find( entry );
+   if ( item == handles_.end() ) {
+      return Code::notFound;
+   }
+   Handle &handle = item->second;
+   const auto number = std::find( opcodeNumbers.begin(), opcodeNumbers.end(), opcode );
+   if ( !handle.copy.added.test( keyField ) || number == opcodeNumbers.end() || priority != priorityNumber ) {
+      return Code::parameter;
+   }
+   return ( handle.table->*exchanges[ number - opcodeNumbers.begin() ] )( handle.copy );
+}
+
+int LogicalTables::free( bcmlt_entry_handle_t entry ) {
+   return handles_.erase( entry ) ? Code::ok : Code::notFound;
+}
+
+std::vector<std::string> LogicalTables::liveHandleTexts() const {
+   std::vector<std::string> texts;
+   for ( const auto &[ number, handle ] : handles_ ) {
+      Nodra::Text text;
+      text << number << ' ' << handle.table->name() << ' ';
+      if ( handle.copy.added.test( keyField ) ) {
+         text << handle.copy.values[ keyField ];
+      } else {
+         text << "without key";
+      }
+      texts.push_back( text.string() );
+   }
+   return texts;
+}
+
+} // namespace QuarraSimulator

@@ -1,0 +1,139 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Sdk/SdkShim.h"
+#include "Vesk/Bitmap.h"
+#include "simulator/ReturnCode.h"
+
+// A switch chip over tables in memory, with the SDK functions of both SDK generations. It is as strict as a
+// chip: whatever a chip would refuse gets the SDK's negative code and changes nothing.
+namespace QuarraSimulator {
+
+using namespace Nodra::Types;
+
+enum class Generation { sdk6, hsdk };
+
+struct ChipOptions {
+   Generation generation = Generation::sdk6;
+   int unit = 0;
+
+   // Bits of a port's ACL-group value. SDK6: the number of subport port groups. HSDK: the width of the
+   // combined value, at most 160.
+   U32 aclGroupBits = 64;
+
+   // Class-ID bits of a source-trunk-map word, 0 to 16. With 0 the chip cannot match on them.
+   U32 sourceTrunkMapBits = 16;
+
+   // HSDK: number of system ports; 1 to 65536.
+   U32 systemPorts = 256;
+
+   // HSDK: the system port under which a port's packets look up their ACL-group value. Without one, the
+   // port's number.
+   std::function<U32( const QuarraCentral::QuarraModPort & )> systemPort = {};
+
+   // Port numbers, each at most 2047.
+   std::vector<U32> ports = {}; // ethernet ports, all of them on the front panel
+   std::vector<U32> cpuPorts = {};
+   std::vector<U32> loopbackPorts = {};
+};
+
+// A TCAM entry and the one qualifier it may carry. A second qualifier of the same kind replaces the first,
+// one of the other kind is refused.
+struct TcamEntry {
+   enum class Kind { none, aclGroup, interfaceClassPort };
+
+   Kind kind = Kind::none;
+   std::vector<U32> dataBits = {}; // aclGroup: rising bit positions, a subset of maskBits
+   std::vector<U32> maskBits = {};
+   U32 data = 0; // interfaceClassPort
+   U32 mask = 0;
+};
+
+class ChipState;
+
+// The chip, and the SDK shim in front of it. Installs itself in SdkShim while it lives: aborts when a shim is
+// installed already. One thread at a time.
+class SimulatedChip : public Sdk::Shim {
+ public:
+   // Aborts on options outside their ranges.
+   explicit SimulatedChip( ChipOptions options );
+   SimulatedChip( const SimulatedChip & ) = delete;
+   SimulatedChip &operator=( const SimulatedChip & ) = delete;
+   ~SimulatedChip() override;
+
+   // The SDK shim. pbmp() aborts for another unit, pbmpPortAdd() for a port above 2047, which is never a
+   // member. A formatted bitmap always has the same length: "0x" and 64 words, the highest first.
+   int vmSingleUnit() const override;
+   const bcm_pbmp_t &pbmp( int unit, Sdk::PbmpKind kind ) const override;
+   bool pbmpMember( const bcm_pbmp_t &pbmp, U32 port ) const override;
+   void pbmpPortAdd( bcm_pbmp_t &pbmp, U32 port ) const override;
+   U32 pbmpFormatLength() const override;
+   void pbmpFormat( const bcm_pbmp_t &pbmp, char *buffer ) const override;
+   bcmlt_opcode_t opcode( Sdk::Opcode opcode ) const override;
+   bcmlt_priority_level_t priorityNormal() const override;
+   const char *errorText( int code ) const override;
+
+   // Fails for entry 0 (parameter) and for one that is there (exists).
+   int fieldEntryCreate( int unit, U32 entry ) override;
+   // Fails for an entry that is not there (not found).
+   int fieldEntryDestroy( int unit, U32 entry ) override;
+   // Tables 9 and 10 hold the source-trunk map. Fails for another table (not found) and for a port without
+   // module (parameter).
+   int portTableSet( int unit, U8 table, const QuarraCentral::QuarraModPort &port, U32 value ) override;
+
+   // The ACL-group value of a port, aclGroupBits wide. SDK6: the port's word. HSDK: of a system port, the
+   // bits of ACL_GROUP_BITMAP (0 to 31) and of ACL_GROUP_CLASS_ID_k (from 32 + 16 k). All clear when the chip
+   // has none.
+   Vesk::Bitmap aclGroup( U32 port ) const;
+
+   // Ports (HSDK: system ports) whose ACL-group value is not all clear, rising.
+   std::vector<U32> portsWithAclGroup() const;
+
+   // HSDK: system ports that have a table entry, rising; also those whose fields are all 0.
+   std::vector<U32> tableEntries() const;
+
+   // A port's word of table 9 or 10, 0 when never written; and all words that are not 0. Another table
+   // aborts.
+   U32 sourceTrunkMapWord( U8 table, const QuarraCentral::QuarraModPort &port ) const;
+   const std::map<QuarraCentral::QuarraModPort, U32> &sourceTrunkMapWords( U8 table ) const;
+
+   const std::map<U32, TcamEntry> &tcamEntries() const;
+
+   // Whether the entry matches a packet that came in on the port: on every bit of the mask the port's value
+   // reads as the data. A class qualifier, whose mask never passes the low 16 bits, looks at the port's word
+   // in `sourceTrunkMapTable`: 9 or 10, another one aborts. An entry without qualifier matches every port, an
+   // entry that is not there none.
+   bool matches( U32 entry, const QuarraCentral::QuarraModPort &port, U8 sourceTrunkMapTable ) const;
+
+   // All tables as text, one line a TCAM entry, port, word or table entry: equal exactly when the tables read
+   // the same. Lists no table entry whose fields are all 0, since ports read alike with and without it; those
+   // show in tableEntries().
+   std::string digest() const;
+
+   // Calls of SDK functions since the chip was made, failed ones too, by the function's name. The three
+   // operations of the shim that return a code count as functions.
+   std::map<std::string, U64> callCounts() const;
+   U64 calls() const;
+
+   // HSDK: handles not freed yet, at most 1024, and a line for each: "4096 ING_SYSTEM_PORT_TABLE 17".
+   U32 liveHandles() const;
+   std::vector<std::string> liveHandleTexts() const;
+
+   // Fails the n-th call from now on (1: the next), of all functions or of the named one, once: it returns
+   // `code`, and nothing changes. Further requests add to this one. Aborts when nth is 0, the code is not
+   // negative, or there is no such function.
+   void failCall( U64 nth, int code, const std::string &function = {} );
+
+   // Requests to fail a call that has not come yet.
+   U32 pendingFailures() const;
+
+ private:
+   std::unique_ptr<ChipState> state_;
+};
+
+} // namespace QuarraSimulator

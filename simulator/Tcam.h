@@ -1,0 +1,37 @@
+#pragma once
+
+#include <map>
+
+#include "simulator/SimulatedChip.h"
+
+namespace QuarraSimulator {
+
+// The TCAM's entries by id, each with at most one qualifier on the ingress port. A qualifier that is refused
+// leaves the entry as it was.
+class Tcam {
+ public:
+   Tcam( U32 aclGroupBits, U32 sourceTrunkMapBits )
+      : aclGroupBits_( aclGroupBits ), sourceTrunkMapBits_( sourceTrunkMapBits ) {}
+
+   int create( U32 entry );
+   int destroy( U32 entry );
+
+   // Fails when the chip has no class-ID bits (unavailable), when data or mask lie outside of them or data
+   // outside of the mask (parameter), when there is no such entry (not found), and when it has an ACL-group
+   // qualifier (conflict).
+   int qualifyInterfaceClassPort( U32 entry, U32 data, U32 mask );
+
+   // The same with lists of bits, which must be there and rise, inside of the ACL-group value.
+   int qualifyAclGroup( U32 entry, U32 dataCount, const U32 *data, U32 maskCount, const U32 *mask );
+
+   const std::map<U32, TcamEntry> &entries() const { return entries_; }
+
+ private:
+   int qualify( U32 entry, TcamEntry qualified );
+
+   U32 aclGroupBits_;
+   U32 sourceTrunkMapBits_;
+   std::map<U32, TcamEntry> entries_;
+};
+
+} // namespace QuarraSimulator

@@ -1,0 +1,185 @@
+#include "tools/Apply.h"
+
+#include <algorithm>
+#include <set>
+
+#include "agent/RequestChecks.h"
+
+namespace QuarraTool {
+namespace {
+
+using namespace QuarraTcam;
+using QuarraAgent::SdkGeneration;
+
+constexpr auto otherTypes = "OTHER";
+
+// On SDK6 groups of one-bit pools: tables of one type may overlap in their ports.
+const GroupMap sdk6GroupMap = {
+   { "L3", 13 },          { "L3V6", 14 },  { "L3V4V6", 59 }, { "MIRROR", 42 },     { "MIRRORV6", 43 },
+   { "MIRROR_DSCP", 52 }, { "PFCWD", 55 }, { "MCLAG", 56 },  { "CTRLPLANE", 108 }, { otherTypes, 132 },
+};
+
+// With fixed-width class IDs a one-bit group holds one port set, so here groups of eight-bit pools: 255 port
+// sets each, but a port belongs to one of them.
+const GroupMap hsdkGroupMap = {
+   { "L3", 16 },          { "L3V6", 17 },  { "L3V4V6", 18 }, { "MIRROR", 19 },    { "MIRRORV6", 20 },
+   { "MIRROR_DSCP", 21 }, { "PFCWD", 22 }, { "MCLAG", 23 },  { "CTRLPLANE", 24 }, { otherTypes, 25 },
+};
+
+// The chip's ports are the configuration's: port n is its n-th in natural order.
+ChipChoice withPortsOf( const AclConfig &config, ChipChoice choice ) {
+   choice.chip.ports.clear();
+   for ( std::size_t i = 0; i < config.ports.size(); ++i ) {
+      choice.chip.ports.push_back( { config.ports[ i ], QuarraModPort( 0, static_cast<U32>( i + 1 ) ) } );
+   }
+   return choice;
+}
+
+// The words of the per-port tables as they read now, to see what an install wrote.
+class PortWords {
+ public:
+   explicit PortWords( const Switch &theSwitch ) : switch_( theSwitch ) { read(); }
+
+   // Number of words that read differently than at the last call.
+   U64 changes() {
+      const auto before = words_;
+      read();
+      U64 changed = 0;
+      for ( std::size_t i = 0; i < words_.size(); ++i ) {
+         changed += words_[ i ] != before[ i ];
+      }
+      return changed;
+   }
+
+ private:
+   void read() {
+      words_.clear();
+      for ( const auto &port : switch_.ports() ) {
+         words_.push_back( switch_.aclGroup( port ).hex() );
+      }
+   }
+
+   const Switch &switch_;
+   std::vector<std::string> words_;
+};
+
+// TCAM rows that one entry takes when its key has so many bits.
+U64 rowsFor( const QuarraAgent::ChipConfig &chip, U32 bits ) {
+   return ( U64{ chip.ruleBits } + bits + chip.tcamRowBits - 1 ) / chip.tcamRowBits;
+}
+
+U32 spaceBits( const Switch &theSwitch, TcamGroupId group ) {
+   return theSwitch.agent()
+      .manager()
+      .classIdHwStatus( classIdTcamGroupsInfo.at( group )->classIdType() )
+      ->size();
+}
+
+} // namespace
+
+const GroupMap &defaultGroupMap( SdkGeneration generation ) {
+   return generation == SdkGeneration::sdk6 ? sdk6GroupMap : hsdkGroupMap;
+}
+
+Applied::Applied( AclConfig config, const ChipChoice &choice, const GroupMap &map )
+   : config_( std::move( config ) ), map_( map ) {
+   map_.insert( defaultGroupMap( choice.variant->generation ).begin(),
+                defaultGroupMap( choice.variant->generation ).end() );
+   const auto chosen = withPortsOf( config_, choice );
+   switch_ = std::make_unique<Switch>( *chosen.variant, chosen.chip );
+   for ( const auto &[ type, group ] : map_ ) {
+      QuarraAgent::RequestChecks::knownGroup( group );
+   }
+   plan();
+   install();
+   mismatches_ = checkMatches( *switch_ );
+   count();
+}
+
+TcamGroupId Applied::groupOf( const AclTable &table ) const {
+   const auto item = map_.find( table.type );
+   return item == map_.end() ? map_.at( otherTypes ) : item->second;
+}
+
+std::size_t Applied::refused() const {
+   return static_cast<std::size_t>( std::count_if(
+      entries_.begin(), entries_.end(), []( const auto &entry ) { return !entry.refusedCode.empty(); } ) );
+}
+
+void Applied::plan() {
+   std::map<std::string, QuarraModPort> portOf;
+   for ( const auto &port : switch_->agent().chip().ports ) {
+      portOf.emplace( port.intf, port.port );
+   }
+   for ( const auto &table : config_.tables ) {
+      if ( !table.leftOut.empty() ) {
+         continue;
+      }
+      for ( const auto &rule : table.rules ) {
+         PlannedEntry entry{ &table, &rule, {}, {}, {} };
+         entry.request.group = groupOf( table );
+         entry.request.entry = static_cast<U32>( entries_.size() + 1 );
+         entry.request.rule = RuleId( FeatureGroupType(), table.name + "|" + rule.name );
+         for ( const auto &name : rule.ports ) {
+            entry.request.ports.push_back( portOf.at( name ) );
+         }
+         entries_.push_back( std::move( entry ) );
+      }
+   }
+}
+
+void Applied::installOne( PlannedEntry &entry ) {
+   try {
+      switch_->agent().install( entry.request );
+   } catch ( const QuarraAgent::RequestRefused &refused ) {
+      entry.refusedCode = refused.code();
+      entry.refusedMessage = refused.what();
+   }
+}
+
+void Applied::install() {
+   std::set<TcamGroupId> created;
+   std::set<std::pair<TcamGroupId, std::vector<QuarraModPort>>> portSets;
+   PortWords words( *switch_ );
+   for ( auto &entry : entries_ ) {
+      if ( created.insert( entry.request.group ).second ) {
+         try {
+            switch_->agent().createGroup( entry.request.group );
+         } catch ( const QuarraAgent::RequestRefused & ) {
+            // The group's entries are refused in turn, each with the reason.
+         }
+      }
+      installOne( entry );
+      // An entry of a port set that is programmed already writes no port words.
+      if ( entry.refusedCode.empty() &&
+           portSets.emplace( entry.request.group, entry.request.ports ).second ) {
+         costs_.portWords += words.changes();
+      }
+   }
+   costs_.portWords += switch_->agent().portTableWordsWritten();
+}
+
+void Applied::count() {
+   const auto &chip = switch_->agent().chip();
+   std::map<std::pair<TcamGroupId, std::vector<QuarraModPort>>, U64> sharers;
+   for ( const auto &[ id, entry ] : switch_->agent().entries() ) {
+      costs_.qualifierBits = std::max( costs_.qualifierBits, spaceBits( *switch_, entry.request.group ) );
+      costs_.classIds.rows += rowsFor( chip, spaceBits( *switch_, entry.request.group ) );
+      costs_.portBitmaps.rows += rowsFor( chip, chip.portBitmapBits );
+      constexpr U32 portNumberBits = 10;
+      costs_.entryPerPort.rows += rowsFor( chip, portNumberBits ) * entry.request.ports.size();
+      ++sharers[ { entry.request.group, entry.request.ports } ];
+   }
+   U64 most = 0;
+   for ( const auto &[ portSet, number ] : sharers ) {
+      most = std::max( most, number );
+   }
+   costs_.classIds.writes = costs_.classIds.rows + costs_.portWords;
+   costs_.portBitmaps.writes = costs_.portBitmaps.rows;
+   costs_.entryPerPort.writes = costs_.entryPerPort.rows;
+   costs_.classIds.join = most ? 1 : 0;
+   costs_.portBitmaps.join = most * rowsFor( chip, chip.portBitmapBits );
+   costs_.entryPerPort.join = most;
+}
+
+} // namespace QuarraTool

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "tools/ChipFile.h"
+#include "tools/ConfigDb.h"
+#include "tools/MatchCheck.h"
+
+namespace QuarraTool {
+
+// Which TCAM group the rules of a table type go to.
+using GroupMap = std::map<std::string, TcamGroupId>;
+
+// The default map of a generation. "OTHER" stands for every type that is not listed.
+const GroupMap &defaultGroupMap( QuarraAgent::SdkGeneration generation );
+
+// One rule of a configuration as a TCAM entry.
+struct PlannedEntry {
+   const AclTable *table;
+   const AclRule *rule;
+   QuarraAgent::InstallRequest request;
+   std::string refusedCode; // empty when it was installed
+   std::string refusedMessage;
+};
+
+// What the port sets cost, by the three ways to tell an entry its ports.
+struct Cost {
+   U64 rows = 0;   // TCAM rows
+   U64 writes = 0; // chip writes: rows, and words of per-port tables
+   U64 join = 0;   // writes when one port joins the port set that most entries share
+};
+
+struct Costs {
+   U32 qualifierBits = 0; // the widest class-ID qualifier in use
+   U64 portWords = 0;     // words of per-port tables written for the class IDs
+   Cost classIds;
+   Cost portBitmaps;
+   Cost entryPerPort;
+};
+
+// A configuration on a simulated switch, all its rules installed as far as they fit.
+class Applied {
+ public:
+   // Installs every rule of the tables that are not left out. `map` overrides the default map. Throws
+   // RequestRefused for a group that the variant does not have ("unknownGroup") and for a chip that cannot be
+   // ("badChip", ...).
+   Applied( AclConfig config, const ChipChoice &choice, const GroupMap &map );
+
+   const AclConfig &config() const { return config_; }
+   const Switch &theSwitch() const { return *switch_; }
+   TcamGroupId groupOf( const AclTable &table ) const;
+   const std::vector<PlannedEntry> &entries() const { return entries_; } // entry n is element n - 1
+   const std::vector<Mismatch> &mismatches() const { return mismatches_; }
+   const Costs &costs() const { return costs_; }
+   std::size_t refused() const;
+   bool allFitAndMatch() const { return refused() == 0 && mismatches_.empty(); }
+
+ private:
+   void plan();
+   void install();
+   void installOne( PlannedEntry &entry );
+   void count();
+
+   AclConfig config_;
+   GroupMap map_;
+   std::unique_ptr<Switch> switch_;
+   std::vector<PlannedEntry> entries_;
+   std::vector<Mismatch> mismatches_;
+   Costs costs_;
+};
+
+} // namespace QuarraTool

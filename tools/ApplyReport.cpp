@@ -1,0 +1,279 @@
+#include "tools/ApplyReport.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "tools/TextTable.h"
+
+namespace QuarraTool {
+namespace {
+
+using namespace QuarraTcam;
+using Align = TextTable::Align;
+
+constexpr std::size_t listedAtMost = 20; // refusals and mismatches listed one by one
+
+// Ports by their interface names, runs of neighbours folded: "Ethernet0-Ethernet11, Ethernet40".
+class PortNames {
+ public:
+   explicit PortNames( const Applied &applied ) {
+      for ( const auto &port : applied.theSwitch().agent().chip().ports ) {
+         names_.emplace( port.port, port.intf );
+      }
+   }
+
+   std::string name( const QuarraModPort &port ) const {
+      const auto item = names_.find( port );
+      return item == names_.end() ? QuarraAgent::portName( port ) : item->second;
+   }
+
+   template <typename Ports>
+   std::string list( const Ports &ports ) const {
+      std::string text;
+      for ( auto first = ports.begin(); first != ports.end(); ) {
+         auto last = first;
+         while ( std::next( last ) != ports.end() && std::next( last )->port() == last->port() + 1 ) {
+            ++last;
+         }
+         text += ( text.empty() ? "" : ", " ) + name( *first ) + ( last == first ? "" : "-" + name( *last ) );
+         first = std::next( last );
+      }
+      return text.empty() ? "none" : text;
+   }
+
+ private:
+   std::map<QuarraModPort, std::string> names_;
+};
+
+std::string heading( const std::string &text, bool colour ) {
+   return colour ? fmt::format( "\n\033[1m{}\033[0m\n", text ) : fmt::format( "\n{}\n", text );
+}
+
+std::string verdict( bool good, const std::string &text, bool colour ) {
+   return colour ? fmt::format( "  \033[{}m{}\033[0m\n", good ? 32 : 31, text )
+                 : fmt::format( "  {}\n", text );
+}
+
+// How many names of a long list to print, with the number of the rest.
+std::string shortened( const std::vector<std::string> &names, std::size_t most ) {
+   std::string text;
+   for ( std::size_t i = 0; i < std::min( most, names.size() ); ++i ) {
+      text += ( i ? ", " : "" ) + names[ i ];
+   }
+   return names.size() > most ? text + fmt::format( " and {} more", names.size() - most ) : text;
+}
+
+std::string tablesPart( const Applied &applied, const PortNames &names ) {
+   TextTable table(
+      { { "table" }, { "type" }, { "group", Align::right }, { "rules", Align::right }, { "ports" } } );
+   std::string leftOut;
+   std::map<std::string, QuarraModPort> portOf;
+   for ( const auto &port : applied.theSwitch().agent().chip().ports ) {
+      portOf.emplace( port.intf, port.port );
+   }
+   for ( const auto &acl : applied.config().tables ) {
+      if ( !acl.leftOut.empty() ) {
+         leftOut += fmt::format( "  left out: {} ({}, {}): {}\n", acl.name, acl.type,
+                                 counted( acl.rules.size(), "rule", "rules" ), acl.leftOut );
+         continue;
+      }
+      std::vector<QuarraModPort> ports;
+      for ( const auto &name : acl.ports ) {
+         ports.push_back( portOf.at( name ) );
+      }
+      table.row( { acl.name, acl.type, fmt::format( "{}", applied.groupOf( acl ).value() ),
+                   fmt::format( "{}", acl.rules.size() ), names.list( ports ) } );
+   }
+   return ( table.empty() ? std::string() : table.text() ) + leftOut;
+}
+
+// The hardware bits of a class ID: "7", "7,9" where the value sets several bits of its pool.
+std::string bitsOf( const ClassIdRequestStatus &request, const PoolStatus &pool ) {
+   std::string bits;
+   for ( U32 bit = 0; bit < pool.size(); ++bit ) {
+      if ( request.classId() >> bit & 1 ) {
+         bits += fmt::format( "{}{}", bits.empty() ? "" : ",", pool.baseOffset() + bit );
+      }
+   }
+   return bits;
+}
+
+// The tables whose rules use a request, each with the number of its entries.
+std::string usersOf( const Applied &applied, const ClassIdRequestStatus &request ) {
+   std::vector<std::pair<std::string, U32>> tables;
+   for ( const U32 id : request.entryRef() ) {
+      if ( id == INVALID_ENTRY_ID ) {
+         continue;
+      }
+      const auto &table = applied.entries()[ id - 1 ].table->name;
+      if ( tables.empty() || tables.back().first != table ) {
+         tables.emplace_back( table, 0 );
+      }
+      ++tables.back().second;
+   }
+   std::vector<std::string> texts;
+   for ( const auto &[ table, number ] : tables ) {
+      texts.push_back( fmt::format( "{} of {}", number, table ) );
+   }
+   return shortened( texts, 4 );
+}
+
+std::string classIdsPart( const Applied &applied, const PortNames &names ) {
+   TextTable table( { { "group", Align::right },
+                      { "space" },
+                      { "pool", Align::right },
+                      { "class ID", Align::right },
+                      { "bits" },
+                      { "entries", Align::right },
+                      { "shared by" },
+                      { "ports" } } );
+   const auto &manager = applied.theSwitch().agent().manager();
+   for ( const auto group : getTcamGroups() ) {
+      const auto &status = manager.classIdTcamGroupStatus( group );
+      if ( !status ) {
+         continue;
+      }
+      const auto type = classIdTcamGroupsInfo.at( group )->classIdType();
+      for ( const auto &[ key, request ] : status->requestStatus() ) {
+         const U32 entries = request->entryRefs() - ( request->entryRefHas( INVALID_ENTRY_ID ) ? 1 : 0 );
+         if ( entries == 0 ) {
+            continue;
+         }
+         table.row( { fmt::format( "{}", group.value() ), std::string( type.stringValue() ),
+                      fmt::format( "{}", request->poolId() ), fmt::format( "{}", request->classId() ),
+                      bitsOf( *request, *status->poolStatus( request->poolId() ) ),
+                      fmt::format( "{}", entries ), usersOf( applied, *request ),
+                      request->intfGroup()->ethernet() ? "all ethernet"
+                                                       : names.list( request->intfGroup()->portId() ) } );
+      }
+   }
+   return table.empty() ? "  none in use\n" : table.text();
+}
+
+std::string spacesPart( const Applied &applied ) {
+   TextTable table( { { "space" },
+                      { "bits", Align::right },
+                      { "used", Align::right },
+                      { "free", Align::right },
+                      { "0 .. (each bit: # used, . free)" } } );
+   for ( const auto &[ type, bitmap ] : applied.theSwitch().agent().manager().classIdHwStatus() ) {
+      std::string picture;
+      for ( U32 bit = 0; bit < bitmap->size(); ++bit ) {
+         picture += bit && bit % 16 == 0 ? " " : "";
+         picture += bitmap->test( bit ) ? '#' : '.';
+      }
+      table.row( { std::string( type.stringValue() ), fmt::format( "{}", bitmap->size() ),
+                   fmt::format( "{}", bitmap->count() ),
+                   fmt::format( "{}", bitmap->size() - bitmap->count() ), picture } );
+   }
+   std::string held = "  reserved at start-up:";
+   for ( const auto &[ group, config ] : classIdTcamGroupsInfo ) {
+      if ( config->requestKeys() ) {
+         held +=
+            fmt::format( " group {}: {};", group.value(), counted( config->requestKeys(), "rule", "rules" ) );
+      }
+   }
+   held.back() = '\n';
+   return table.text() + held;
+}
+
+std::string costPart( const Applied &applied ) {
+   const auto &costs = applied.costs();
+   const auto &chip = applied.theSwitch().agent().chip();
+   TextTable table( { { "" },
+                      { "key bits", Align::right },
+                      { "TCAM rows", Align::right },
+                      { "chip writes", Align::right },
+                      { "writes when a port joins", Align::right } } );
+   const auto row = [ & ]( const char *name, U32 bits, const Cost &cost ) {
+      table.row( { name, fmt::format( "{}+{}", chip.ruleBits, bits ), fmt::format( "{}", cost.rows ),
+                   fmt::format( "{}", cost.writes ), fmt::format( "{}", cost.join ) } );
+   };
+   row( "class IDs", costs.qualifierBits, costs.classIds );
+   row( "a port bitmap in each entry", chip.portBitmapBits, costs.portBitmaps );
+   row( "an entry for each port", 10, costs.entryPerPort );
+   return table.text() +
+          fmt::format(
+             "  A row holds {} key bits; {} are the rule's own fields. {} of the writes with class IDs go to "
+             "per-port tables.\n",
+             chip.tcamRowBits, chip.ruleBits, costs.portWords );
+}
+
+std::string refusedPart( const Applied &applied, bool colour ) {
+   std::string text;
+   std::size_t listed = 0;
+   for ( const auto &entry : applied.entries() ) {
+      if ( !entry.refusedCode.empty() && listed++ < listedAtMost ) {
+         text += verdict( false,
+                          fmt::format( "{}|{}: {}: {}", entry.table->name, entry.rule->name,
+                                       entry.refusedCode, entry.refusedMessage ),
+                          colour );
+      }
+   }
+   return listed > listedAtMost ? text + fmt::format( "  and {} more\n", listed - listedAtMost ) : text;
+}
+
+std::string matchPart( const Applied &applied, const PortNames &names, bool colour ) {
+   const auto installed = applied.entries().size() - applied.refused();
+   const auto size = fmt::format( "{} x {}", counted( installed, "entry", "entries" ),
+                                  counted( applied.theSwitch().ports().size(), "port", "ports" ) );
+   if ( applied.mismatches().empty() ) {
+      return verdict( true, size + ": every entry matches exactly its ports", colour );
+   }
+   std::string text = verdict(
+      false, fmt::format( "{}: {}", size, counted( applied.mismatches().size(), "mismatch", "mismatches" ) ),
+      colour );
+   std::size_t listed = 0;
+   for ( const auto &mismatch : applied.mismatches() ) {
+      if ( listed++ == listedAtMost ) {
+         return text + fmt::format( "  and {} more\n", applied.mismatches().size() - listedAtMost );
+      }
+      const auto &entry = applied.entries()[ mismatch.entry - 1 ];
+      text +=
+         fmt::format( "  {}|{} (entry {}, group {}) {} {}: {}\n", entry.table->name, entry.rule->name,
+                      mismatch.entry, mismatch.group.value(),
+                      mismatch.expected ? "does not match its port" : "matches a port that is not its own,",
+                      names.name( mismatch.port ), mismatch.reason );
+   }
+   return text;
+}
+
+} // namespace
+
+std::string applyReport( const Applied &applied, bool colour ) {
+   const PortNames names( applied );
+   const auto &agent = applied.theSwitch().agent();
+   const auto installed = applied.entries().size() - applied.refused();
+   std::string text =
+      fmt::format( "{}: {} on variant {}, chip {} with {}\n", applied.config().file,
+                   counted( applied.config().tables.size(), "ACL table", "ACL tables" ), agent.variant().name,
+                   agent.chip().profile, counted( agent.chip().ports.size(), "port", "ports" ) );
+   text += heading( "ACL tables", colour ) + tablesPart( applied, names );
+   if ( !applied.config().warnings.empty() ) {
+      text += heading( "Warnings", colour );
+      for ( const auto &warning : applied.config().warnings ) {
+         text += "  " + warning + "\n";
+      }
+   }
+   text += heading( "Class IDs", colour ) + classIdsPart( applied, names );
+   text += heading( "Class-ID spaces", colour ) + spacesPart( applied );
+   if ( !applied.entries().empty() ) {
+      text += heading( "Cost", colour ) + costPart( applied );
+   }
+   text +=
+      heading( "Entries", colour ) +
+      verdict( applied.refused() == 0,
+               applied.entries().empty()
+                  ? "there are no rules, so there is nothing to install (--bindings shows what the tables' "
+                    "port sets would take)"
+                  : fmt::format( "{} of {} installed", installed, applied.entries().size() ),
+               colour ) +
+      refusedPart( applied, colour );
+   if ( installed ) {
+      text += heading( "Match check", colour ) + matchPart( applied, names, colour );
+   }
+   return text;
+}
+
+} // namespace QuarraTool

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <istream>
+#include <memory>
+#include <ostream>
+
+#include "tools/ChipFile.h"
+#include "tools/Dump.h"
+
+namespace QuarraTool {
+
+// Drives a switch by JSON lines: one object a line in, one object a line out, in order (docs/tool.md). A line
+// that cannot be carried out is answered with an error and changes nothing; the run goes on.
+class Batch {
+ public:
+   explicit Batch( ChipChoice choice ) : choice_( std::move( choice ) ) {}
+
+   // The answer to one line.
+   JsonOut answer( const std::string &line );
+
+   // Answers every line of `in`, flushing `out` after each.
+   void run( std::istream &in, std::ostream &out );
+
+ private:
+   struct Operation;
+   static const Operation operations[];
+
+   JsonOut carryOut( const std::string &line );
+   Switch &theSwitch(); // made with the first operation that needs it
+
+   JsonOut chip( JsonFields &fields );
+   JsonOut createGroup( JsonFields &fields );
+   JsonOut deleteGroup( JsonFields &fields );
+   JsonOut install( JsonFields &fields );
+   JsonOut remove( JsonFields &fields );
+   JsonOut dump( JsonFields &fields );
+   JsonOut check( JsonFields &fields );
+
+   ChipChoice choice_;
+   std::unique_ptr<Switch> switch_;
+   U64 lineNumber_ = 0;
+};
+
+} // namespace QuarraTool

@@ -1,0 +1,95 @@
+#include <cctype>
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include "tools/ApplyReport.h"
+#include "tools/Batch.h"
+#include "tools/Options.h"
+
+namespace QuarraTool {
+namespace {
+
+bool wantsColour() {
+   const char *noColour = std::getenv( "NO_COLOR" );
+   return isatty( STDOUT_FILENO ) && !( noColour && *noColour );
+}
+
+// "L3=16": the type in upper case, the group as a number.
+void addToMap( GroupMap &map, const std::string &text ) {
+   const auto equals = text.find( '=' );
+   std::string type = text.substr( 0, equals );
+   for ( auto &c : type ) {
+      c = static_cast<char>( std::toupper( static_cast<unsigned char>( c ) ) );
+   }
+   U16 group = 0;
+   const char *const end = text.data() + text.size();
+   const char *const digits = equals == std::string::npos ? end : text.data() + equals + 1;
+   const auto [ rest, problem ] = std::from_chars( digits, end, group );
+   if ( type.empty() || digits == end || rest != end || problem != std::errc() ) {
+      throw InputError( fmt::format( "--map {}: expected TYPE=GROUP, a group from 0 to 65535", text ) );
+   }
+   if ( !map.emplace( type, TcamGroupId( group ) ).second ) {
+      throw InputError( fmt::format( "--map {}: type {} is mapped twice", text, type ) );
+   }
+}
+
+// One entry of the whole table's ports for each table that has no rules.
+void addBindings( AclConfig &config ) {
+   for ( auto &table : config.tables ) {
+      if ( table.leftOut.empty() && table.rules.empty() ) {
+         table.rules.push_back( { "(binding)", table.name, 0, table.ports } );
+      }
+   }
+}
+
+} // namespace
+
+ChipChoice GlobalOptions::choice() const {
+   const auto choice = defaultChoice( variant );
+   return chipFile.empty() ? choice : readChipFile( chipFile, choice );
+}
+
+int runApply( const GlobalOptions &global, const ApplyOptions &options ) {
+   const auto choice = global.choice();
+   GroupMap map;
+   for ( const auto &text : options.map ) {
+      addToMap( map, text );
+   }
+   auto config = readConfigDb( options.file );
+   if ( options.bindings ) {
+      addBindings( config );
+   }
+   const Applied applied( std::move( config ), choice, map );
+   if ( global.json ) {
+      std::cout << applyJson( applied ).dump( global.pretty ? 3 : -1 ) << "\n";
+   } else {
+      std::cout << applyReport( applied, wantsColour() );
+   }
+   return applied.allFitAndMatch() ? exitGood : exitDoesNotFit;
+}
+
+int runBatch( const GlobalOptions &global, const std::string &file ) {
+   Batch batch( global.choice() );
+   if ( file == "-" ) {
+      batch.run( std::cin, std::cout );
+      return exitGood;
+   }
+   std::ifstream in( file );
+   if ( !in || in.peek() == std::ifstream::traits_type::eof() ) {
+      const bool empty = in.is_open() && in.eof();
+      if ( !empty ) {
+         throw InputError( fmt::format( "{}: cannot be read: {}", file, std::strerror( errno ) ) );
+      }
+   }
+   batch.run( in, std::cout );
+   return exitGood;
+}
+
+} // namespace QuarraTool

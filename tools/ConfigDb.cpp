@@ -1,0 +1,268 @@
+#include "tools/ConfigDb.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+#include <map>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "tools/ConfigDbPorts.h"
+#include "tools/ConfigDbTables.h"
+
+namespace QuarraTool {
+namespace {
+
+constexpr int maxPriority = std::numeric_limits<std::int32_t>::max();
+constexpr const char *boundToNoPort = "bound to no port";
+constexpr const char *withoutPorts = "control-plane table without ports";
+
+struct Stage {
+   std::string_view name;
+   std::string_view leftOut; // why tables of this stage get no entries
+};
+
+// The first one is the stage of a table that names none.
+constexpr Stage stages[] = {
+   { "ingress", "" },
+   { "egress", "egress table" },
+};
+
+// Keys and file names may hold anything; a message stays one line all the same.
+std::string oneLine( const std::string &text ) {
+   std::string line;
+   for ( const char c : text ) {
+      const auto byte = static_cast<unsigned char>( c );
+      if ( byte < 0x20 || byte == 0x7f ) {
+         line += fmt::format( "\\x{:02x}", byte );
+      } else {
+         line += c;
+      }
+   }
+   return line;
+}
+
+// What a table or rule covers once some of its ports are gone: the ports by name, or their number where they
+// are many.
+std::string coverText( const std::vector<std::string> &ports ) {
+   constexpr std::size_t namedAtMost = 4;
+   if ( ports.empty() ) {
+      return "covers no port";
+   }
+   return ports.size() > namedAtMost ? fmt::format( "covers {} ports only", ports.size() )
+                                     : fmt::format( "covers {} only", joinNames( ports ) );
+}
+
+std::string emptyChannelsText( const std::vector<std::string> &channels ) {
+   return fmt::format( "{} {} no members", joinNames( channels ), channels.size() == 1 ? "has" : "have" );
+}
+
+const Stage &stageOf( const ConfigEntry &entry ) {
+   constexpr const char *expected = "ingress or egress";
+   const std::optional<ConfigString> field = findString( entry, "stage", expected );
+   if ( !field ) {
+      return stages[ 0 ];
+   }
+   const auto *stage = std::ranges::find( stages, lowerCase( field->text ), &Stage::name );
+   if ( stage == std::end( stages ) ) {
+      throw Complaint( field->place, fmt::format( "expected {}, got \"{}\"", expected, field->text ) );
+   }
+   return *stage;
+}
+
+std::string typeOf( const ConfigEntry &entry ) {
+   constexpr const char *expected = "a table type such as L3";
+   const std::optional<ConfigString> field = findString( entry, "type", expected );
+   if ( !field ) {
+      throw Complaint( entry.place, fmt::format( "expected a field \"type\" with {}", expected ) );
+   }
+   if ( field->text.empty() ) {
+      throw Complaint( field->place, fmt::format( "expected {}, got an empty string", expected ) );
+   }
+   return upperCase( field->text );
+}
+
+std::optional<int> parseNumber( const std::string &text ) {
+   int number = 0;
+   const char *end = text.data() + text.size();
+   const auto [ stop, error ] = std::from_chars( text.data(), end, number );
+   return error == std::errc() && stop == end && number >= 0 ? std::optional( number ) : std::nullopt;
+}
+
+// A number in JSON and a string of digits are taken alike: writers of this file use both.
+int priorityOf( const ConfigEntry &entry ) {
+   const std::optional<ConfigField> field = findField( entry, "priority" );
+   if ( !field ) {
+      return 0;
+   }
+   const Json &value = *field->value;
+   const std::string text = value.is_string() ? value.get<std::string>() : valueText( value );
+   const std::optional<int> priority = parseNumber( text );
+   if ( !priority ) {
+      throw Complaint( field->place, fmt::format( "expected a whole number from 0 to {}, got {}", maxPriority,
+                                                  valueText( value ) ) );
+   }
+   return *priority;
+}
+
+class AclReader {
+ public:
+   explicit AclReader( const std::string &text ) : tables_( text ), ports_( tables_, config_.warnings ) {}
+
+   AclConfig read();
+
+ private:
+   void readTable( const ConfigEntry &entry );
+   void warnCoverage( const std::string &place, const AclTable &table, const PortSelection &selection );
+   void readRule( const ConfigEntry &entry );
+   std::vector<std::string> narrow( const NameList &list, const AclTable &table );
+   void warn( const std::string &place, const std::string &sentence );
+   void warnRepeated( const std::string &place, const PortSelection &selection );
+
+   AclConfig config_;
+   ConfigTables tables_;
+   SwitchPorts ports_;
+   std::map<std::string, std::size_t> tableIndex_; // by name, in config_.tables
+};
+
+AclConfig AclReader::read() {
+   if ( !tables_.has( "ACL_TABLE" ) ) {
+      throw Complaint( "", "expected a table ACL_TABLE" );
+   }
+   config_.ports.assign( ports_.physical().begin(), ports_.physical().end() );
+   for ( const auto &[ name, entry ] : tables_.entries( "ACL_TABLE" ) ) {
+      readTable( entry );
+   }
+   for ( const auto &[ key, entry ] : tables_.entries( "ACL_RULE" ) ) {
+      readRule( entry );
+   }
+   for ( AclTable &table : config_.tables ) { // stable: rules of one priority stay in order of name
+      std::ranges::stable_sort( table.rules, std::ranges::greater(), &AclRule::priority );
+   }
+   return std::move( config_ );
+}
+
+void AclReader::readTable( const ConfigEntry &entry ) {
+   const NameList list = findNames( entry, "ports" ).value_or( NameList{ entry.place, {} } );
+   const PortSelection selection = ports_.select( list );
+   AclTable table{
+      entry.name.front(), typeOf( entry ), selection.ports, {}, std::string( stageOf( entry ).leftOut )
+   };
+   if ( table.leftOut.empty() && table.ports.empty() ) {
+      table.leftOut = list.names.empty() && table.type == "CTRLPLANE" ? withoutPorts : boundToNoPort;
+   }
+   warnRepeated( list.place, selection );
+   warnCoverage( entry.place, table, selection );
+   tableIndex_[ table.name ] = config_.tables.size();
+   config_.tables.push_back( std::move( table ) );
+}
+
+void AclReader::warnCoverage( const std::string &place, const AclTable &table,
+                              const PortSelection &selection ) {
+   const std::string cover = table.ports.empty() ? "is bound to no port" : coverText( table.ports );
+   if ( !selection.emptyChannels.empty() ) {
+      warn( place,
+            fmt::format( "{}, so the table {}", emptyChannelsText( selection.emptyChannels ), cover ) );
+   } else if ( table.leftOut == boundToNoPort ) {
+      warn( place, "the table " + cover );
+   }
+}
+
+void AclReader::readRule( const ConfigEntry &entry ) {
+   const std::string &tableName = entry.name.front();
+   const auto found = tableIndex_.find( tableName );
+   if ( found == tableIndex_.end() ) {
+      throw Complaint( entry.place, fmt::format( "table \"{}\" is not in ACL_TABLE", tableName ) );
+   }
+   AclTable &table = config_.tables[ found->second ];
+   const std::optional<NameList> inPorts = findNames( entry, "in_ports" );
+   AclRule rule{ entry.name.back(), tableName, priorityOf( entry ), {} };
+   if ( inPorts ) {
+      rule.ports = narrow( *inPorts, table );
+   } else if ( table.leftOut.empty() ) {
+      rule.ports = table.ports;
+   }
+   table.rules.push_back( std::move( rule ) );
+}
+
+// The ports of the table that the list names. In a table that is left out, the list is only checked.
+std::vector<std::string> AclReader::narrow( const NameList &list, const AclTable &table ) {
+   if ( list.names.empty() ) {
+      throw Complaint( list.place, "expected at least one port" );
+   }
+   const PortSelection selection = ports_.select( list );
+   if ( !table.leftOut.empty() ) {
+      return {};
+   }
+   std::vector<std::string> kept;
+   std::vector<std::string> dropped;
+   for ( const std::string &port : selection.ports ) {
+      const bool bound = std::ranges::binary_search( table.ports, port, NaturalLess() );
+      ( bound ? kept : dropped ).push_back( port );
+   }
+   warnRepeated( list.place, selection );
+   const std::string outcome = ", so the rule " + coverText( kept );
+   if ( !dropped.empty() ) {
+      warn( list.place, "the table is not bound to " + joinNames( dropped ) + outcome );
+   }
+   if ( !selection.emptyChannels.empty() ) {
+      warn( list.place, emptyChannelsText( selection.emptyChannels ) + outcome );
+   }
+   return kept;
+}
+
+void AclReader::warn( const std::string &place, const std::string &sentence ) {
+   config_.warnings.push_back( place + ": " + sentence );
+}
+
+void AclReader::warnRepeated( const std::string &place, const PortSelection &selection ) {
+   if ( !selection.repeated.empty() ) {
+      const char *counts = selection.repeated.size() == 1 ? "is named more than once and counts once"
+                                                          : "are named more than once and count once";
+      warn( place, fmt::format( "{} {}", joinNames( selection.repeated ), counts ) );
+   }
+}
+
+std::string readText( const std::string &file ) {
+   const std::unique_ptr<std::FILE, int ( * )( std::FILE * )> stream( std::fopen( file.c_str(), "rb" ),
+                                                                      &std::fclose );
+   std::string text;
+   std::array<char, 1 << 16> buffer;
+   std::size_t size = 0;
+   while ( stream && ( size = std::fread( buffer.data(), 1, buffer.size(), stream.get() ) ) > 0 ) {
+      text.append( buffer.data(), size );
+   }
+   if ( !stream || std::ferror( stream.get() ) != 0 ) {
+      throw InputError(
+         fmt::format( "{}: cannot be read: {}", file, std::generic_category().message( errno ) ) );
+   }
+   return text;
+}
+
+} // namespace
+
+InputError::InputError( const std::string &message ) : std::runtime_error( oneLine( message ) ) {}
+
+AclConfig readConfigDb( const std::string &file ) {
+   return parseConfigDb( readText( file ), file );
+}
+
+AclConfig parseConfigDb( const std::string &text, const std::string &file ) {
+   try {
+      AclConfig config = AclReader( text ).read();
+      config.file = file;
+      std::ranges::transform( config.warnings, config.warnings.begin(), oneLine );
+      return config;
+   } catch ( const Complaint &complaint ) {
+      throw InputError( file + complaint.what() );
+   }
+}
+
+} // namespace QuarraTool

@@ -1,0 +1,173 @@
+#include "tools/ConfigDbJson.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <fmt/format.h>
+
+namespace QuarraTool {
+namespace {
+
+constexpr std::pair<Json::value_t, std::string_view> typeNames[] = {
+   { Json::value_t::null, "null" },        { Json::value_t::boolean, "true or false" },
+   { Json::value_t::string, "a string" },  { Json::value_t::array, "a list" },
+   { Json::value_t::object, "an object" },
+};
+
+// Leaves out what the parser read last: it can be long, or not be text at all, and the position leads there.
+std::string syntaxMessage( const Json::exception &error ) {
+   constexpr std::string_view lastRead = "; last read: '";
+   constexpr std::string_view expected = "; expected ";
+   std::string message = error.what();
+   const std::size_t start = message.find( "syntax error" );
+   if ( start == std::string::npos ) {
+      return "a number is too large";
+   }
+   message.erase( 0, start );
+   const std::size_t from = message.find( lastRead );
+   if ( from != std::string::npos ) {
+      const std::size_t to = message.rfind( expected );
+      const bool nothingFollows = to == std::string::npos || to < from;
+      message.erase( from, nothingFollows ? std::string::npos : to - from );
+   }
+   return message;
+}
+
+// Builds the values as nlohmann would, but refuses a key that comes twice, where nlohmann silently keeps the
+// last. Nothing here recurses or copies a value, so nesting may be as deep as memory allows.
+class ValueBuilder final : public nlohmann::json_sax<Json> {
+ public:
+   explicit ValueBuilder( const std::string &text ) : text_( text ) {}
+
+   Json take() { return std::move( root_ ); }
+
+   bool null() override { return put( nullptr ); }
+   bool boolean( bool value ) override { return put( value ); }
+   bool number_integer( number_integer_t value ) override { return put( value ); }
+   bool number_unsigned( number_unsigned_t value ) override { return put( value ); }
+   bool number_float( number_float_t value, const string_t & ) override { return put( value ); }
+   bool string( string_t &value ) override { return put( std::move( value ) ); }
+   bool binary( binary_t & ) override { return false; } // JSON text holds none
+   bool start_object( std::size_t ) override { return open( Json::value_t::object ); }
+   bool start_array( std::size_t ) override { return open( Json::value_t::array ); }
+   bool end_object() override { return close(); }
+   bool end_array() override { return close(); }
+   bool key( string_t &key ) override;
+   bool parse_error( std::size_t position, const std::string &, const Json::exception &error ) override;
+
+ private:
+   struct Level {
+      Json *value;     // open object or list
+      std::string key; // of the value in that object which is being read
+   };
+
+   bool put( Json value );
+   bool open( Json::value_t type );
+   bool close();
+   Json &add( Json value );
+   std::string place() const;
+
+   const std::string &text_;
+   Json root_;
+   std::vector<Level> levels_;
+};
+
+bool ValueBuilder::key( string_t &key ) {
+   Level &level = levels_.back();
+   level.key = std::move( key );
+   if ( level.value->contains( level.key ) ) {
+      throw Complaint( place(), "the same key comes twice in one object" );
+   }
+   return true;
+}
+
+// `position` counts the characters read, the offending one or the end of the text included.
+bool ValueBuilder::parse_error( std::size_t position, const std::string &, const Json::exception &error ) {
+   const std::string_view before = std::string_view( text_ ).substr( 0, position == 0 ? 0 : position - 1 );
+   const auto line = 1 + static_cast<std::size_t>( std::ranges::count( before, '\n' ) );
+   const std::size_t lineBreak = before.rfind( '\n' );
+   const std::size_t lineStart = lineBreak == std::string_view::npos ? 0 : lineBreak + 1;
+   throw Complaint( line, before.size() - lineStart + 1, syntaxMessage( error ) );
+}
+
+bool ValueBuilder::put( Json value ) {
+   add( std::move( value ) );
+   return true;
+}
+
+bool ValueBuilder::open( Json::value_t type ) {
+   Json &value = add( Json( type ) );
+   levels_.push_back( { &value, {} } );
+   return true;
+}
+
+bool ValueBuilder::close() {
+   levels_.pop_back();
+   return true;
+}
+
+// The address stays good while the value is open: an open value is the last of its list, and object members
+// stay put.
+Json &ValueBuilder::add( Json value ) {
+   if ( levels_.empty() ) {
+      root_ = std::move( value );
+      return root_;
+   }
+   const Level &level = levels_.back();
+   if ( level.value->is_array() ) {
+      return level.value->get_ref<Json::array_t &>().emplace_back( std::move( value ) );
+   }
+   Json &member = ( *level.value )[ level.key ];
+   member = std::move( value );
+   return member;
+}
+
+// Where the parser stands, e.g. ACL_TABLE|DATAACL.ports[2]. Only the outer levels: the whole path may be
+// endless.
+std::string ValueBuilder::place() const {
+   constexpr std::size_t maxLevels = 6;
+   std::string path;
+   for ( std::size_t depth = 0; depth < std::min( levels_.size(), maxLevels ); ++depth ) {
+      const Level &level = levels_[ depth ];
+      if ( level.value->is_array() ) {
+         path += fmt::format( "[{}]", level.value->size() - 1 );
+      } else if ( depth > 0 ) {
+         const bool namesObject = depth == 1 && path.find( '|' ) == std::string::npos;
+         path += ( namesObject ? "|" : "." ) + level.key;
+      } else {
+         path = level.key;
+      }
+   }
+   return levels_.size() > maxLevels ? path + "..." : path;
+}
+
+} // namespace
+
+Complaint::Complaint( std::size_t line, std::size_t column, const std::string &message )
+   : std::runtime_error( fmt::format( ":{}:{}: {}", line, column, message ) ) {}
+
+Complaint::Complaint( const std::string &place, const std::string &message )
+   : std::runtime_error( ": " + ( place.empty() ? "" : place + ": " ) + message ) {}
+
+Json parseJson( const std::string &text ) {
+   if ( text.find_first_not_of( " \t\r\n" ) == std::string::npos ) {
+      throw Complaint( "", "expected a JSON object, the file is empty" );
+   }
+   ValueBuilder builder( text );
+   Json::sax_parse( text, &builder );
+   return builder.take();
+}
+
+std::string typeName( const Json &value ) {
+   const auto *found =
+      std::ranges::find( typeNames, value.type(), &std::pair<Json::value_t, std::string_view>::first );
+   return found == std::end( typeNames ) ? "a number" : std::string( found->second );
+}
+
+std::string valueText( const Json &value ) {
+   return value.is_string() || value.is_number() ? value.dump() : typeName( value );
+}
+
+} // namespace QuarraTool

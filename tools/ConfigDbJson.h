@@ -1,0 +1,28 @@
+// The JSON of config_db.json, read strictly: what a lenient parser would let pass silently is an error here.
+#pragma once
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace QuarraTool {
+
+using Json = nlohmann::json;
+
+// What is wrong and where, still without the file's name: what() is the text that follows it.
+class Complaint : public std::runtime_error {
+ public:
+   Complaint( std::size_t line, std::size_t column, const std::string &message );
+   Complaint( const std::string &place, const std::string &message ); // empty place: the file as a whole
+};
+
+// Throws Complaint for a syntax error (column in bytes, from 1), for text that is not UTF-8, and for a key
+// that comes twice in one object.
+Json parseJson( const std::string &text );
+
+std::string typeName( const Json &value );  // "a number", "an object", ...
+std::string valueText( const Json &value ); // a string or a number as written, otherwise its type
+
+} // namespace QuarraTool

@@ -1,0 +1,184 @@
+#include "tools/Dump.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "agent/SystemAclFeatures.h"
+
+namespace QuarraTool {
+namespace {
+
+using namespace QuarraTcam;
+
+JsonOut portsJson( const IntfGroupInfo &intfGroup ) {
+   auto ports = JsonOut::array();
+   for ( const auto &port : intfGroup.portId() ) {
+      ports.push_back( portJson( port ) );
+   }
+   return ports;
+}
+
+JsonOut poolJson( const PoolStatus &pool ) {
+   return { { "id", pool.poolId() },
+            { "offset", pool.baseOffset() },
+            { "width", pool.size() },
+            { "free", std::vector<U16>( pool.classIdPool().begin(), pool.classIdPool().end() ) } };
+}
+
+JsonOut requestJson( const ClassIdRequestStatus &request ) {
+   return { { "key", keyJson( request.requestKey() ) },
+            { "classId", request.classId() },
+            { "poolId", request.poolId() },
+            { "entries", std::vector<U32>( request.entryRef().begin(), request.entryRef().end() ) },
+            { "ports", portsJson( *request.intfGroup() ) },
+            { "ethernet", request.intfGroup()->ethernet() } };
+}
+
+// One element for each interface group that the index stores, whatever its hash: by ports, its keys in their
+// order.
+JsonOut indexJson( const ClassIdTcamGroupStatus &status ) {
+   std::vector<std::pair<const IntfGroupInfo *, JsonOut>> stored;
+   for ( const auto &[ hash, info ] : status.intfGroupHashToIntfGroupInfo() ) {
+      for ( const auto &[ key, intfGroup ] : info->requestKeyToIntfGroup() ) {
+         const auto same = std::find_if( stored.begin(), stored.end(), [ & ]( const auto &item ) {
+            return intfGroup->portId() == item.first->portId() &&
+                   intfGroup->ethernet() == item.first->ethernet();
+         } );
+         if ( same != stored.end() ) {
+            same->second.push_back( keyJson( key ) );
+         } else {
+            stored.emplace_back( intfGroup.get(), JsonOut::array( { keyJson( key ) } ) );
+         }
+      }
+   }
+   std::sort( stored.begin(), stored.end(), []( const auto &a, const auto &b ) {
+      return std::lexicographical_compare( a.first->portId().begin(), a.first->portId().end(),
+                                           b.first->portId().begin(), b.first->portId().end() );
+   } );
+   auto index = JsonOut::array();
+   for ( const auto &[ intfGroup, keys ] : stored ) {
+      index.push_back(
+         { { "ports", portsJson( *intfGroup ) }, { "ethernet", intfGroup->ethernet() }, { "keys", keys } } );
+   }
+   return index;
+}
+
+JsonOut configJson( const ClassIdTcamGroupConfig &config ) {
+   auto reserved = JsonOut::array();
+   for ( const auto &[ key, flag ] : config.requestKey() ) {
+      reserved.push_back( key.name() );
+   }
+   return { { "type", config.classIdType().stringValue() },
+            { "poolBits", config.classIdPoolBits() },
+            { "poolWidth", config.classIdPoolWidth() },
+            { "numPools", config.classIdNumPools() },
+            { "allocation", config.allocationType().stringValue() },
+            { "system", isSystemAclGroup( config.tcamGroupId() ) },
+            { "feature", QuarraAgent::featureOf( config.tcamGroupId() ).stringValue() },
+            { "rules", reserved } };
+}
+
+std::string hexWord( U32 word ) {
+   return fmt::format( "{:#x}", word );
+}
+
+JsonOut chipPorts( const Switch &theSwitch ) {
+   auto ports = JsonOut::array();
+   for ( const auto &port : theSwitch.ports() ) {
+      const auto aclGroup = theSwitch.aclGroup( port );
+      const U32 ifp = theSwitch.sourceTrunkMapWord( ifpSourceTrunkMap, port );
+      const U32 vfp = theSwitch.sourceTrunkMapWord( vfpSourceTrunkMap, port );
+      if ( aclGroup.count() || ifp || vfp ) {
+         ports.push_back( { { "port", portJson( port ) },
+                            { "aclGroup", aclGroup.hex() },
+                            { "ifpSourceTrunkMap", hexWord( ifp ) },
+                            { "vfpSourceTrunkMap", hexWord( vfp ) } } );
+      }
+   }
+   return ports;
+}
+
+JsonOut chipEntries( const Switch &theSwitch ) {
+   using Kind = QuarraSimulator::TcamEntry::Kind;
+   auto entries = JsonOut::array();
+   for ( const auto &[ id, entry ] : theSwitch.chip().tcamEntries() ) {
+      JsonOut json = { { "entry", id } };
+      switch ( entry.kind ) {
+      case Kind::aclGroup:
+         json[ "qualifier" ] = "aclGroup";
+         json[ "dataBits" ] = entry.dataBits;
+         json[ "maskBits" ] = entry.maskBits;
+         break;
+      case Kind::interfaceClassPort:
+         json[ "qualifier" ] = "interfaceClassPort";
+         json[ "data" ] = hexWord( entry.data );
+         json[ "mask" ] = hexWord( entry.mask );
+         break;
+      case Kind::none:
+         json[ "qualifier" ] = nullptr;
+         break;
+      }
+      entries.push_back( std::move( json ) );
+   }
+   return entries;
+}
+
+} // namespace
+
+JsonOut portJson( const QuarraModPort &port ) {
+   if ( port.modId() == QuarraCentral::ModId( 0 ) ) {
+      return port.port();
+   }
+   return { { "module", port.modId().value() }, { "port", port.port() } };
+}
+
+JsonOut keyJson( const RequestKey &key ) {
+   return JsonOut::array( { key.name(), key.number(), key.secondName() } );
+}
+
+JsonOut mismatchJson( const Mismatch &mismatch ) {
+   return { { "entry", mismatch.entry },           { "group", mismatch.group.value() },
+            { "port", portJson( mismatch.port ) }, { "expected", mismatch.expected },
+            { "found", mismatch.found },           { "reason", mismatch.reason } };
+}
+
+JsonOut dumpSpaces( const Switch &theSwitch ) {
+   JsonOut spaces = JsonOut::object();
+   for ( const auto &[ type, bitmap ] : theSwitch.agent().manager().classIdHwStatus() ) {
+      spaces[ std::string( type.stringValue() ) ] = { { "size", bitmap->size() },
+                                                      { "set", bitmap->setBits() } };
+   }
+   return spaces;
+}
+
+JsonOut dumpGroups( const Switch &theSwitch ) {
+   auto groups = JsonOut::array();
+   for ( const auto group : getTcamGroups() ) {
+      JsonOut json = { { "group", group.value() },
+                       { "config", configJson( *classIdTcamGroupsInfo.at( group ) ) } };
+      auto pools = JsonOut::array();
+      auto requests = JsonOut::array();
+      auto index = JsonOut::array();
+      if ( const auto &status = theSwitch.agent().manager().classIdTcamGroupStatus( group ) ) {
+         for ( const auto &[ poolId, pool ] : status->poolStatus() ) {
+            pools.push_back( poolJson( *pool ) );
+         }
+         for ( const auto &[ key, request ] : status->requestStatus() ) {
+            requests.push_back( requestJson( *request ) );
+         }
+         index = indexJson( *status );
+      }
+      json[ "pools" ] = std::move( pools );
+      json[ "requests" ] = std::move( requests );
+      json[ "index" ] = std::move( index );
+      groups.push_back( std::move( json ) );
+   }
+   return groups;
+}
+
+JsonOut dumpChip( const Switch &theSwitch ) {
+   return { { "ports", chipPorts( theSwitch ) }, { "entries", chipEntries( theSwitch ) } };
+}
+
+} // namespace QuarraTool

@@ -1,0 +1,116 @@
+#include "tools/JsonFields.h"
+
+#include <fmt/format.h>
+
+namespace QuarraTool {
+namespace {
+
+using QuarraAgent::RequestRefused;
+using QuarraCentral::ModId;
+using QuarraCentral::QuarraModPort;
+
+[[noreturn]] void wrongType( const std::string &place, const char *expected, const Json &value ) {
+   throw RequestRefused( "badField",
+                         fmt::format( "{}: expected {}, got {}", place, expected, typeName( value ) ) );
+}
+
+QuarraModPort portOf( const Json &value, const std::string &place ) {
+   if ( !value.is_object() ) {
+      return { 0, JsonFields::checkedNumber( value, place, 0, U10::max ) };
+   }
+   JsonFields fields( value, place );
+   const auto module = static_cast<U16>( fields.number( "module", 0, ModId::null - 1 ) );
+   const U32 port = fields.number( "port", 0, U10::max );
+   fields.finish();
+   return { module, port };
+}
+
+} // namespace
+
+JsonFields::JsonFields( const Json &object, std::string place )
+   : object_( object ), place_( std::move( place ) ) {
+   if ( !object.is_object() ) {
+      wrongType( place_, "an object", object );
+   }
+}
+
+bool JsonFields::has( const std::string &name ) const {
+   return object_.contains( name );
+}
+
+const Json &JsonFields::value( const std::string &name ) {
+   known_.insert( name );
+   const auto item = object_.find( name );
+   if ( item == object_.end() ) {
+      throw RequestRefused( "missingField", fmt::format( "{}: field \"{}\" is missing", place_, name ) );
+   }
+   return *item;
+}
+
+U32 JsonFields::checkedNumber( const Json &value, const std::string &place, U32 min, U32 max ) {
+   if ( !value.is_number() ) {
+      wrongType( place, "a number", value );
+   }
+   const bool whole = value.is_number_unsigned() || value.is_number_integer();
+   if ( !whole ||
+        ( value.is_number_integer() && !value.is_number_unsigned() && value.get<std::int64_t>() < 0 ) ||
+        value.get<std::uint64_t>() < min || value.get<std::uint64_t>() > max ) {
+      throw RequestRefused( "outOfRange", fmt::format( "{}: expected a whole number from {} to {}, got {}",
+                                                       place, min, max, value.dump() ) );
+   }
+   return value.get<U32>();
+}
+
+U32 JsonFields::number( const std::string &name, U32 min, U32 max ) {
+   return checkedNumber( value( name ), place_ + "." + name, min, max );
+}
+
+U32 JsonFields::number( const std::string &name, U32 min, U32 max, U32 other ) {
+   return has( name ) ? number( name, min, max ) : other;
+}
+
+std::string JsonFields::text( const std::string &name ) {
+   const auto &field = value( name );
+   if ( !field.is_string() ) {
+      wrongType( place_ + "." + name, "a string", field );
+   }
+   return field.get<std::string>();
+}
+
+std::optional<std::string> JsonFields::optionalText( const std::string &name ) {
+   return has( name ) ? std::optional( text( name ) ) : std::nullopt;
+}
+
+bool JsonFields::flag( const std::string &name ) {
+   if ( !has( name ) ) {
+      return false;
+   }
+   const auto &field = value( name );
+   if ( !field.is_boolean() ) {
+      wrongType( place_ + "." + name, "true or false", field );
+   }
+   return field.get<bool>();
+}
+
+std::vector<QuarraModPort> JsonFields::ports( const std::string &name ) {
+   const auto &list = value( name );
+   if ( !list.is_array() ) {
+      wrongType( place_ + "." + name, "a list of ports", list );
+   }
+   std::vector<QuarraModPort> ports;
+   for ( std::size_t i = 0; i < list.size(); ++i ) {
+      ports.push_back( portOf( list[ i ], fmt::format( "{}.{}[{}]", place_, name, i ) ) );
+   }
+   return ports;
+}
+
+void JsonFields::finish() const {
+   for ( const auto &item : object_.items() ) {
+      if ( !known_.contains( item.key() ) ) {
+         throw RequestRefused( "unknownField",
+                               fmt::format( "{}: unknown field \"{}\"", place_, item.key() ) );
+      }
+   }
+}
+
+} // namespace QuarraTool

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/ChipFile.h"
+
+namespace QuarraTool {
+
+// Exit codes of the command.
+enum ExitCode { exitGood = 0, exitDoesNotFit = 1, exitBadInput = 2 };
+
+// Options that every command takes.
+struct GlobalOptions {
+   bool json = false;
+   bool pretty = false;
+   std::string trace;
+   std::string variant = "testSdk6";
+   std::string chipFile;
+
+   // The variant and chip that the options choose. Throws RequestRefused or InputError.
+   ChipChoice choice() const;
+};
+
+struct ApplyOptions {
+   std::string file;
+   std::vector<std::string> map; // "TYPE=GROUP"
+   bool bindings = false;        // an entry for a table without rules
+};
+
+int runApply( const GlobalOptions &global, const ApplyOptions &options );
+int runBatch( const GlobalOptions &global, const std::string &file );
+
+} // namespace QuarraTool

@@ -1,0 +1,67 @@
+#include "tools/Switch.h"
+
+#include <algorithm>
+
+#include "agent/ChipState.h"
+
+namespace QuarraTool {
+namespace {
+
+using namespace QuarraTcam;
+
+QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
+                                          const QuarraAgent::ChipConfig &config ) {
+   QuarraSimulator::ChipOptions options;
+   options.generation = variant.generation == QuarraAgent::SdkGeneration::sdk6
+                           ? QuarraSimulator::Generation::sdk6
+                           : QuarraSimulator::Generation::hsdk;
+   options.aclGroupBits = U32{ config.flexibleBits } + config.fixedBits;
+   options.sourceTrunkMapBits = config.sourceTrunkMapBits;
+   options.systemPorts = U32{ 1 } << config.portBits;
+   for ( const auto &port : config.ports ) {
+      options.ports.push_back( port.port.port() );
+   }
+   for ( const auto &port : config.cpuPorts ) {
+      options.cpuPorts.push_back( port.port() );
+   }
+   return options;
+}
+
+} // namespace
+
+Switch::Switch( const QuarraAgent::Variant &variant, const QuarraAgent::ChipConfig &config ) {
+   QuarraAgent::checkChip( variant.generation, config );
+   QuarraAgent::forgetEarlierAgents();
+   chip_ = std::make_unique<QuarraSimulator::SimulatedChip>( chipOptions( variant, config ) );
+   agent_ = std::make_unique<TcamAgent>( variant, config,
+                                         quarraTcamPortsManagerFactory( "QuarraTcamPortsManager" ) );
+   for ( const auto &port : config.ports ) {
+      ports_.push_back( port.port );
+   }
+   ports_.insert( ports_.end(), config.cpuPorts.begin(), config.cpuPorts.end() );
+   std::sort( ports_.begin(), ports_.end() );
+}
+
+Vesk::Bitmap Switch::aclGroup( const QuarraModPort &port ) const {
+   const auto *twin =
+      dynamic_cast<const QuarraTcamTestSdk6PortsHelper *>( agent_->manager().portsHelper().get() );
+   if ( !twin ) {
+      return chip_->aclGroup( port.port() );
+   }
+   const auto &shadow = twin->aclGroupShadow( port.port() );
+   return shadow ? *shadow : Vesk::Bitmap( 0, 64, Vesk::HBitmap::BitState::clear );
+}
+
+U32 Switch::sourceTrunkMapWord( ClassIdType type, const QuarraModPort &port ) const {
+   if ( type == ifpSourceTrunkMap ) {
+      return chip_->sourceTrunkMapWord( ifpTable, port );
+   }
+   return type == vfpSourceTrunkMap ? chip_->sourceTrunkMapWord( vfpTable, port ) : 0;
+}
+
+bool Switch::isCpuPort( const QuarraModPort &port ) const {
+   const auto &cpuPorts = agent_->chip().cpuPorts;
+   return std::find( cpuPorts.begin(), cpuPorts.end(), port ) != cpuPorts.end();
+}
+
+} // namespace QuarraTool

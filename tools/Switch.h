@@ -1,0 +1,48 @@
+#pragma once
+
+#include <memory>
+
+#include "agent/TcamAgent.h"
+#include "simulator/SimulatedChip.h"
+
+namespace QuarraTool {
+
+using namespace Nodra::Types;
+using QuarraAgent::TcamAgent;
+using QuarraCentral::QuarraModPort;
+using QuarraTcam::TcamGroupId;
+
+// A simulated switch: the chip, and the TCAM agent on it. One at a time in a process.
+class Switch {
+ public:
+   // Throws RequestRefused when the chip cannot be one of the variant. The manager is a new one of this
+   // switch; the process-wide state of earlier switches is forgotten.
+   Switch( const QuarraAgent::Variant &variant, const QuarraAgent::ChipConfig &config );
+
+   TcamAgent &agent() { return *agent_; }
+   const TcamAgent &agent() const { return *agent_; }
+   QuarraSimulator::SimulatedChip &chip() { return *chip_; }
+   const QuarraSimulator::SimulatedChip &chip() const { return *chip_; }
+
+   // The ACL-group value that a port carries: the chip's, or on the SDK6 twin, which leaves the chip alone,
+   // the one of the helper's shadow.
+   Vesk::Bitmap aclGroup( const QuarraModPort &port ) const;
+
+   // A port's word of the source-trunk-map table that a class-ID type is kept in; 0 for other types.
+   U32 sourceTrunkMapWord( QuarraTcam::ClassIdType type, const QuarraModPort &port ) const;
+
+   // All ports of the chip, the CPU's among them, rising.
+   const std::vector<QuarraModPort> &ports() const { return ports_; }
+   bool isCpuPort( const QuarraModPort &port ) const;
+
+ private:
+   std::unique_ptr<QuarraSimulator::SimulatedChip> chip_;
+   std::unique_ptr<TcamAgent> agent_;
+   std::vector<QuarraModPort> ports_;
+};
+
+// The tables in which the two source-trunk-map types are kept.
+inline constexpr U8 ifpTable = 9;
+inline constexpr U8 vfpTable = 10;
+
+} // namespace QuarraTool

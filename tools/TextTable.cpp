@@ -1,0 +1,42 @@
+#include "tools/TextTable.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+namespace QuarraTool {
+
+std::string TextTable::line( const std::vector<std::string> &cells,
+                             const std::vector<std::size_t> &widths ) const {
+   std::string text;
+   for ( std::size_t i = 0; i < cells.size(); ++i ) {
+      text += columns_[ i ].align == Align::left ? fmt::format( "  {:<{}}", cells[ i ], widths[ i ] )
+                                                 : fmt::format( "  {:>{}}", cells[ i ], widths[ i ] );
+   }
+   return text.erase( text.find_last_not_of( ' ' ) + 1 ) + "\n";
+}
+
+std::string TextTable::text() const {
+   std::vector<std::string> titles;
+   for ( const auto &column : columns_ ) {
+      titles.push_back( column.title );
+   }
+   std::vector<std::size_t> widths( columns_.size() );
+   for ( std::size_t i = 0; i < columns_.size(); ++i ) {
+      widths[ i ] = titles[ i ].size();
+      for ( const auto &row : rows_ ) {
+         widths[ i ] = std::max( widths[ i ], row[ i ].size() );
+      }
+   }
+   std::string text = line( titles, widths );
+   for ( const auto &row : rows_ ) {
+      text += line( row, widths );
+   }
+   return text;
+}
+
+std::string counted( std::size_t number, const std::string &one, const std::string &many ) {
+   return fmt::format( "{} {}", number, number == 1 ? one : many );
+}
+
+} // namespace QuarraTool

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace QuarraTool {
+
+// Rows of text in aligned columns, for a person.
+class TextTable {
+ public:
+   enum class Align { left, right };
+
+   struct Column {
+      std::string title;
+      Align align = Align::left;
+   };
+
+   explicit TextTable( std::vector<Column> columns ) : columns_( std::move( columns ) ) {}
+
+   void row( std::vector<std::string> cells ) { rows_.push_back( std::move( cells ) ); }
+   bool empty() const { return rows_.empty(); }
+
+   // Indented by two blanks, two blanks between columns, no blanks at the end of a line.
+   std::string text() const;
+
+ private:
+   std::string line( const std::vector<std::string> &cells, const std::vector<std::size_t> &widths ) const;
+
+   std::vector<Column> columns_;
+   std::vector<std::vector<std::string>> rows_;
+};
+
+// "1 entry", "2 entries": the word in the number that fits.
+std::string counted( std::size_t number, const std::string &one, const std::string &many );
+
+} // namespace QuarraTool

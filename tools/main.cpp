@@ -1,0 +1,98 @@
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "Nodra/Trace.h"
+#include "tools/ConfigDb.h"
+#include "tools/Options.h"
+#include "tools/Version.h"
+
+namespace {
+
+using namespace QuarraTool;
+
+constexpr auto about =
+   "Class IDs for TCAM entries, on a simulated switch chip.\n\n"
+   "A class ID is a short value that a switch port carries; a TCAM entry matches the value instead of a "
+   "bitmap of\n"
+   "ports. This command shows what a library of class IDs makes of your ACLs: which entries share a class "
+   "ID, which\n"
+   "bits and ports it takes, whether everything fits, and whether every entry matches exactly its ports.\n";
+
+constexpr auto examples =
+   "Examples:\n"
+   "  quarra-tcam apply /etc/sonic/config_db.json      install all ACL rules, show and check the result\n"
+   "  quarra-tcam apply acl.json --map L3=16 -j -p      other TCAM group for L3 tables, result as JSON\n"
+   "  echo '{\"op\":\"install\",\"group\":13,\"entry\":1,\"ports\":[1,2]}' | quarra-tcam batch -\n"
+   "  quarra-tcam --trace QuarraTcamPortsManager/1-3 apply acl.json     what the library does, step by "
+   "step\n\n"
+   "Exit codes: 0 all is well; 1 something does not fit or does not match; 2 bad input or options, nothing "
+   "applied.\n";
+
+int run( const GlobalOptions &global, const ApplyOptions &apply, bool isApply,
+         const std::string &batchFile ) {
+   if ( const auto problem = Nodra::traceLevelsIs( global.trace ); !problem.empty() ) {
+      std::cerr << "quarra-tcam: --trace: " << problem << "\n";
+      return exitBadInput;
+   }
+   try {
+      return isApply ? runApply( global, apply ) : runBatch( global, batchFile );
+   } catch ( const InputError &error ) {
+      std::cerr << "quarra-tcam: " << error.what() << "\n";
+   } catch ( const QuarraAgent::RequestRefused &refused ) {
+      std::cerr << "quarra-tcam: " << refused.code() << ": " << refused.what() << "\n";
+   }
+   return exitBadInput;
+}
+
+} // namespace
+
+int main( int argc, char **argv ) {
+   CLI::App app( about, "quarra-tcam" );
+   app.footer( examples );
+   app.set_version_flag( "-V,--version", std::string( "quarra-tcam " ) + version );
+   app.require_subcommand( 1 );
+   app.fallthrough();
+
+   GlobalOptions global;
+   app.add_flag( "-j,--json", global.json, "Print one JSON document" );
+   app.add_flag( "-p,--pretty", global.pretty, "Indent the JSON document" );
+   app.add_option(
+         "--trace", global.trace,
+         "Trace on standard error: HANDLE/LEVEL or HANDLE/FROM-TO, several with commas; * for every handle" )
+      ->type_name( "HANDLE/LEVELS" );
+   app.add_option( "--variant", global.variant, "Chip variant: sdk6, hsdk, testSdk6, testHsdk" )
+      ->capture_default_str()
+      ->type_name( "NAME" );
+   app.add_option( "--chip", global.chipFile,
+                   "Chip file: a JSON object that changes the variant's default chip" )
+      ->type_name( "FILE" );
+
+   ApplyOptions apply;
+   auto *applyCommand =
+      app.add_subcommand( "apply", "Install the ACL rules of a config_db.json and check them" );
+   applyCommand->footer(
+      "Every rule becomes one TCAM entry. The map from table types to TCAM groups on the SDK6\n"
+      "variants is L3=13, L3V6=14, L3V4V6=59, MIRROR=42, MIRRORV6=43, MIRROR_DSCP=52, PFCWD=55,\n"
+      "MCLAG=56, CTRLPLANE=108 and OTHER=132 for every other type; docs/tool.md has the others." );
+   applyCommand->add_option( "FILE", apply.file, "The configuration" )->required();
+   applyCommand->add_option( "--map", apply.map, "TCAM group for a table type; may be given several times" )
+      ->type_name( "TYPE=GROUP" );
+   applyCommand->add_flag( "--bindings", apply.bindings,
+                           "Install one entry for each table that has no rules" );
+
+   std::string batchFile;
+   auto *batchCommand = app.add_subcommand( "batch", "Answer JSON lines, one operation a line" );
+   batchCommand->footer(
+      "Operations: chip (first line only), createGroup, install, remove, deleteGroup, dump, check.\n"
+      "Each line is answered by one line at once: {\"ok\":true,...} or\n"
+      "{\"ok\":false,\"error\":{\"code\":...,\"message\":...,\"line\":...}}." );
+   batchCommand->add_option( "FILE", batchFile, "The operations; - for standard input" )->required();
+
+   try {
+      app.parse( argc, argv );
+   } catch ( const CLI::ParseError &error ) {
+      return app.exit( error ) == 0 ? exitGood : exitBadInput;
+   }
+   return run( global, apply, applyCommand->parsed(), batchFile );
+}
