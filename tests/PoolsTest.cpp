@@ -1,0 +1,188 @@
+#include "tests/Library.h"
+
+// Pools: where a run of bits lands, what it lends, and when its bits come back.
+namespace QuarraTest {
+namespace {
+
+using Bits = std::vector<U32>;
+
+constexpr U16 flexibleGroup = 500; // a number of no group: flexible on SDK6, fixed on HSDK
+constexpr U16 otherGroup = 501;
+
+class Pools : public LibraryTest {
+ protected:
+   // Where the group's pool lies: its bits and the hardware value of its first class ID.
+   Bits maskOf( TcamGroupId id, U16 poolId ) {
+      return status( id ).poolStatus( poolId )->tcamMask()->setBits();
+   }
+};
+
+TEST_F( Pools, TakeTheLowestFreeRunUnaligned ) {
+   emptySpaces( { .flexible = 16 } );
+   group( flexibleGroup, { .width = 3 } );
+   group( otherGroup, { .width = 4 } );
+   auto &space = *manager->classIdHwStatus( aclGroupFlexibleWidth );
+   space.set( 0 );
+   space.set( 4 );
+   EXPECT_EQ( manager->reservePoolOfWidth( flexibleGroup, 3 ), 1 );
+   EXPECT_EQ( maskOf( flexibleGroup, 1 ), Bits( { 1, 2, 3 } ) );
+   EXPECT_EQ( manager->reservePoolOfWidth( otherGroup, 4 ), 1 );
+   EXPECT_EQ( maskOf( otherGroup, 1 ), Bits( { 5, 6, 7, 8 } ) );
+   EXPECT_EQ( manager->reservePoolOfWidth( flexibleGroup, 7 ), 2 ) << "a run may end on the last bit";
+   EXPECT_EQ( maskOf( flexibleGroup, 2 ), Bits( { 9, 10, 11, 12, 13, 14, 15 } ) );
+   EXPECT_EQ( status( flexibleGroup ).poolStatus( 2 )->tcamMask()->size(), 16u );
+}
+
+TEST_F( Pools, WithoutRoomChangeNothing ) {
+   emptySpaces( { .flexible = 4 } );
+   group( flexibleGroup, { .width = 3 } );
+   manager->classIdHwStatus( aclGroupFlexibleWidth )->set( 1 );
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "QuarraTcamPortsManager/0-9" );
+   EXPECT_EQ( manager->reservePoolOfWidth( flexibleGroup, 3 ), 0 );
+   EXPECT_TRUE( trace.has( "Failed to reserve a pool, returning.." ) );
+   EXPECT_EQ( reservedBits( aclGroupFlexibleWidth ), Bits( { 1 } ) );
+   EXPECT_FALSE( manager->classIdTcamGroupStatusHas( flexibleGroup ) );
+}
+
+// A run one bit longer than the space is a soft failure, a longer one a broken invariant.
+TEST_F( Pools, OfMoreBitsThanTheSpace ) {
+   emptySpaces( { .flexible = 4 } );
+   group( flexibleGroup, { .width = 5 } );
+   EXPECT_EQ( manager->reservePoolOfWidth( flexibleGroup, 5 ), 0 );
+   EXPECT_ABORT( manager->reservePoolOfWidth( flexibleGroup, 6 ), "endIdx <= bitmap->size()" );
+}
+
+TEST_F( Pools, OfOneReservationLieSideBySide ) {
+   emptySpaces();
+   group( flexibleGroup, { .width = 2, .numPools = 2 } );
+   EXPECT_EQ( manager->reservePoolOfWidth( flexibleGroup, 2 ), 2 ) << "the last pool's id";
+   EXPECT_EQ( maskOf( flexibleGroup, 1 ), Bits( { 0, 1 } ) );
+   EXPECT_EQ( maskOf( flexibleGroup, 2 ), Bits( { 2, 3 } ) );
+   EXPECT_EQ( reservedBits( aclGroupFlexibleWidth ), Bits( { 0, 1, 2, 3 } ) );
+   EXPECT_EQ( status( flexibleGroup ).lastPoolNum(), 2 );
+}
+
+TEST_F( Pools, AtAFixedOffsetNeitherAskNorMarkTheSpace ) {
+   emptySpaces();
+   group( flexibleGroup, { .width = 4, .poolBits = 0x300 } );
+   manager->classIdHwStatus( aclGroupFlexibleWidth )->rangeSet( 8, 9 );
+   EXPECT_EQ( manager->reservePoolOfWidth( flexibleGroup, 4 ), 1 );
+   EXPECT_EQ( maskOf( flexibleGroup, 1 ), Bits( { 8, 9, 10, 11 } ) );
+   EXPECT_EQ( reservedBits( aclGroupFlexibleWidth ), Bits( { 8, 9 } ) );
+   manager->maybeFreeClassIdPool( flexibleGroup, key( "a" ) );
+   EXPECT_EQ( reservedBits( aclGroupFlexibleWidth ), Bits() ) << "its bits are cleared all the same";
+
+   group( otherGroup, { .width = 1, .numPools = 2, .poolBits = 1 } );
+   EXPECT_ABORT( manager->reservePoolOfWidth( otherGroup, 1 ), "classIdConfig->classIdNumPools() == 1" );
+}
+
+TEST_F( Pools, LendTheirValuesFirstInFirstOut ) {
+   emptySpaces();
+   group( otherGroup, { .width = 3 } );
+   group( flexibleGroup, { .width = 2 } );
+   manager->reservePoolOfWidth( otherGroup, 3 );
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "QuarraTcamPortsManager/2" );
+   for ( const auto *name : { "a", "b", "c" } ) {
+      ASSERT_TRUE( reserve( flexibleGroup, key( name ), 1 ) );
+   }
+   EXPECT_TRUE( trace.has( "Reserved classId: 8" ) && trace.has( "Reserved classId: 16" ) &&
+                trace.has( "Reserved classId: 24" ) );
+   manager->clearClassId( flexibleGroup, key( "b" ), 1 );
+   manager->clearClassId( flexibleGroup, key( "a" ), 1 );
+   const auto &queue = status( flexibleGroup ).poolStatus( 1 )->classIdPool();
+   EXPECT_EQ( std::vector<U16>( queue.begin(), queue.end() ), std::vector<U16>( { 2, 1 } ) );
+   EXPECT_TRUE( trace.has( "num classId's:2" ) );
+   ASSERT_TRUE( reserve( flexibleGroup, key( "d" ), 1 ) );
+   EXPECT_EQ( request( flexibleGroup, key( "d" ) ).classId(), 2 );
+}
+
+TEST_F( Pools, OfAGroupStartAgainAtOneWhenTheLastIsGone ) {
+   emptySpaces();
+   group( flexibleGroup, { .width = 1 } );
+   for ( const auto *name : { "a", "b", "c" } ) {
+      ASSERT_TRUE( reserve( flexibleGroup, key( name ), 1 ) );
+   }
+   EXPECT_EQ( request( flexibleGroup, key( "c" ) ).poolId(), 3 );
+   manager->clearClassId( flexibleGroup, key( "b" ), 1 );
+   ASSERT_TRUE( reserve( flexibleGroup, key( "d" ), 1 ) );
+   EXPECT_EQ( request( flexibleGroup, key( "d" ) ).poolId(), 4 )
+      << "ids are not used again while the group lives";
+   EXPECT_EQ( maskOf( flexibleGroup, 4 ), Bits( { 1 } ) ) << "bits are";
+   for ( const auto *name : { "a", "c", "d" } ) {
+      manager->clearClassId( flexibleGroup, key( name ), 1 );
+   }
+   EXPECT_FALSE( manager->classIdTcamGroupStatusHas( flexibleGroup ) );
+   ASSERT_TRUE( reserve( flexibleGroup, key( "e" ), 1 ) );
+   EXPECT_EQ( request( flexibleGroup, key( "e" ) ).poolId(), 1 );
+}
+
+TEST_F( Pools, OfAFixedWidthGroupStayUntilItIsDeleted ) {
+   emptySpaces( "hsdk", { .flexible = 32, .fixed = 16 } );
+   group( flexibleGroup, { .type = aclGroupFixedWidth, .width = 4 } );
+   EXPECT_ABORT( reserve( flexibleGroup, key( "a" ), 1 ),
+                 "0 && \"classId should have been reserved during group creation\"" );
+   manager->createAclGroupBitmapHint( flexibleGroup );
+   ASSERT_TRUE( reserve( flexibleGroup, key( "a" ), 1 ) );
+   EXPECT_ABORT(
+      manager->clearClassIdPool( flexibleGroup ),
+      "poolStatus->classIdPools() == ( pow( 2, poolStatus->size() ) - 1 ) && \"group is being deleted. All "
+      "classId's should have been released\"" );
+   manager->clearClassId( flexibleGroup, key( "a" ), 1 );
+   EXPECT_EQ( reservedBits( aclGroupFixedWidth ), Bits( { 0, 1, 2, 3 } ) );
+   manager->clearClassIdPool( flexibleGroup );
+   EXPECT_EQ( reservedBits( aclGroupFixedWidth ), Bits() );
+   EXPECT_FALSE( manager->classIdTcamGroupStatusHas( flexibleGroup ) );
+   EXPECT_ABORT( manager->clearClassIdPool( flexibleGroup ), "!!classIdStatus" );
+}
+
+TEST_F( Pools, OfOtherGroupsAreNotClearedByDeletion ) {
+   emptySpaces();
+   group( flexibleGroup, { .width = 2 } );
+   manager->reservePoolOfWidth( flexibleGroup, 2 );
+   EXPECT_ABORT(
+      manager->clearClassIdPool( flexibleGroup ),
+      "classIdConfig->classIdType() == aclGroupFixedWidth() && \"other classIdType should have cleared "
+      "classId during entry deletion\"" );
+   EXPECT_ABORT( manager->clearClassIdPool( 2 ), "!QuarraTcam::isSystemAclGroup( tcamGroupId )" );
+}
+
+TEST_F( Pools, HintCoversTheGroupsBitsOfTheCombinedValue ) {
+   emptySpaces( "hsdk", { .flexible = 32, .fixed = 16 } );
+   group( flexibleGroup, { .type = aclGroupFixedWidth, .width = 4 } );
+   manager->classIdHwStatus( aclGroupFixedWidth )->rangeSet( 0, 2 );
+   auto hint = manager->createAclGroupBitmapHint( flexibleGroup );
+   EXPECT_EQ( std::pair( hint.startBit, hint.endBit ), std::pair( U8{ 35 }, U8{ 38 } ) );
+   hint = manager->createAclGroupBitmapHint( flexibleGroup );
+   EXPECT_EQ( hint.startBit, 35 ) << "asking again reserves nothing";
+   EXPECT_EQ( status( flexibleGroup ).poolStatuss(), 1u );
+
+   group( otherGroup, { .type = aclGroupFlexibleWidth, .width = 4 } );
+   hint = manager->createAclGroupBitmapHint( otherGroup );
+   EXPECT_EQ( std::pair( hint.startBit, hint.endBit ), std::pair( U8{ 0 }, U8{ 31 } ) );
+   group( 502, { .type = ifpSourceTrunkMap } );
+   EXPECT_ABORT( manager->createAclGroupBitmapHint( 502 ),
+                 "classIdConfig->classIdType() == aclGroupFixedWidth() for tcamGroupId: 502" );
+}
+
+TEST_F( Pools, HintOfBitwisePoolsSpansThemAll ) {
+   emptySpaces( "hsdk", { .flexible = 32, .fixed = 16 } );
+   group( flexibleGroup, { .type = aclGroupFixedWidth, .width = 1 } );
+   auto &space = *manager->classIdHwStatus( aclGroupFixedWidth );
+   for ( const U32 free : { 2u, 5u, 3u } ) { // pools 1, 2 and 3 land where the only free bit is
+      space.rangeSet( 0, 15 );
+      space.clear( free );
+      ASSERT_NE( manager->reservePoolOfWidth( flexibleGroup, 1 ), 0 );
+   }
+   const auto hint = manager->createAclGroupBitmapHint( flexibleGroup );
+   EXPECT_EQ( std::pair( hint.startBit, hint.endBit ), std::pair( U8{ 34 }, U8{ 37 } ) );
+   space.rangeClear( 0, 15 );
+   manager->reservePoolOfWidth( flexibleGroup, 2 );
+   EXPECT_ABORT( manager->createAclGroupBitmapHint( flexibleGroup ),
+                 "classIdStatus->lastPoolNum() == 1 && \"more than 1 pool is needed only while using bitwise "
+                 "allocation\"" );
+}
+
+} // namespace
+} // namespace QuarraTest
