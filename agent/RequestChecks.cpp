@@ -58,12 +58,6 @@ std::string spaceUse( const QuarraTcamPortsManager &manager, ClassIdType type ) 
    return text.string();
 }
 
-bool isOfThisChip( const ChipConfig &chip, const QuarraCentral::QuarraModPort &port ) {
-   return std::any_of( chip.ports.begin(), chip.ports.end(),
-                       [ & ]( const auto &p ) { return p.port == port; } ) ||
-          std::find( chip.cpuPorts.begin(), chip.cpuPorts.end(), port ) != chip.cpuPorts.end();
-}
-
 void spaceExists( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config ) {
    if ( !manager.classIdHwStatusHas( config.classIdType() ) ) {
       refuse( "noSpace", Text() << "group " << config.tcamGroupId() << ": the chip has no "
@@ -96,14 +90,14 @@ void freeEntryId( const std::map<U32, Entry> &entries, const InstallRequest &req
    }
 }
 
-void knownPorts( const ChipConfig &chip, const InstallRequest &request ) {
+void knownPorts( const ChipConfig &chip, const PortSet &chipPorts, const InstallRequest &request ) {
    if ( request.ethernet && !request.ports.empty() ) {
       refuse( "portsAndEthernet", groupAndEntry( request )
                                      << "an entry of all ethernet ports lists no ports, got "
                                      << request.ports.size() );
    }
    for ( const auto &port : request.ports ) {
-      if ( !isOfThisChip( chip, port ) ) {
+      if ( !chipPorts.has( port ) ) {
          refuse( "unknownPort", groupAndEntry( request )
                                    << "port " << port.port() << " of module " << port.modId()
                                    << " is not on chip " << chip.profile << ", which has "

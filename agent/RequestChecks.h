@@ -18,7 +18,7 @@ const ClassIdTcamGroupConfig &knownGroup( TcamGroupId group );
 void freeEntryId( const std::map<U32, Entry> &entries, const InstallRequest &request );
 
 // "unknownPort", "portsAndEthernet".
-void knownPorts( const ChipConfig &chip, const InstallRequest &request );
+void knownPorts( const ChipConfig &chip, const PortSet &chipPorts, const InstallRequest &request );
 
 // "ethernetNeedsWidthOne".
 void ethernetFits( const ClassIdTcamGroupConfig &config, const InstallRequest &request );

@@ -1,5 +1,7 @@
 #include "agent/TcamAgent.h"
 
+#include <algorithm>
+
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "Sdk/SdkCall.h"
 #include "agent/ChipState.h"
@@ -20,6 +22,12 @@ TcamAgent::TcamAgent( const Variant &variant, const ChipConfig &chip, QuarraTcam
      directory_( std::make_shared<QuarraCentral::PortTabWriteRequestDir>() ),
      portTableService_( directory_ ) {
    checkChip( variant.generation, chip );
+   for ( const auto &port : chip.ports ) {
+      chipPorts_.insert( port.port );
+   }
+   for ( const auto &port : chip.cpuPorts ) {
+      chipPorts_.insert( port );
+   }
    scsd_ = bringUpChip( variant, chip );
    const auto helper = variant.factory( scsd_ );
    // Registering is repeated by doSetup, to no effect; the agent looks at the groups before anything is
@@ -86,7 +94,7 @@ Installed TcamAgent::install( const InstallRequest &request ) {
                 << " TcamGroupId: " << request.group << " EntryId: " << request.entry );
    const auto &config = RequestChecks::knownGroup( request.group );
    RequestChecks::freeEntryId( entries_, request );
-   RequestChecks::knownPorts( chip_, request );
+   RequestChecks::knownPorts( chip_, chipPorts_, request );
    RequestChecks::ethernetFits( config, request );
    RequestChecks::knownSystemRule( *manager_, request );
    const auto intfGroup = intfGroupOf( request );
@@ -140,7 +148,33 @@ void TcamAgent::remove( TcamGroupId group, U32 entry ) {
    SDK_CALL( SdkShim->fieldEntryDestroy( unit, entry ) );
    manager_->clearClassIdAndIntfGroup( group, key, entry );
    portTableService_.drain();
-   entries_.erase( item );
+   const auto removed = entries_.extract( item ).mapped();
+   forgetPorts( removed );
+}
+
+// A key that was reserved at start-up outlives its entries, and the library leaves the ports of each in its
+// index. There they would lead a later entry of the same ports to that key, and never go: the agent takes
+// them out.
+void TcamAgent::forgetPorts( const Entry &entry ) {
+   const auto group = entry.request.group;
+   const auto &status = manager_->classIdTcamGroupStatus( group );
+   if ( !status || !status->requestStatusHas( entry.key ) ||
+        !status->requestStatus( entry.key )->entryRefHas( INVALID_ENTRY_ID ) ) {
+      return;
+   }
+   const auto intfGroup = intfGroupOf( entry.request );
+   const auto wantsThem = [ & ]( const auto &item ) {
+      const auto &other = item.second;
+      return other.request.group == group && other.key == entry.key &&
+             intfGroupOf( other.request )->isEqual( intfGroup );
+   };
+   if ( std::any_of( entries_.begin(), entries_.end(), wantsThem ) ) {
+      return;
+   }
+   const auto &indexed = status->intfGroupHashToIntfGroupInfo( intfGroup->hash() );
+   if ( indexed && indexed->requestKeyToIntfGroupHas( entry.key ) ) {
+      manager_->deleteIntfGroupFromIntfGroupInfo( group, entry.key, intfGroup );
+   }
 }
 
 } // namespace QuarraAgent

@@ -17,6 +17,8 @@ namespace QuarraAgent {
 
 using QuarraTcam::TcamGroupId;
 
+using PortSet = Nodra::FlatSet<QuarraCentral::QuarraModPort>;
+
 // What a caller asks of an entry. Ports and `ethernet` exclude each other; no port at all means no port.
 struct InstallRequest {
    TcamGroupId group;
@@ -71,10 +73,12 @@ class TcamAgent {
    QuarraTcam::IntfGroupInfo::PtrConst intfGroupOf( const InstallRequest &request ) const;
    QuarraTcam::RequestKey keyOf( const InstallRequest &request,
                                  const QuarraTcam::IntfGroupInfo::PtrConst &intfGroup ) const;
+   void forgetPorts( const Entry &entry );
    Installed describe( const InstallRequest &request, const QuarraTcam::RequestKey &key ) const;
 
    const Variant &variant_;
    ChipConfig chip_;
+   PortSet chipPorts_; // the CPU's among them
    QuarraTcam::Scsd scsd_;
    QuarraTcam::QuarraTcamPortsManager::Ptr manager_;
    Nodra::Ptr<QuarraCentral::PortTabWriteRequestDir> directory_;

@@ -167,15 +167,14 @@ std::string spacesPart( const Applied &applied ) {
                    fmt::format( "{}", bitmap->count() ),
                    fmt::format( "{}", bitmap->size() - bitmap->count() ), picture } );
    }
-   std::string held = "  reserved at start-up:";
+   std::vector<std::string> reserved;
    for ( const auto &[ group, config ] : classIdTcamGroupsInfo ) {
       if ( config->requestKeys() ) {
-         held +=
-            fmt::format( " group {}: {};", group.value(), counted( config->requestKeys(), "rule", "rules" ) );
+         reserved.push_back( fmt::format( "{} ({})", group.value(), config->requestKeys() ) );
       }
    }
-   held.back() = '\n';
-   return table.text() + held;
+   return table.text() + fmt::format( "  reserved at start-up, by group (and number of rules): {}\n",
+                                      shortened( reserved, reserved.size() ) );
 }
 
 std::string costPart( const Applied &applied ) {

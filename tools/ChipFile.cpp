@@ -1,14 +1,8 @@
 #include "tools/ChipFile.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <sstream>
-
 #include <fmt/format.h>
 
-#include "tools/ConfigDb.h"
+#include "tools/TextFile.h"
 
 namespace QuarraTool {
 namespace {
@@ -96,16 +90,11 @@ ChipChoice readChip( JsonFields &fields, const ChipChoice &before ) {
 }
 
 ChipChoice readChipFile( const std::string &file, const ChipChoice &choice ) {
-   std::ifstream in( file, std::ios::binary );
-   std::stringstream text;
-   if ( !in || !( text << in.rdbuf() ) ) {
-      throw InputError( fmt::format( "{}: cannot be read: {}", file, std::strerror( errno ) ) );
-   }
    Json json;
    try {
-      json = parseJson( text.str() );
+      json = parseJson( readText( file ) );
    } catch ( const Complaint &complaint ) {
-      throw InputError( file + ":" + complaint.what() );
+      throw InputError( file + complaint.what() );
    }
    JsonFields fields( json, file );
    auto read = readChip( fields, choice );

@@ -1,10 +1,8 @@
 #include <cctype>
-#include <cerrno>
 #include <charconv>
 #include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <iostream>
+#include <sstream>
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -81,13 +79,7 @@ int runBatch( const GlobalOptions &global, const std::string &file ) {
       batch.run( std::cin, std::cout );
       return exitGood;
    }
-   std::ifstream in( file );
-   if ( !in || in.peek() == std::ifstream::traits_type::eof() ) {
-      const bool empty = in.is_open() && in.eof();
-      if ( !empty ) {
-         throw InputError( fmt::format( "{}: cannot be read: {}", file, std::strerror( errno ) ) );
-      }
-   }
+   std::istringstream in( readText( file ) );
    batch.run( in, std::cout );
    return exitGood;
 }

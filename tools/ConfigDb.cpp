@@ -1,15 +1,10 @@
 #include "tools/ConfigDb.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <charconv>
 #include <cstdint>
-#include <cstdio>
 #include <limits>
 #include <map>
-#include <memory>
-#include <system_error>
 #include <utility>
 
 #include <fmt/format.h>
@@ -34,20 +29,6 @@ constexpr Stage stages[] = {
    { "ingress", "" },
    { "egress", "egress table" },
 };
-
-// Keys and file names may hold anything; a message stays one line all the same.
-std::string oneLine( const std::string &text ) {
-   std::string line;
-   for ( const char c : text ) {
-      const auto byte = static_cast<unsigned char>( c );
-      if ( byte < 0x20 || byte == 0x7f ) {
-         line += fmt::format( "\\x{:02x}", byte );
-      } else {
-         line += c;
-      }
-   }
-   return line;
-}
 
 // What a table or rule covers once some of its ports are gone: the ports by name, or their number where they
 // are many.
@@ -230,25 +211,7 @@ void AclReader::warnRepeated( const std::string &place, const PortSelection &sel
    }
 }
 
-std::string readText( const std::string &file ) {
-   const std::unique_ptr<std::FILE, int ( * )( std::FILE * )> stream( std::fopen( file.c_str(), "rb" ),
-                                                                      &std::fclose );
-   std::string text;
-   std::array<char, 1 << 16> buffer;
-   std::size_t size = 0;
-   while ( stream && ( size = std::fread( buffer.data(), 1, buffer.size(), stream.get() ) ) > 0 ) {
-      text.append( buffer.data(), size );
-   }
-   if ( !stream || std::ferror( stream.get() ) != 0 ) {
-      throw InputError(
-         fmt::format( "{}: cannot be read: {}", file, std::generic_category().message( errno ) ) );
-   }
-   return text;
-}
-
 } // namespace
-
-InputError::InputError( const std::string &message ) : std::runtime_error( oneLine( message ) ) {}
 
 AclConfig readConfigDb( const std::string &file ) {
    return parseConfigDb( readText( file ), file );

@@ -2,19 +2,12 @@
 // and which rules they hold. Nothing here knows of class IDs.
 #pragma once
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-namespace QuarraTool {
+#include "tools/TextFile.h"
 
-// Bad input: where it is and what was expected. what() is one line: "FILE:LINE:COLUMN: message" for a JSON
-// syntax error, "FILE: PLACE: message" for a wrong value, such as
-// `acl.json: ACL_TABLE|DATAACL.ports[2]: port "Ethernet9" is not in PORT`.
-class InputError : public std::runtime_error {
- public:
-   explicit InputError( const std::string &message );
-};
+namespace QuarraTool {
 
 struct AclRule {
    std::string name;

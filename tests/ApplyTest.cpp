@@ -1,0 +1,95 @@
+#include "tests/Lines.h"
+#include "tools/ApplyReport.h"
+
+// A configuration applied: every rule an entry, every entry checked, and what a person is told.
+namespace QuarraTest {
+namespace {
+
+using namespace QuarraTool;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+// Two L3 tables of overlapping ports, one of a port channel, one left out.
+constexpr auto config = R"({
+   "PORT": { "Ethernet0": {}, "Ethernet4": {}, "Ethernet8": {}, "Ethernet12": {} },
+   "PORTCHANNEL": { "PortChannel1": {} },
+   "PORTCHANNEL_MEMBER": { "PortChannel1|Ethernet8": {}, "PortChannel1|Ethernet12": {} },
+   "ACL_TABLE": {
+      "USERS": { "type": "L3", "ports": [ "Ethernet0", "Ethernet4" ] },
+      "EDGE": { "type": "L3", "ports": [ "Ethernet4", "PortChannel1" ] },
+      "COPY": { "type": "MIRROR", "ports": [ "Ethernet12", "Ethernet8" ] },
+      "EMPTY": { "type": "L3", "ports": [ "Ethernet8" ] },
+      "OUT": { "type": "L3", "stage": "egress", "ports": [ "Ethernet0" ] } },
+   "ACL_RULE": {
+      "USERS|R1": { "PRIORITY": "10" }, "USERS|R2": { "PRIORITY": "20" }, "EDGE|R1": { "PRIORITY": "1" },
+      "COPY|R1": { "PRIORITY": "1" }, "COPY|NARROW": { "PRIORITY": "2", "IN_PORTS": "Ethernet8" },
+      "OUT|R1": { "PRIORITY": "1" } } })";
+
+std::unique_ptr<Applied> apply( const GroupMap &map = {}, const char *variant = "testSdk6" ) {
+   return std::make_unique<Applied>( parseConfigDb( config, "acl.json" ), defaultChoice( variant ), map );
+}
+
+TEST( Apply, InstallsEveryRuleAndChecksIt ) {
+   const auto applied = apply();
+   EXPECT_TRUE( applied->allFitAndMatch() );
+   ASSERT_EQ( applied->entries().size(), 5u );
+   EXPECT_EQ( applied->theSwitch().chip().tcamEntries().size(), 5u );
+   const auto report = applyReport( *applied, false );
+   EXPECT_THAT( report, HasSubstr( "left out: OUT (L3, 1 rule): egress table" ) );
+   EXPECT_THAT( report, HasSubstr( "2 of USERS" ) );
+   EXPECT_THAT( report, HasSubstr( "Ethernet4-Ethernet12" ) );
+   EXPECT_THAT( report, HasSubstr( "5 of 5 installed" ) );
+   EXPECT_THAT( report, HasSubstr( "every entry matches exactly its ports" ) );
+   EXPECT_THAT( report, Not( HasSubstr( "\033" ) ) );
+}
+
+TEST( Apply, NamesWhatDoesNotMatch ) {
+   const auto applied = apply( { { "L3", 16 } } );
+   EXPECT_EQ( applied->refused(), 0u );
+   EXPECT_FALSE( applied->allFitAndMatch() );
+   ASSERT_EQ( applied->mismatches().size(), 1u ) << "EDGE came first; USERS' two entries took port 2 from it";
+   EXPECT_THAT( applyReport( *applied, false ),
+                HasSubstr( "EDGE|R1 (entry 3, group 16) does not match its port Ethernet4" ) );
+   const auto json = applyJson( *applied );
+   EXPECT_EQ( json.at( "ok" ), false );
+   EXPECT_EQ( json.at( "mismatches" )[ 0 ].at( "port" ), 2 );
+}
+
+TEST( Apply, NamesWhatDoesNotFit ) {
+   const auto applied = apply( { { "L3", 2 } } ); // a system group takes no rules but its own
+   EXPECT_EQ( applied->refused(), 3u );
+   EXPECT_TRUE( applied->mismatches().empty() );
+   EXPECT_THAT( applyReport( *applied, false ), HasSubstr( "EDGE|R1: unknownRule: group 2 entry 3" ) );
+   EXPECT_EQ( applyJson( *applied ).at( "entries" )[ 2 ].at( "error" ).at( "code" ), "unknownRule" );
+}
+
+TEST( Apply, RefusesAMapToAGroupThatIsNotThere ) {
+   EXPECT_THROW( apply( { { "L3", 4 } } ), QuarraAgent::RequestRefused );
+}
+
+// Rows and writes by hand: 5 entries; port words: COPY 2 + 1, EDGE 3, USERS 2.
+TEST( Apply, CountsRowsAndWrites ) {
+   const auto costs = apply()->costs();
+   EXPECT_EQ( costs.portWords, 8u );
+   EXPECT_EQ( costs.classIds.rows, 5u );
+   EXPECT_EQ( costs.classIds.writes, 13u );
+   EXPECT_EQ( costs.portBitmaps.rows, 20u ) << "128 and 512 key bits take four rows of 192";
+   EXPECT_EQ( costs.entryPerPort.rows, 10u );
+   EXPECT_EQ( costs.classIds.join, 1u );
+   EXPECT_EQ( costs.portBitmaps.join, 8u );
+}
+
+TEST( Apply, RunsOnEveryVariant ) {
+   for ( const auto &variant : QuarraAgent::variants() ) {
+      const auto applied = apply( {}, std::string( variant.name ).c_str() );
+      EXPECT_EQ( applied->refused(), 0u ) << variant.name;
+      EXPECT_EQ( applied->allFitAndMatch(), variant.generation == QuarraAgent::SdkGeneration::sdk6 )
+         << variant.name;
+      for ( const auto &mismatch : applied->mismatches() ) {
+         EXPECT_THAT( mismatch.reason, Not( HasSubstr( "fault" ) ) ) << variant.name;
+      }
+   }
+}
+
+} // namespace
+} // namespace QuarraTest

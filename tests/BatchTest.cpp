@@ -1,0 +1,268 @@
+#include <sstream>
+
+#include "tests/Lines.h"
+
+// The switch as a user sees it through `quarra-tcam batch`: what is shared, who wins, what fits, what is
+// refused.
+namespace QuarraTest {
+namespace {
+
+using ::testing::HasSubstr;
+
+class BatchOnSdk6Twin : public LinesTest {
+ protected:
+   void SetUp() override { use( "testSdk6" ); }
+};
+
+class BatchOnEveryVariant : public LinesTest, public ::testing::WithParamInterface<const char *> {};
+
+TEST_F( BatchOnSdk6Twin, EqualPortSetsShareAClassIdWhateverTheirOrder ) {
+   const auto first = install( 16, 1, "1,2" );
+   const auto second = install( 16, 2, "2,1" );
+   EXPECT_EQ( first, second );
+   EXPECT_NE( install( 16, 3, "3" ).at( "classId" ), first.at( "classId" ) );
+   EXPECT_NE( install( 17, 4, "1,2" ).at( "baseOffset" ), first.at( "baseOffset" ) ) << "groups do not share";
+   EXPECT_EQ( mismatches(), JsonOut::array() );
+   remove( 16, 1 );
+   EXPECT_EQ( mismatches(), JsonOut::array() ) << "the other entry still needs the ports";
+}
+
+TEST_F( BatchOnSdk6Twin, TheNewestEntryOfAValueBasedGroupWinsThePort ) {
+   install( 16, 1, "1,2" );
+   install( 16, 2, "2,3" );
+   const auto found = mismatches();
+   ASSERT_EQ( found.size(), 1u );
+   EXPECT_EQ( found[ 0 ].at( "entry" ), 1 );
+   EXPECT_EQ( found[ 0 ].at( "port" ), 2 );
+   EXPECT_EQ( found[ 0 ].at( "expected" ), true );
+   EXPECT_EQ( found[ 0 ].at( "found" ), false );
+   EXPECT_THAT( found[ 0 ].at( "reason" ).get<std::string>(), HasSubstr( "entry 2 asks for the port too" ) );
+   install( 13, 3, "1,2" ); // groups of one-bit pools overlap freely
+   install( 13, 4, "2,3" );
+   EXPECT_EQ( mismatches().size(), 1u );
+}
+
+TEST_F( BatchOnSdk6Twin, FallsBackToOneBitFillsUpAndRecovers ) {
+   // 64 bits, 14 of them the system's: 12 pools of 4 bits, 2 bits left for the fallback.
+   int entry = 0;
+   for ( const int group : { 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27 } ) {
+      ++entry;
+      EXPECT_EQ( install( group, entry, std::to_string( entry ) ).at( "poolWidth" ), 4 );
+   }
+   EXPECT_EQ( install( 28, 101, "20" ).at( "poolWidth" ), 1 );
+   EXPECT_EQ( install( 28, 102, "21" ).at( "poolId" ), 2 );
+   EXPECT_EQ( refused( installLine( 28, 103, "22" ) ), "noRoom" );
+   EXPECT_THAT( message, HasSubstr( "group 28 entry 103" ) );
+   EXPECT_THAT( message, HasSubstr( "0 of 64 bits of aclGroupFlexibleWidth are free" ) );
+   EXPECT_THAT( message, HasSubstr( "group 27: 4, group 28: 2" ) );
+   EXPECT_EQ( refused( installLine( 29, 103, "22" ) ), "noRoom" ) << "a group without a pool of its own";
+   install( 16, 104, "23" ); // but a group with a free class ID has room
+   remove( 28, 101 );
+   EXPECT_EQ( install( 28, 103, "22" ).at( "poolId" ), 3 ) << "ids go on while the group holds a pool";
+   remove( 28, 102 );
+   remove( 28, 103 );
+   EXPECT_EQ( install( 28, 105, "22" ).at( "poolId" ), 1 ) << "and start again afterwards";
+}
+
+TEST_F( BatchOnSdk6Twin, ReservesTheSystemsRulesAtStartUp ) {
+   EXPECT_EQ( groupDump( 6 ).at( "requests" ).size(), 5u );
+   EXPECT_EQ( dump().at( "spaces" ).at( "aclGroupFlexibleWidth" ).at( "set" ).size(), 14u );
+   EXPECT_EQ( install( 2, 1, "4,5", rule( "L4 Micro BFD" ) ).at( "key" )[ 0 ], "L4 Micro BFD" );
+   EXPECT_EQ( portDump( 5 ).at( "aclGroup" ), "0x4" );
+   EXPECT_EQ( refused( installLine( 2, 2, "4" ) ), "ruleRequired" );
+   EXPECT_EQ( refused( installLine( 2, 2, "4", rule( "MACsec EAPoL Rule" ) ) ), "unknownRule" );
+   EXPECT_THAT( message, HasSubstr( "\"DHCP Snooping group\", \"L4 Micro BFD\"" ) );
+   EXPECT_EQ(
+      refused( installLine( 3, 2, "4", R"(,"rule":{"feature":"l2Ctrl","name":"Dot1x EAPoL Rule"})" ) ),
+      "unknownRule" )
+      << "a rule of another group's feature";
+   EXPECT_EQ(
+      install( 3, 2, "4", R"(,"rule":{"feature":"dot1x","name":"MACsec EAPoL Rule"})" ).at( "poolWidth" ),
+      1 );
+   EXPECT_EQ( mismatches(), JsonOut::array() );
+   install( 2, 3, "9", rule( "L4 Micro BFD" ) );
+   EXPECT_THAT( mismatches()[ 0 ].at( "reason" ).get<std::string>(),
+                HasSubstr( "one rule has one class ID" ) );
+}
+
+TEST_F( BatchOnSdk6Twin, PostsSourceTrunkMapWordsToTheChip ) {
+   const auto rillway = rule( "PBMP_E_ALL for a Rillway group" );
+   EXPECT_EQ( install( 88, 1, "1,2", rillway ).at( "data" ), "0x20" );
+   EXPECT_EQ( install( 51, 2, "2", rule( "Broadcast skip rule" ) ).at( "data" ), "0x1" );
+   EXPECT_EQ( portDump( 1 ).at( "ifpSourceTrunkMap" ), "0x20" );
+   EXPECT_EQ( portDump( 2 ).at( "ifpSourceTrunkMap" ), "0x21" );
+   install( 238, 3, "2" );
+   EXPECT_EQ( portDump( 2 ).at( "vfpSourceTrunkMap" ), "0x1" );
+   EXPECT_EQ( memberOf( dump().at( "chip" ).at( "entries" ), "entry", 3 ).at( "qualifier" ),
+              "interfaceClassPort" );
+   EXPECT_EQ( refused( installLine( 88, 4, "3" ) ), "fixedOffsetGroup" );
+   install( 120, 4, "5" ); // reserved at start-up by its kind, but on demand for want of known rules
+   EXPECT_EQ( mismatches(), JsonOut::array() );
+   install( 89, 5, "3", rillway );
+   EXPECT_EQ( mismatches().size(), 3u ) << "groups 88 and 89 share a bit: each matches the other's ports";
+   EXPECT_THAT( mismatches()[ 0 ].at( "reason" ).get<std::string>(), HasSubstr( "at one fixed offset" ) );
+}
+
+TEST_F( BatchOnSdk6Twin, AllEthernetPortsNeedOneBit ) {
+   install( 13, 1, "ethernet" );
+   install( 13, 2, "ethernet" );
+   install( 13, 3, "1,2" );
+   install( 51, 4, "ethernet" ); // a source-trunk-map group has every port's word written
+   EXPECT_EQ( mismatches(), JsonOut::array() );
+   EXPECT_EQ( portDump( 510 ).at( "ifpSourceTrunkMap" ), "0x4" );
+   EXPECT_EQ( refused( installLine( 16, 5, "ethernet" ) ), "ethernetNeedsWidthOne" );
+   EXPECT_EQ( refused( installLine( 13, 5, "ethernet", R"(,"ports":[1])" ) ), "portsAndEthernet" );
+   install( 16, 6, "" ); // no port is no port
+   EXPECT_EQ( mismatches(), JsonOut::array() );
+}
+
+TEST_F( BatchOnSdk6Twin, RefusesWithoutChangingAnything ) {
+   install( 16, 1, "1" );
+   struct Case {
+      std::string line;
+      const char *code;
+      const char *message;
+   };
+   const Case cases[] = {
+      { installLine( 4, 2, "1" ), "unknownGroup",
+        "group 4 uses no class IDs on this chip; groups that do: 1 2 3 5" },
+      { installLine( 16, 0, "1" ), "entryIdInvalid", "group 16 entry 0" },
+      { installLine( 17, 1, "1" ), "entryTaken", "entry 1: the entry is installed already, in group 16" },
+      { installLine( 16, 2, "511" ), "unknownPort",
+        "port 511 of module 0 is not on chip sdk6-64, which has 510 ports" },
+      { installLine( 16, 2, R"({"module":1,"port":1})" ), "unknownPort", "port 1 of module 1" },
+      { R"({"op":"remove","group":16,"entry":2})", "unknownEntry", "group 16 entry 2" },
+      { R"({"op":"remove","group":17,"entry":1})", "unknownEntry", "it is in group 16" },
+      { R"({"op":"remove","group":4,"entry":1})", "unknownGroup", "" },
+      { R"({"op":"deleteGroup","group":16})", "groupInUse", "group 16 still has 1 entries: 1" },
+      { R"({"op":"deleteGroup","group":2})", "systemGroup", "" },
+      { R"({"op":"deleteGroup","group":88})", "groupReserved", "" },
+      { R"({"op":"createGroup","group":4})", "unknownGroup", "" },
+      { R"({"op":"chip"})", "chipIsSet", "only the first line" },
+      { "", "badJson", "" },
+      { "{", "badJson", "" },
+      { "[]", "badJson", "expected an object, got a list" },
+      { R"({"op":"dump","op":"dump"})", "badJson", "op" },
+      { R"({"op":"fly"})", "unknownOperation", "expected one of chip, createGroup, install" },
+      { R"({"op":7})", "badField", "expected a string" },
+      { R"({})", "missingField", "\"op\"" },
+      { R"({"op":"dump","deep":1})", "unknownField", "\"deep\"" },
+      { installLine( 16, 2, "1", R"(,"port":1)" ), "unknownField", "\"port\"" },
+      { R"({"op":"install","group":16,"entry":2})", "missingField", "\"ports\"" },
+      { R"({"op":"install","group":16,"entry":2,"ports":"1"})", "badField", "a list of ports" },
+      { R"({"op":"install","group":65536,"entry":2,"ports":[]})", "outOfRange", "0 to 65535, got 65536" },
+      { R"({"op":"install","group":16,"entry":4294967296,"ports":[]})", "outOfRange", "4294967296" },
+      { R"({"op":"install","group":16,"entry":-1,"ports":[]})", "outOfRange", "-1" },
+      { R"({"op":"install","group":16,"entry":1e3,"ports":[]})", "outOfRange", "whole number" },
+      { installLine( 16, 2, "1024" ), "outOfRange", "ports[0]" },
+      { installLine( 16, 2, R"({"module":64,"port":1})" ), "outOfRange", "0 to 63" },
+      { installLine( 16, 2, "true" ), "badField", "expected a number" },
+      { installLine( 16, 2, "1", R"(,"rule":{"feature":"x","name":"y"})" ), "unknownFeature", "l3Ctrl" },
+      { installLine( 16, 2, "1", R"(,"rule":{"feature":"acl"})" ), "missingField", "\"name\"" },
+   };
+   for ( const auto &[ line, code, text ] : cases ) {
+      EXPECT_EQ( refused( line ), code ) << line;
+      EXPECT_THAT( message, HasSubstr( text ) ) << line;
+   }
+}
+
+TEST_F( BatchOnSdk6Twin, DumpShowsTheWholeState ) {
+   install( 16, 1, "1,2" );
+   install( 16, 2, "1,2" );
+   const auto group = groupDump( 16 );
+   EXPECT_EQ( group.at( "config" ).at( "poolWidth" ), 4 );
+   EXPECT_EQ( group.at( "pools" )[ 0 ].at( "offset" ), 14 );
+   EXPECT_EQ( group.at( "pools" )[ 0 ].at( "free" ).front(), 2 );
+   EXPECT_EQ( group.at( "requests" )[ 0 ].at( "entries" ), JsonOut::array( { 1, 2 } ) );
+   EXPECT_EQ( group.at( "index" )[ 0 ].at( "ports" ), JsonOut::array( { 1, 2 } ) );
+   EXPECT_EQ( group.at( "index" )[ 0 ].at( "keys" )[ 0 ], group.at( "requests" )[ 0 ].at( "key" ) );
+   EXPECT_EQ( portDump( 2 ).at( "aclGroup" ), "0x4000" );
+   const auto entry = memberOf( dump().at( "chip" ).at( "entries" ), "entry", 2 );
+   EXPECT_EQ( entry.at( "dataBits" ), JsonOut::array( { 14 } ) );
+   EXPECT_EQ( entry.at( "maskBits" ), JsonOut::array( { 14, 15, 16, 17 } ) );
+}
+
+TEST( BatchLines, AreAnsweredOneForOneWithTheirNumber ) {
+   Batch batch( QuarraTool::defaultChoice( "testSdk6" ) );
+   std::istringstream in( "nonsense\n{\"op\":\"createGroup\",\"group\":16}\n\n{\"op\":\"check\"}" );
+   std::ostringstream out;
+   batch.run( in, out );
+   std::vector<JsonOut> answers;
+   std::istringstream lines( out.str() );
+   for ( std::string line; std::getline( lines, line ); ) {
+      answers.push_back( JsonOut::parse( line ) );
+   }
+   ASSERT_EQ( answers.size(), 4u );
+   EXPECT_EQ( answers[ 0 ].at( "error" ).at( "line" ), 1 );
+   EXPECT_EQ( answers[ 1 ].at( "hint" ).at( "endBit" ), 63 );
+   EXPECT_EQ( answers[ 2 ].at( "error" ).at( "line" ), 3 );
+   EXPECT_EQ( answers[ 3 ].at( "mismatches" ), JsonOut::array() );
+}
+
+TEST( BatchLines, TheFirstMayChooseTheChip ) {
+   struct Case {
+      const char *line;
+      const char *outcome;
+   };
+   const Case cases[] = {
+      { R"({"op":"chip","variant":"sdk6","flexibleBits":20,"ports":48})", "sdk6-64" },
+      { R"({"op":"chip","variant":"testHsdk","profile":"hsdk-1024"})", "hsdk-1024" },
+      { R"({"op":"chip","ports":[1,{"module":3,"port":2}],"cpuPorts":[]})", "sdk6-64" },
+      { R"({"op":"chip","variant":"sdk7"})", "unknownVariant" },
+      { R"({"op":"chip","profile":"hsdk-256"})", "unknownProfile" },
+      { R"({"op":"chip","flexibleBits":13})", "chipTooSmall" },
+      { R"({"op":"chip","sourceTrunkMapBits":5})", "chipTooSmall" },
+      { R"({"op":"chip","flexibleBits":65})", "badChip" },
+      { R"({"op":"chip","ports":[1,{"module":1,"port":1}]})", "badChip" },
+      { R"({"op":"chip","variant":"hsdk","ports":[256]})", "badChip" },
+      { R"({"op":"chip","ports":[0]})", "badChip" },
+      { R"({"op":"chip","colour":1})", "unknownField" },
+   };
+   for ( const auto &[ line, outcome ] : cases ) {
+      Batch batch( QuarraTool::defaultChoice( "testSdk6" ) );
+      const auto answer = batch.answer( line );
+      EXPECT_EQ( answer.at( "ok" ).get<bool>() ? answer.at( "profile" ) : answer.at( "error" ).at( "code" ),
+                 outcome )
+         << line << "\n"
+         << answer.dump();
+      EXPECT_TRUE( batch.answer( R"({"op":"check"})" ).at( "ok" ).get<bool>() ) << "the run goes on";
+   }
+}
+
+TEST_P( BatchOnEveryVariant, ComesBackToItsStartAfterAnyOrderOfRemovals ) {
+   use( GetParam() );
+   EXPECT_EQ( ok( R"({"op":"check"})" ).at( "mismatches" ).size(), 0u );
+   for ( const int group : { 13, 16, 17 } ) {
+      createGroup( group );
+   }
+   install( 13, 1, "1,2,3" );
+   install( 13, 2, "3,2,1" );
+   install( 16, 3, "4,5" );
+   install( 17, 4, "4,5" );
+   install( 2, 5, "6", rule( "PBMP_E_ALL for l3 ctrl group" ) );
+   EXPECT_EQ( mismatches(), JsonOut::array() );
+   install( 16, 6, "5,6" ); // takes port 5 from entry 3
+   EXPECT_GE( mismatches().size(), 1u );
+   remove( 13, 1 );
+   remove( 2, 5 );
+   install( 2, 7, "7,8", rule( "PBMP_E_ALL for l3 ctrl group" ) );
+   remove( 16, 3 );
+}
+
+// Each variant first proves which one it is: by its group list and by what carries the ports' bits.
+TEST_P( BatchOnEveryVariant, IsTheOneThatWasAskedFor ) {
+   const std::string variant = GetParam();
+   use( variant );
+   const bool hsdk = variant.ends_with( "sdk" ) && variant != "sdk6";
+   const bool twin = variant.starts_with( "test" );
+   EXPECT_EQ( groupDump( 48 ).is_null(), !hsdk );
+   EXPECT_EQ( groupDump( 238 ).is_null(), !twin );
+   EXPECT_EQ( groupDump( 15 ).at( "config" ).at( "poolWidth" ), twin ? 1 : hsdk ? 8 : 4 );
+}
+
+INSTANTIATE_TEST_SUITE_P( Variants, BatchOnEveryVariant,
+                          ::testing::Values( "sdk6", "hsdk", "testSdk6", "testHsdk" ),
+                          []( const auto &variant ) { return std::string( variant.param ); } );
+
+} // namespace
+} // namespace QuarraTest
