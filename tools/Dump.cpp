@@ -41,10 +41,10 @@ JsonOut indexJson( const ClassIdTcamGroupStatus &status ) {
    std::vector<std::pair<const IntfGroupInfo *, JsonOut>> stored;
    for ( const auto &[ hash, info ] : status.intfGroupHashToIntfGroupInfo() ) {
       for ( const auto &[ key, intfGroup ] : info->requestKeyToIntfGroup() ) {
-         const auto same = std::find_if( stored.begin(), stored.end(), [ & ]( const auto &item ) {
-            return intfGroup->portId() == item.first->portId() &&
-                   intfGroup->ethernet() == item.first->ethernet();
-         } );
+         const auto same =
+            std::find_if( stored.begin(), stored.end(), [ &wanted = *intfGroup ]( const auto &item ) {
+               return wanted.portId() == item.first->portId() && wanted.ethernet() == item.first->ethernet();
+            } );
          if ( same != stored.end() ) {
             same->second.push_back( keyJson( key ) );
          } else {

@@ -28,7 +28,7 @@ U32 listBits( const Vesk::Bitmap &bitmap, std::vector<U32> &bits ) {
    return used;
 }
 
-void qualifySourceTrunkMap( U32 unit, U32 entryId, const BitmapQualifier &classId ) {
+void qualifySourceTrunkMap( int unit, U32 entryId, const BitmapQualifier &classId ) {
    const U32 interfaceClassPortData = wordOf( *classId.data() );
    const U32 interfaceClassPortMask = wordOf( *classId.mask() );
    SDK_CALL(
@@ -64,7 +64,7 @@ void QuarraTcamPortsHelper::setClassIdQualifier( U32 unit, TcamGroupId tcamGroup
    switch ( classIdConfig->classIdType().value() ) {
    case ifpSourceTrunkMap.value():
    case vfpSourceTrunkMap.value():
-      qualifySourceTrunkMap( unit, entryId, *classId );
+      qualifySourceTrunkMap( static_cast<int>( unit ), entryId, *classId );
       break;
    case aclGroupFlexibleWidth.value():
    case aclGroupFixedWidth.value():
@@ -75,8 +75,9 @@ void QuarraTcamPortsHelper::setClassIdQualifier( U32 unit, TcamGroupId tcamGroup
    }
 }
 
-void QuarraTcamSdk6PortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U32 numSetDataBits,
+void QuarraTcamSdk6PortsHelper::qualifySubPortGroupIds( U32 unitNumber, U32 entryId, U32 numSetDataBits,
                                                         U32 *dataBits, U32 numSetMaskBits, U32 *maskBits ) {
+   const auto unit = static_cast<int>( unitNumber );
    TRACE( 1, "qualifySubPortGroupIds"
                 << "unit " << unit << " num data bits: " << numSetDataBits
                 << " num mask bits: " << numSetMaskBits );
@@ -84,9 +85,10 @@ void QuarraTcamSdk6PortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U
                                                &maskBits[ 0 ] ) );
 }
 
-void QuarraTcamHSDKPortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U32 numSetDataBits,
+void QuarraTcamHSDKPortsHelper::qualifySubPortGroupIds( U32 unitNumber, U32 entryId, U32 numSetDataBits,
                                                         U32 *dataBits, U32 numSetMaskBits, U32 *maskBits ) {
    const U8 classIdSize = aclGroupSize();
+   const auto unit = static_cast<int>( unitNumber );
    TRACE( 1, "qualifySubPortGroupIds"
                 << "unit " << unit << " num data bits: " << numSetDataBits
                 << " num mask bits: " << numSetMaskBits << "classIdSize:" << classIdSize );
