@@ -29,6 +29,10 @@ bool isFunction( std::string_view name ) {
 
 } // namespace
 
+std::span<const std::string_view> sdkFunctions() {
+   return functions;
+}
+
 int CallLog::enter( std::string_view function ) {
    ++calls_;
    const auto count = counts_.find( function );

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,6 +12,9 @@
 namespace QuarraSimulator {
 
 using namespace Nodra::Types;
+
+// The SDK functions of the simulated chip, in alphabetical order.
+std::span<const std::string_view> sdkFunctions();
 
 // Counts the calls of SDK functions and fails those that it is told to.
 class CallLog {

@@ -86,7 +86,7 @@ Applied::Applied( AclConfig config, const ChipChoice &choice, const GroupMap &ma
    map_.insert( defaultGroupMap( choice.variant->generation ).begin(),
                 defaultGroupMap( choice.variant->generation ).end() );
    const auto chosen = withPortsOf( config_, choice );
-   switch_ = std::make_unique<Switch>( *chosen.variant, chosen.chip );
+   switch_ = std::make_unique<Switch>( chosen );
    for ( const auto &[ type, group ] : map_ ) {
       QuarraAgent::RequestChecks::knownGroup( group );
    }

@@ -64,7 +64,7 @@ JsonOut ok() {
 
 Switch &Batch::theSwitch() {
    if ( !switch_ ) {
-      switch_ = std::make_unique<Switch>( *choice_.variant, choice_.chip );
+      switch_ = std::make_unique<Switch>( choice_ );
    }
    return *switch_;
 }
@@ -75,7 +75,7 @@ JsonOut Batch::chip( JsonFields &fields ) {
    if ( lineNumber_ != 1 || switch_ ) {
       throw RequestRefused( "chipIsSet", "chip: only the first line may choose the chip" );
    }
-   switch_ = std::make_unique<Switch>( *choice.variant, choice.chip );
+   switch_ = std::make_unique<Switch>( choice );
    choice_ = choice;
    auto answer = ok();
    answer[ "variant" ] = choice.variant->name;

@@ -15,6 +15,9 @@ class Batch {
  public:
    explicit Batch( ChipChoice choice ) : choice_( std::move( choice ) ) {}
 
+   // The switch, once an operation has needed it; null before.
+   const Switch *usedSwitch() const { return switch_.get(); }
+
    // The answer to one line.
    JsonOut answer( const std::string &line );
 

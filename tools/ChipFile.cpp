@@ -1,7 +1,13 @@
 #include "tools/ChipFile.h"
 
-#include <fmt/format.h>
+#include <algorithm>
+#include <charconv>
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "simulator/CallLog.h"
+#include "simulator/ReturnCode.h"
 #include "tools/TextFile.h"
 
 namespace QuarraTool {
@@ -43,6 +49,12 @@ void setPorts( ChipConfig &chip, const std::vector<QuarraModPort> &ports ) {
    }
 }
 
+template <typename Number>
+bool parseWhole( std::string_view text, Number &number ) {
+   const auto [ rest, problem ] = std::from_chars( text.data(), text.data() + text.size(), number );
+   return problem == std::errc() && rest == text.data() + text.size();
+}
+
 std::vector<QuarraModPort> countedPorts( U32 count ) {
    std::vector<QuarraModPort> ports;
    for ( U32 port = 1; port <= count; ++port ) {
@@ -61,7 +73,9 @@ ChipChoice defaultChoice( const std::string &variant ) {
 ChipChoice readChip( JsonFields &fields, const ChipChoice &before ) {
    ChipChoice choice = before;
    if ( fields.has( "variant" ) ) {
-      choice = defaultChoice( fields.text( "variant" ) );
+      const auto chosen = defaultChoice( fields.text( "variant" ) );
+      choice.variant = chosen.variant;
+      choice.chip = chosen.chip;
    }
    if ( fields.has( "profile" ) ) {
       choice.chip = knownProfile( fields.text( "profile" ), *choice.variant );
@@ -87,6 +101,27 @@ ChipChoice readChip( JsonFields &fields, const ChipChoice &before ) {
    }
    checkChip( choice.variant->generation, chip );
    return choice;
+}
+
+SdkCallFailure sdkCallFailure( const std::string &text ) {
+   SdkCallFailure failure{ 0, QuarraSimulator::Code::internal, {} };
+   std::string_view rest = text;
+   const auto known = QuarraSimulator::sdkFunctions();
+   if ( const auto name = rest.substr( 0, rest.find( ':' ) );
+        std::find( known.begin(), known.end(), name ) != known.end() ) {
+      failure.function = name;
+      rest.remove_prefix( std::min( rest.size(), name.size() + 1 ) );
+   }
+   const auto number = rest.substr( 0, rest.find( ':' ) );
+   const auto code = rest.substr( std::min( rest.size(), number.size() + 1 ) );
+   if ( !parseWhole( number, failure.nth ) || failure.nth == 0 ||
+        ( number.size() != rest.size() && ( !parseWhole( code, failure.code ) || failure.code >= 0 ) ) ) {
+      throw InputError(
+         fmt::format( "--fail-sdk-call {}: expected N, N:CODE or FUNCTION:N[:CODE], N from 1, CODE "
+                      "negative, FUNCTION one of {}",
+                      text, fmt::join( known, ", " ) ) );
+   }
+   return failure;
 }
 
 ChipChoice readChipFile( const std::string &file, const ChipChoice &choice ) {

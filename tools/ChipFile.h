@@ -7,10 +7,18 @@
 
 namespace QuarraTool {
 
+// An SDK call that is to fail: the n-th from the start of the switch, of all functions or of one.
+struct SdkCallFailure {
+   U64 nth;
+   int code;
+   std::string function; // empty: any
+};
+
 // Which variant, on which chip.
 struct ChipChoice {
    const QuarraAgent::Variant *variant;
    QuarraAgent::ChipConfig chip;
+   std::vector<SdkCallFailure> failures = {};
 };
 
 // The shipped default chip of a variant. Throws RequestRefused ("unknownVariant") with the names that there
@@ -22,6 +30,10 @@ ChipChoice defaultChoice( const std::string &variant );
 // n), cpuPorts. What is not set is the profile's, and without a profile the variant's default chip's. A
 // variant that is not set is `choice`'s. Throws RequestRefused; leaves finish() to the caller.
 ChipChoice readChip( JsonFields &fields, const ChipChoice &choice );
+
+// "12", "12:-7", "bcmlt_entry_commit:3:-7": which call fails, and with which negative code (-1 unless given).
+// Throws InputError.
+SdkCallFailure sdkCallFailure( const std::string &text );
 
 // Reads a chip file; throws InputError for a file that cannot be read or is no JSON, RequestRefused for what
 // it says.

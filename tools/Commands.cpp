@@ -10,6 +10,7 @@
 #include "tools/ApplyReport.h"
 #include "tools/Batch.h"
 #include "tools/Options.h"
+#include "tools/TextTable.h"
 
 namespace QuarraTool {
 namespace {
@@ -38,6 +39,19 @@ void addToMap( GroupMap &map, const std::string &text ) {
    }
 }
 
+void printJson( const GlobalOptions &global, const JsonOut &json ) {
+   std::cout << json.dump( global.pretty ? 3 : -1, ' ', false, JsonOut::error_handler_t::replace ) << "\n";
+}
+
+std::string sdkCallsText( const Switch &theSwitch ) {
+   TextTable table( { { "SDK function" }, { "calls", TextTable::Align::right } } );
+   for ( const auto &[ function, calls ] : theSwitch.chip().callCounts() ) {
+      table.row( { function, fmt::format( "{}", calls ) } );
+   }
+   table.row( { "all", fmt::format( "{}", theSwitch.chip().calls() ) } );
+   return table.text();
+}
+
 // One entry of the whole table's ports for each table that has no rules.
 void addBindings( AclConfig &config ) {
    for ( auto &table : config.tables ) {
@@ -50,7 +64,10 @@ void addBindings( AclConfig &config ) {
 } // namespace
 
 ChipChoice GlobalOptions::choice() const {
-   const auto choice = defaultChoice( variant );
+   auto choice = defaultChoice( variant );
+   for ( const auto &text : failSdkCalls ) {
+      choice.failures.push_back( sdkCallFailure( text ) );
+   }
    return chipFile.empty() ? choice : readChipFile( chipFile, choice );
 }
 
@@ -66,9 +83,16 @@ int runApply( const GlobalOptions &global, const ApplyOptions &options ) {
    }
    const Applied applied( std::move( config ), choice, map );
    if ( global.json ) {
-      std::cout << applyJson( applied ).dump( global.pretty ? 3 : -1 ) << "\n";
+      auto json = applyJson( applied );
+      if ( global.statistics ) {
+         json[ "sdkCalls" ] = applied.theSwitch().chip().callCounts();
+      }
+      printJson( global, json );
    } else {
       std::cout << applyReport( applied, wantsColour() );
+      if ( global.statistics ) {
+         std::cout << "\n" << sdkCallsText( applied.theSwitch() );
+      }
    }
    return applied.allFitAndMatch() ? exitGood : exitDoesNotFit;
 }
@@ -77,10 +101,13 @@ int runBatch( const GlobalOptions &global, const std::string &file ) {
    Batch batch( global.choice() );
    if ( file == "-" ) {
       batch.run( std::cin, std::cout );
-      return exitGood;
+   } else {
+      std::istringstream in( readText( file ) );
+      batch.run( in, std::cout );
    }
-   std::istringstream in( readText( file ) );
-   batch.run( in, std::cout );
+   if ( global.statistics && batch.usedSwitch() ) {
+      std::cerr << sdkCallsText( *batch.usedSwitch() );
+   }
    return exitGood;
 }
 

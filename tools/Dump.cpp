@@ -64,21 +64,6 @@ JsonOut indexJson( const ClassIdTcamGroupStatus &status ) {
    return index;
 }
 
-JsonOut configJson( const ClassIdTcamGroupConfig &config ) {
-   auto reserved = JsonOut::array();
-   for ( const auto &[ key, flag ] : config.requestKey() ) {
-      reserved.push_back( key.name() );
-   }
-   return { { "type", config.classIdType().stringValue() },
-            { "poolBits", config.classIdPoolBits() },
-            { "poolWidth", config.classIdPoolWidth() },
-            { "numPools", config.classIdNumPools() },
-            { "allocation", config.allocationType().stringValue() },
-            { "system", isSystemAclGroup( config.tcamGroupId() ) },
-            { "feature", QuarraAgent::featureOf( config.tcamGroupId() ).stringValue() },
-            { "rules", reserved } };
-}
-
 std::string hexWord( U32 word ) {
    return fmt::format( "{:#x}", word );
 }
@@ -125,6 +110,21 @@ JsonOut chipEntries( const Switch &theSwitch ) {
 }
 
 } // namespace
+
+JsonOut configJson( const ClassIdTcamGroupConfig &config ) {
+   auto reserved = JsonOut::array();
+   for ( const auto &[ key, flag ] : config.requestKey() ) {
+      reserved.push_back( key.name() );
+   }
+   return { { "type", config.classIdType().stringValue() },
+            { "poolBits", config.classIdPoolBits() },
+            { "poolWidth", config.classIdPoolWidth() },
+            { "numPools", config.classIdNumPools() },
+            { "allocation", config.allocationType().stringValue() },
+            { "system", isSystemAclGroup( config.tcamGroupId() ) },
+            { "feature", QuarraAgent::featureOf( config.tcamGroupId() ).stringValue() },
+            { "rules", reserved } };
+}
 
 JsonOut portJson( const QuarraModPort &port ) {
    if ( port.modId() == QuarraCentral::ModId( 0 ) ) {

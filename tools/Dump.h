@@ -14,6 +14,7 @@ JsonOut dumpSpaces( const Switch &theSwitch ); // by class-ID type: size, set bi
 JsonOut dumpGroups( const Switch &theSwitch ); // configuration, pools, requests, interface-group index
 JsonOut dumpChip( const Switch &theSwitch );   // ports that carry something, TCAM entries
 
+JsonOut configJson( const QuarraTcam::ClassIdTcamGroupConfig &config );
 JsonOut portJson( const QuarraModPort &port ); // a number in module 0, else { "module", "port" }
 JsonOut keyJson( const QuarraTcam::RequestKey &key );
 JsonOut mismatchJson( const Mismatch &mismatch );

@@ -17,6 +17,8 @@ struct GlobalOptions {
    std::string trace;
    std::string variant = "testSdk6";
    std::string chipFile;
+   std::vector<std::string> failSdkCalls; // "N", "N:CODE", "FUNCTION:N[:CODE]"
+   bool statistics = false;
 
    // The variant and chip that the options choose. Throws RequestRefused or InputError.
    ChipChoice choice() const;
@@ -30,5 +32,7 @@ struct ApplyOptions {
 
 int runApply( const GlobalOptions &global, const ApplyOptions &options );
 int runBatch( const GlobalOptions &global, const std::string &file );
+int runGroups( const GlobalOptions &global );
+int runChips( const GlobalOptions &global );
 
 } // namespace QuarraTool

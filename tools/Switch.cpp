@@ -29,10 +29,15 @@ QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
 
 } // namespace
 
-Switch::Switch( const QuarraAgent::Variant &variant, const QuarraAgent::ChipConfig &config ) {
+Switch::Switch( const ChipChoice &choice ) {
+   const auto &variant = *choice.variant;
+   const auto &config = choice.chip;
    QuarraAgent::checkChip( variant.generation, config );
    QuarraAgent::forgetEarlierAgents();
    chip_ = std::make_unique<QuarraSimulator::SimulatedChip>( chipOptions( variant, config ) );
+   for ( const auto &failure : choice.failures ) {
+      chip_->failCall( failure.nth, failure.code, failure.function );
+   }
    agent_ = std::make_unique<TcamAgent>( variant, config,
                                          quarraTcamPortsManagerFactory( "QuarraTcamPortsManager" ) );
    for ( const auto &port : config.ports ) {

@@ -4,6 +4,7 @@
 
 #include "agent/TcamAgent.h"
 #include "simulator/SimulatedChip.h"
+#include "tools/ChipFile.h"
 
 namespace QuarraTool {
 
@@ -17,7 +18,7 @@ class Switch {
  public:
    // Throws RequestRefused when the chip cannot be one of the variant. The manager is a new one of this
    // switch; the process-wide state of earlier switches is forgotten.
-   Switch( const QuarraAgent::Variant &variant, const QuarraAgent::ChipConfig &config );
+   explicit Switch( const ChipChoice &choice );
 
    TcamAgent &agent() { return *agent_; }
    const TcamAgent &agent() const { return *agent_; }

@@ -1,3 +1,4 @@
+#include <functional>
 #include <iostream>
 
 #include <CLI/CLI.hpp>
@@ -29,14 +30,14 @@ constexpr auto examples =
    "Exit codes: 0 all is well; 1 something does not fit or does not match; 2 bad input or options, nothing "
    "applied.\n";
 
-int run( const GlobalOptions &global, const ApplyOptions &apply, bool isApply,
-         const std::string &batchFile ) {
+// Runs a command; whatever is wrong with its input is one line on standard error.
+int run( const GlobalOptions &global, const std::function<int()> &command ) {
    if ( const auto problem = Nodra::traceLevelsIs( global.trace ); !problem.empty() ) {
       std::cerr << "quarra-tcam: --trace: " << problem << "\n";
       return exitBadInput;
    }
    try {
-      return isApply ? runApply( global, apply ) : runBatch( global, batchFile );
+      return command();
    } catch ( const InputError &error ) {
       std::cerr << "quarra-tcam: " << error.what() << "\n";
    } catch ( const QuarraAgent::RequestRefused &refused ) {
@@ -68,9 +69,18 @@ int main( int argc, char **argv ) {
                    "Chip file: a JSON object that changes the variant's default chip" )
       ->type_name( "FILE" );
 
+   app.add_option( "--fail-sdk-call", global.failSdkCalls,
+                   "Let the n-th SDK call fail (from the start of set-up): N, N:CODE or FUNCTION:N[:CODE]" )
+      ->type_name( "CALL" )
+      ->expected( 1 )
+      ->take_all();
+   app.add_flag( "-s,--statistics", global.statistics, "Print the number of SDK calls by function" );
+
+   std::function<int()> command;
    ApplyOptions apply;
    auto *applyCommand =
       app.add_subcommand( "apply", "Install the ACL rules of a config_db.json and check them" );
+   applyCommand->callback( [ & ] { command = [ & ] { return runApply( global, apply ); }; } );
    applyCommand->footer(
       "Every rule becomes one TCAM entry. The map from table types to TCAM groups on the SDK6\n"
       "variants is L3=13, L3V6=14, L3V4V6=59, MIRROR=42, MIRRORV6=43, MIRROR_DSCP=52, PFCWD=55,\n"
@@ -83,16 +93,23 @@ int main( int argc, char **argv ) {
 
    std::string batchFile;
    auto *batchCommand = app.add_subcommand( "batch", "Answer JSON lines, one operation a line" );
+   batchCommand->callback( [ & ] { command = [ & ] { return runBatch( global, batchFile ); }; } );
    batchCommand->footer(
       "Operations: chip (first line only), createGroup, install, remove, deleteGroup, dump, check.\n"
       "Each line is answered by one line at once: {\"ok\":true,...} or\n"
       "{\"ok\":false,\"error\":{\"code\":...,\"message\":...,\"line\":...}}." );
    batchCommand->add_option( "FILE", batchFile, "The operations; - for standard input" )->required();
 
+   app.add_subcommand( "groups", "List the TCAM groups of a variant and how they use class IDs" )
+      ->callback( [ & ] { command = [ & ] { return runGroups( global ); }; } );
+   app.add_subcommand( "chips", "List the chips shipped" )->callback( [ & ] {
+      command = [ & ] { return runChips( global ); };
+   } );
+
    try {
       app.parse( argc, argv );
    } catch ( const CLI::ParseError &error ) {
       return app.exit( error ) == 0 ? exitGood : exitBadInput;
    }
-   return run( global, apply, applyCommand->parsed(), batchFile );
+   return run( global, command );
 }

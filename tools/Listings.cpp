@@ -1,0 +1,94 @@
+#include <iostream>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "tools/Dump.h"
+#include "tools/Options.h"
+#include "tools/TextTable.h"
+
+// What there is: the TCAM groups of a variant, the chips shipped.
+namespace QuarraTool {
+namespace {
+
+using namespace QuarraTcam;
+using Align = TextTable::Align;
+
+template <typename Number>
+std::string text( Number number ) {
+   return fmt::format( "{}", number );
+}
+
+std::vector<std::string> rulesOf( const ClassIdTcamGroupConfig &config ) {
+   std::vector<std::string> rules;
+   for ( const auto &[ key, flag ] : config.requestKey() ) {
+      rules.push_back( key.name() );
+   }
+   return rules;
+}
+
+void print( const GlobalOptions &global, const JsonOut &json, const TextTable &table ) {
+   std::cout << ( global.json ? json.dump( global.pretty ? 3 : -1 ) + "\n" : table.text() );
+}
+
+} // namespace
+
+int runGroups( const GlobalOptions &global ) {
+   const Switch theSwitch( global.choice() );
+   TextTable table( { { "group", Align::right },
+                      { "type" },
+                      { "width", Align::right },
+                      { "pool bits", Align::right },
+                      { "pools", Align::right },
+                      { "strategy" },
+                      { "system" },
+                      { "rules reserved at start-up" } } );
+   auto groups = JsonOut::array();
+   for ( const auto group : getTcamGroups() ) {
+      const auto &config = *classIdTcamGroupsInfo.at( group );
+      table.row( { text( group.value() ), std::string( config.classIdType().stringValue() ),
+                   text( config.classIdPoolWidth() ), text( config.classIdPoolBits() ),
+                   text( config.classIdNumPools() ), std::string( config.allocationType().stringValue() ),
+                   isSystemAclGroup( group ) ? "yes" : "",
+                   fmt::format( "{}", fmt::join( rulesOf( config ), "; " ) ) } );
+      auto json = configJson( config );
+      json[ "group" ] = group.value();
+      groups.push_back( std::move( json ) );
+   }
+   print( global, { { "variant", theSwitch.agent().variant().name }, { "groups", groups } }, table );
+   return exitGood;
+}
+
+int runChips( const GlobalOptions &global ) {
+   TextTable table( { { "chip" },
+                      { "variants" },
+                      { "flexible", Align::right },
+                      { "fixed", Align::right },
+                      { "source trunk map", Align::right },
+                      { "ports", Align::right },
+                      { "" } } );
+   auto chips = JsonOut::array();
+   for ( const auto &row : QuarraAgent::chipProfiles() ) {
+      std::vector<std::string_view> names;
+      for ( const auto &variant : QuarraAgent::variants() ) {
+         if ( variant.generation == row.generation ) {
+            names.push_back( variant.name );
+         }
+      }
+      const auto &chip = row.config;
+      table.row( { chip.profile, fmt::format( "{}", fmt::join( names, ", " ) ), text( chip.flexibleBits ),
+                   text( chip.fixedBits ), text( chip.sourceTrunkMapBits ), text( chip.ports.size() ),
+                   row.description } );
+      chips.push_back( { { "profile", chip.profile },
+                         { "variants", names },
+                         { "flexibleBits", chip.flexibleBits },
+                         { "fixedBits", chip.fixedBits },
+                         { "sourceTrunkMapBits", chip.sourceTrunkMapBits },
+                         { "portBits", chip.portBits },
+                         { "ports", chip.ports.size() } } );
+   }
+   print( global, chips, table );
+   return exitGood;
+}
+
+} // namespace QuarraTool
