@@ -1,0 +1,6 @@
+#pragma once
+
+#include "Sdk/SdkShim.h"
+
+// Installs this agent's SDK shim.
+void installSdk();

@@ -1,0 +1,233 @@
+#include "tests/Library.h"
+
+#include <set>
+#include <typeinfo>
+
+// Which TCAM groups each chip variant has, how their class IDs are shaped, and what is reserved in advance.
+namespace QuarraTest {
+namespace {
+
+using Texts = std::set<std::string>;
+
+// Whether a group is one of `first` to `last` whose bit is set in the mask; bit 0 is the group `base`.
+bool isIn( U64 mask, U32 base, U32 first, U32 last, U32 group ) {
+   return group >= first && group <= last && ( ( mask >> ( group - base ) ) & 1u );
+}
+bool isRillway( U32 group ) {
+   return isIn( 0x405F, 88, 88, 102, group );
+}
+bool isSystem( U32 group ) {
+   return group >= 1 && group <= 6;
+}
+
+// The shape of each group by the chips' bit masks: another statement of the library's tables.
+struct Answers {
+   ClassIdType type;
+   U32 poolBits;
+   int width;
+   ClassIdAllocationStrategy strategy;
+   bool operator==( const Answers & ) const = default;
+};
+
+std::ostream &operator<<( std::ostream &out, const Answers &answers ) {
+   return out << answers.type << ' ' << answers.poolBits << ' ' << answers.width << ' ' << answers.strategy;
+}
+
+Answers sdk6Answers( U32 group, bool twin ) {
+   const bool ifp = group == 51 || group == 120 || group == 129 || isRillway( group );
+   const bool bitwise = isSystem( group ) || isIn( 0x9983C0000006000, 0, 13, 59, group ) ||
+                        isIn( 0x12000010405F, 88, 88, 132, group ) || ( twin && group == 15 );
+   return { group == 238 ? vfpSourceTrunkMap
+            : ifp        ? ifpSourceTrunkMap
+                         : aclGroupFlexibleWidth,
+            isRillway( group ) ? 32u : 0u, bitwise ? 1 : 4,
+            ifp || isSystem( group ) ? allocateOnInit : allocateOnDemand };
+}
+
+Answers hsdkAnswers( U32 group, bool twin ) {
+   const bool flexible =
+      isSystem( group ) || isRillway( group ) || ( twin && isIn( 0x804000008C00, 0, 0, 47, group ) );
+   const bool bitwise = isSystem( group ) || isIn( 0x999BC0000006000, 0, 13, 59, group ) ||
+                        isIn( 0x10000030405F, 88, 88, 132, group ) || ( twin && group == 15 );
+   const bool four = twin && isIn( 0x804000000C00, 0, 0, 47, group );
+   return { flexible ? aclGroupFlexibleWidth : aclGroupFixedWidth, 0,
+            four      ? 4
+            : bitwise ? 1
+                      : 8,
+            isSystem( group ) ? allocateOnInit : allocateOnDemand };
+}
+
+class TcamGroups : public LibraryTest {
+ protected:
+   // Calls the test with each variant, brought up.
+   template <typename Test>
+   void onEveryVariant( Test test ) {
+      for ( const auto &variant : QuarraAgent::variants() ) {
+         SCOPED_TRACE( variant.name );
+         bringUp( variant.name );
+         test( variant.generation == QuarraAgent::SdkGeneration::hsdk, variant.twin );
+      }
+   }
+
+   Answers answers( U16 id ) {
+      return { helper->getClassIdTypeForGroup( id ), helper->getPoolBitsForGroup( id ),
+               helper->getPoolWidthForGroup( id ), helper->getAllocationStrategyForGroup( id ) };
+   }
+
+   static std::vector<U16> numbers( const TcamGroupSet &groups ) {
+      std::vector<U16> all;
+      for ( const auto id : groups.tcamGroup() ) {
+         all.push_back( id.value() );
+      }
+      return all;
+   }
+};
+
+TEST_F( TcamGroups, AreShapedAsTheBitMasksSay ) {
+   onEveryVariant( [ & ]( bool hsdk, bool twin ) {
+      for ( U16 id = 0; id <= 300; ++id ) {
+         EXPECT_EQ( answers( id ), hsdk ? hsdkAnswers( id, twin ) : sdk6Answers( id, twin ) ) << id;
+         EXPECT_EQ( helper->getNumberOfPoolsForGroup( id ), 1 ) << id;
+         EXPECT_EQ( helper->isSourceTrunkMapGroup( id ), answers( id ).type == ifpSourceTrunkMap ) << id;
+      }
+   } );
+}
+
+TEST_F( TcamGroups, OfAChipAreKnownByNumber ) {
+   const std::pair<U16, U16> runs[] = {
+      { 1, 3 },   { 5, 6 },   { 10, 33 },   { 38, 40 },   { 42, 43 },   { 51, 56 },   { 59, 59 },  { 66, 66 },
+      { 88, 92 }, { 94, 94 }, { 102, 102 }, { 108, 109 }, { 129, 129 }, { 132, 132 }, { 246, 246 }
+   };
+   std::set<U16> everywhere;
+   for ( const auto &[ first, last ] : runs ) {
+      for ( U16 id = first; id <= last; ++id ) {
+         everywhere.insert( id );
+      }
+   }
+   ASSERT_EQ( everywhere.size(), 54u );
+   onEveryVariant( [ & ]( bool hsdk, bool ) {
+      for ( const bool simulation : { false, true } ) {
+         getQuarraTcamCommonData()->simulationIs( simulation );
+         auto expected = everywhere;
+         if ( simulation ) {
+            expected.insert( { 47, 120, 238 } );
+         }
+         if ( hsdk ) {
+            expected.insert( { 44, 45, 47, 48 } );
+         }
+         EXPECT_EQ( numbers( helper->setTcamGroups() ),
+                    std::vector<U16>( expected.begin(), expected.end() ) );
+         EXPECT_EQ( expected.size(), hsdk ? ( simulation ? 60u : 58u ) : ( simulation ? 57u : 54u ) );
+      }
+   } );
+}
+
+TEST_F( TcamGroups, AreRegisteredWithTheHelpersAnswers ) {
+   onEveryVariant( [ & ]( bool, bool ) {
+      helper->initializeTcamGroupsInfo();
+      const auto groups = helper->setTcamGroups();
+      EXPECT_EQ( getTcamGroups(), std::vector( groups.tcamGroup().begin(), groups.tcamGroup().end() ) );
+      for ( const auto id : groups.tcamGroup() ) {
+         const auto config = getClassIdInfoForTcamGroup( id );
+         const Answers registered = { config->classIdType(), config->classIdPoolBits(),
+                                      config->classIdPoolWidth(), config->allocationType() };
+         EXPECT_EQ( registered, answers( id.value() ) ) << id;
+         EXPECT_EQ( config->classIdNumPools(), 1 );
+      }
+   } );
+}
+
+TEST_F( TcamGroups, KnowTheirSystemRulesInAdvance ) {
+   const Texts rillway = { "PBMP_E_ALL for a Rillway group" };
+   const std::map<U16, Texts> sdk6Rules = {
+      { 1, { "Openflow interface entry" } },
+      { 2, { "DHCP Snooping group", "Mlag control plane", "PBMP_E_ALL for l3 ctrl group", "L4 Micro BFD" } },
+      { 3, { "PBMP_E_ALL for dot1x group", "MACsec EAPoL Rule", "MACsec EAPoL Duplicate Rule" } },
+      { 5, { "EAPoL ARP Ins drop" } },
+      { 6,
+        { "PBMP_E_ALL for l2 ctrl group", "MACsec EAPoL Rule", "MACsec EAPoL Duplicate Rule",
+          "Dot1x EAPoL and MBA Rule", "Dot1x EAPoL Rule" } },
+      { 51, { "Broadcast skip rule" } },
+      { 88, rillway },
+      { 89, rillway },
+      { 90, rillway },
+      { 91, rillway },
+      { 92, rillway },
+      { 94, rillway },
+      { 102, rillway },
+      { 129, { "IpLocking Dot1x bypass rule" } },
+   };
+   const std::map<U16, Texts> hsdkRules = {
+      { 2, { "PBMP_E_ALL for l3 ctrl group", "CPU for l3 ctrl group" } },
+      { 6,
+        { "MACsec EAPoL Rule", "LLDPDU Priority Elevator", "MicroBfdPdu Priority Elevator",
+          "LACPDU Priority Elevator", "BPDU Priority Elevator", "Mlag Control Trap rule",
+          "Port Security Protect Rule", "Port Security Mac Move Rule", "PTPv2 Management Messages",
+          "PTPv2/v1 Messages" } },
+   };
+   onEveryVariant( [ & ]( bool hsdk, bool ) {
+      helper->initializeTcamGroupsInfo();
+      helper->populateStaticClassIdReservation( 2 );
+      group( 4, {} );
+      helper->populateStaticClassIdReservation( 4 );
+      std::map<U16, Texts> reserved;
+      for ( const auto &[ id, config ] : classIdTcamGroupsInfo ) {
+         for ( const auto &[ requestKey, value ] : config->requestKey() ) {
+            EXPECT_EQ( requestKey, key( requestKey.name() ) );
+            EXPECT_TRUE( value );
+            reserved[ id.value() ].insert( requestKey.name() );
+         }
+      }
+      EXPECT_EQ( reserved, hsdk ? hsdkRules : sdk6Rules );
+      EXPECT_EQ( getClassIdInfoForTcamGroup( 2 )->requestKey().begin()->first,
+                 key( hsdk ? "CPU for l3 ctrl group" : "DHCP Snooping group" ) )
+         << "ascending";
+      const std::string system = "failed: QuarraTcam::isSystemAclGroup( tcamGroupId )";
+      EXPECT_ABORT( helper->populateStaticClassIdReservation( 16 ),
+                    system + ( hsdk ? "\n" : " || isSourceTrunkMapGroup( tcamGroupId )\n" ) );
+      EXPECT_ABORT( helper->populateStaticClassIdReservation( 500 ), "!!groupConfig" );
+   } );
+}
+
+TEST_F( TcamGroups, AreThoseOfTheVariantThatTheFactoryMade ) {
+   const std::type_info *const types[] = { &typeid( QuarraTcamSdk6PortsHelper ),
+                                           &typeid( QuarraTcamHSDKPortsHelper ),
+                                           &typeid( QuarraTcamTestSdk6PortsHelper ),
+                                           &typeid( QuarraTcamTestHSDKPortsHelper ) };
+   std::size_t variant = 0;
+   using Range = std::pair<std::optional<U16>, std::optional<U16>>;
+   onEveryVariant( [ & ]( bool hsdk, bool ) {
+      const auto &made = *helper;
+      EXPECT_EQ( typeid( made ), *types[ variant ] );
+      EXPECT_EQ( Range( made.modIdLow(), made.modIdHigh() ), hsdk ? Range( 0, 1 ) : Range( 30, 35 ) );
+      EXPECT_EQ( made.systemPortMax(), hsdk ? 255 : 0 );
+      EXPECT_EQ( made.scsd(), scsd );
+      EXPECT_EQ( made.classIdSizes(), 0u );
+      EXPECT_ABORT( QuarraAgent::variants()[ variant ].factory( nullptr ), "failed: !!scsd()\n" );
+      ++variant;
+   } );
+   const auto &hsdk = *QuarraAgent::variantOf( "hsdk" );
+   const auto large = QuarraAgent::bringUpChip( hsdk, QuarraAgent::chipProfiles()[ 2 ].config );
+   EXPECT_EQ( hsdk.factory( large )->systemPortMax(), 1023 );
+}
+
+TEST_F( TcamGroups, OfNoVariantHaveNoShape ) {
+   bringUp( "sdk6" );
+   auto base = QuarraTcamPortsHelper( scsd );
+   EXPECT_EQ( numbers( base.setTcamGroups() ), numbers( helper->setTcamGroups() ) );
+   EXPECT_EQ( base.getAllocationStrategyForGroup( 3 ), allocateOnInit ) << "asks nobody";
+   EXPECT_FALSE( base.modIdLow() || base.modIdHigh() || base.systemPortMax() );
+   const char *text = "0 && \" call to unimplemented base class function\"";
+   EXPECT_ABORT( base.setAclGroupClassId( 1, ports( { 1 } ) ), text );
+   EXPECT_ABORT( base.isSourceTrunkMapGroup( 1 ), text );
+   EXPECT_ABORT( base.populateStaticClassIdReservation( 1 ), text );
+   EXPECT_ABORT( base.getClassIdTypeForGroup( 1 ), text );
+   EXPECT_ABORT( base.getPoolBitsForGroup( 1 ), text );
+   EXPECT_ABORT( base.getPoolWidthForGroup( 1 ), text );
+   EXPECT_ABORT( base.getNumberOfPoolsForGroup( 1 ), text );
+   EXPECT_ABORT( base.qualifySubPortGroupIds( 0, 1, 0, nullptr, 0, nullptr ), text );
+   EXPECT_ABORT( base.populateCpuIntfGroup( ports( {} ) ), text );
+}
+
+} // namespace
+} // namespace QuarraTest

@@ -1,0 +1,307 @@
+#include "tests/Library.h"
+
+#include <functional>
+#include <numeric>
+
+#include "QuarraCommon/QuarraCommonUtil.h"
+
+// The registry of groups, and the way from interfaces to chip ports and port bitmaps and back.
+namespace QuarraTest {
+namespace {
+
+using Ivrel::IntfId;
+using QuarraCentral::ChipInfo;
+using QuarraTypes::QuarraPort;
+using Sdk::PbmpKind;
+using Ports = std::vector<U32>;
+
+class Registry : public LibraryTest {
+ protected:
+   Registry() { classIdTcamGroupsInfo.clear(); }
+   ~Registry() override { classIdTcamGroupsInfo.clear(); }
+
+   static void add( U16 id, U8 width ) {
+      addClassIdInfoToMap( id, getGroupConfigType( id, ifpSourceTrunkMap, 32, width, 2, allocateOnInit ) );
+   }
+};
+
+TEST_F( Registry, KeepsTheFirstConfigurationOfAGroup ) {
+   EXPECT_EQ( getTcamGroups(), std::vector<TcamGroupId>() );
+   for ( const U16 id : { U16{ 300 }, U16{ 2 }, U16{ 10 } } ) {
+      add( id, 3 );
+   }
+   add( 10, 4 );
+   EXPECT_EQ( getTcamGroups(), std::vector<TcamGroupId>( { 2, 10, 300 } ) );
+   const auto config = getClassIdInfoForTcamGroup( 10 );
+   EXPECT_EQ( config->classIdPoolWidth(), 3 );
+   EXPECT_EQ( config->tcamGroupId(), TcamGroupId( 10 ) );
+   EXPECT_EQ( config->classIdType(), ifpSourceTrunkMap );
+   EXPECT_EQ( config->classIdPoolBits(), 32u );
+   EXPECT_EQ( config->classIdNumPools(), 2 );
+   EXPECT_EQ( config->allocationType(), allocateOnInit );
+   EXPECT_EQ( config->requestKeys(), 0u );
+   EXPECT_ABORT( addClassIdInfoToMap( 11, nullptr ), "!!classIdInfo" );
+   EXPECT_ABORT( addClassIdInfoToMap( 11, config ), "tcamGroupId == classIdInfo->tcamGroupId()" );
+}
+
+TEST_F( Registry, AnswersAnUnknownGroupWithNullAndOneTraceLine ) {
+   add( 10, 3 );
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "QuarraTcamPorts/0-9" );
+   EXPECT_NE( getClassIdInfoForTcamGroup( 10 ), nullptr );
+   EXPECT_EQ( trace.lines().size(), 0u );
+   EXPECT_EQ( getClassIdInfoForTcamGroup( 11 ), nullptr );
+   EXPECT_EQ( trace.lines().size(), 1u );
+   EXPECT_TRUE( trace.has( "getClassIdInfoForTcamGroupclassIdTcamGroupsInfo not found for 11" ) );
+   add( 11, 3 );
+   EXPECT_EQ( trace.lines().back().level, 9u );
+   const auto fresh = classIdTcamGroupConfigFactory( 12 );
+   EXPECT_EQ( fresh->classIdType(), classIdInvalid );
+   EXPECT_EQ( fresh->allocationType(), invalidStrategy );
+   EXPECT_EQ( fresh->classIdPoolBits() + fresh->classIdPoolWidth() + fresh->classIdNumPools(), 0u );
+}
+
+TEST_F( Registry, KnowsTheSizeOfEverySpaceAndTheFieldOfEveryBit ) {
+   bringUp( "hsdk", { .flexible = 10, .fixed = 20, .sourceTrunkMap = 5 } );
+   const auto chipInfo = getQuarraTcamCommonData()->chipInfo();
+   EXPECT_EQ( getClassIdSize( aclGroupFlexibleWidth, chipInfo ), 10 );
+   EXPECT_EQ( getClassIdSize( aclGroupFixedWidth, chipInfo ), 20 );
+   EXPECT_EQ( getClassIdSize( ifpSourceTrunkMap, chipInfo ), 5 );
+   EXPECT_EQ( getClassIdSize( vfpSourceTrunkMap, chipInfo ), 5 );
+   EXPECT_ABORT( getClassIdSize( classIdInvalid, chipInfo ), "0 && \"Invalid classId type\"" );
+   EXPECT_ABORT( getClassIdSize( classIdMax, chipInfo ), "0 && \"Invalid classId type\"" );
+   EXPECT_ABORT( getClassIdSize( ifpSourceTrunkMap, { 99, 9 } ), "failed: activeChipProfile\n" );
+   for ( U8 bit = 0; bit < 160; ++bit ) {
+      const std::string digit( 1, "01234567"[ bit < 32 ? 0 : ( bit - 32 ) / 16 ] );
+      EXPECT_EQ( getAclGroupFieldType( bit ), bit < 32 ? "ACL_GROUP_BITMAP" : "ACL_GROUP_CLASS_ID_" + digit );
+   }
+   EXPECT_ABORT( getAclGroupFieldType( 160 ), "0 && \"invalid bit to set\"" );
+   EXPECT_ABORT( getAclGroupFieldType( 255 ), "0 && \"invalid bit to set\"" );
+}
+
+constexpr U16 unit = 3;
+constexpr U32 kindPort = 700;
+constexpr ChipInfo chipInfo = { 70, 1 };
+constexpr ChipInfo laterChip = { 71, 1 };
+
+// A chip each of whose port bitmaps has one port: 700 and up, by the kind.
+class KindsChip : public QuarraSimulator::SimulatedChip {
+ public:
+   KindsChip() : SimulatedChip( { .unit = unit } ) {
+      for ( U32 kind = 0; kind < pbmps.size(); ++kind ) {
+         pbmpPortAdd( pbmps[ kind ], kindPort + kind );
+      }
+   }
+   const bcm_pbmp_t &pbmp( int asked, PbmpKind kind ) const override {
+      EXPECT_EQ( asked, int{ unit } );
+      return pbmps[ static_cast<U32>( kind ) ];
+   }
+
+   std::array<bcm_pbmp_t, 5> pbmps{};
+};
+
+class Translation : public LibraryTest {
+ protected:
+   // A chip state without interfaces, whose first chip is module 2 of the mode, and whose second chip is of
+   // the other.
+   void start( bool isVexProduct ) {
+      chip.reset();
+      chip = std::make_unique<KindsChip>();
+      scsd = std::make_shared<Quarra::QuarraCommonSmData>();
+      scsd->quarraModIdIs( unit, { chipInfo, 2 } );
+      scsd->quarraModIdIs( unit + 1, { laterChip, 9 } );
+      scsd->quarraModIdToUnitIs( 2, unit );
+      scsd->defaultChipIs( 77 );
+      modeIs( chipInfo, isVexProduct );
+      modeIs( laterChip, !isVexProduct );
+   }
+   static void modeIs( const ChipInfo &info, bool isVexProduct ) {
+      const auto attributes = std::make_shared<QuarraCentral::ChipAttributes>();
+      attributes->isVexProductIs( isVexProduct );
+      QuarraCentral::quarraAttributes()->chipAttributesIs( info, attributes );
+   }
+
+   // What the chip gives for a kind.
+   static Ports of( PbmpKind kind ) { return { kindPort + static_cast<U32>( kind ) }; }
+};
+
+Ports portsIn( const bcm_pbmp_t &pbmp ) {
+   Ports found;
+   for ( U32 port = 0; port < 2048; ++port ) {
+      if ( ( pbmp.pbits[ port / 32 ] >> port % 32 ) & 1u ) {
+         found.push_back( port );
+      }
+   }
+   return found;
+}
+
+Ports from( U32 first, U32 last ) {
+   Ports all( last + 1 - first );
+   std::iota( all.begin(), all.end(), first );
+   return all;
+}
+
+template <typename Call>
+std::string rangeErrorOf( Call call ) {
+   try {
+      call();
+   } catch ( const Nodra::RangeError &error ) {
+      return error.what();
+   }
+   return "none";
+}
+
+const IntfId a( "a" );
+const IntfId b( "b" );
+const IntfId c( "c" );
+const QuarraPort invalidPort( 0xdead, 0xffff, 1023, 0 );
+
+TEST_F( Translation, OfAnOrdinaryChipIsThatOfThePortMaps ) {
+   start( false );
+   scsd->quarraIntfToPortIs( a, { 1, 2, 17, 4 } );
+   scsd->quarraIntfToPortCacheIs( b, { 5, 6, 18, 8 } );
+   scsd->quarraIntfToAclGroupKeyIs( c, 5 );
+   scsd->quarraIntfToAclGroupKeyCacheIs( c, 5 );
+   EXPECT_TRUE( intfToPortHas( scsd, a ) && !intfToPortHas( scsd, b ) && !intfToPortHas( scsd, c ) );
+   EXPECT_TRUE( intfToPortCacheHas( scsd, b ) && !intfToPortCacheHas( scsd, a ) &&
+                !intfToPortCacheHas( scsd, c ) );
+   EXPECT_EQ( intfToPort( scsd, a ), QuarraPort( 1, 2, 17, 4 ) );
+   EXPECT_EQ( intfToPort( scsd, c ), invalidPort );
+   EXPECT_EQ( intfToPortCache( scsd, b ), QuarraPort( 5, 6, 18, 8 ) );
+   EXPECT_EQ( intfToPortCache( scsd, a ), invalidPort );
+   scsd->quarraPortToIntfIs( { 1, 2, 5, 4 }, b );
+   EXPECT_EQ( portToIntf( scsd, { 1, 2, 5, 4 } ), b );
+   EXPECT_EQ( portToIntf( scsd, { 1, 2, 5, 3 } ), IntfId() ) << "every field counts";
+}
+
+TEST_F( Translation, OfAVexProductGoesByAclGroupKeys ) {
+   start( true );
+   scsd->quarraIntfToPortIs( a, { 1, 2, 17, 4 } );
+   scsd->quarraIntfToPortCacheIs( a, { 1, 2, 17, 4 } );
+   scsd->quarraPortToIntfIs( { 1, 2, 17, 4 }, a );
+   EXPECT_FALSE( intfToPortHas( scsd, a ) || intfToPortCacheHas( scsd, a ) );
+   EXPECT_EQ( intfToPort( scsd, a ), invalidPort );
+   EXPECT_EQ( intfToPortCache( scsd, a ), invalidPort );
+   EXPECT_EQ( portToIntf( scsd, { 1, 2, 17, 4 } ), IntfId() );
+   scsd->quarraIntfToAclGroupKeyIs( c, 1023 );
+   scsd->quarraIntfToAclGroupKeyIs( a, 1023 );
+   scsd->quarraIntfToAclGroupKeyCacheIs( b, 1022 );
+   EXPECT_TRUE( intfToPortHas( scsd, a ) && !intfToPortHas( scsd, b ) );
+   EXPECT_TRUE( intfToPortCacheHas( scsd, b ) && !intfToPortCacheHas( scsd, a ) );
+   EXPECT_EQ( intfToPort( scsd, a ), QuarraPort( 1, 2, 1023, 0 ) );
+   EXPECT_EQ( intfToPort( scsd, c ), QuarraPort( 0xdead, 0xffff, 1023, 0 ) ) << "a key without a port";
+   EXPECT_EQ( intfToPortCache( scsd, b ), QuarraPort( 2, 77, 1022, 0 ) ) << "the chip's module";
+   EXPECT_EQ( portToIntf( scsd, { 9, 9, 1023, 9 } ), a ) << "the first of two";
+   scsd->quarraIntfToAclGroupKeyIs( a, 1024 );
+   scsd->quarraIntfToAclGroupKeyCacheIs( b, 1024 );
+   const std::string text =
+      "QuarraTypes::QuarraPort::logicalPort < 0 or > QuarraTypes::QuarraPort::defaultPort not allowed";
+   EXPECT_EQ( rangeErrorOf( [ & ] { return intfToPort( scsd, a ); } ), text );
+   EXPECT_EQ( rangeErrorOf( [ & ] { return intfToPortCache( scsd, b ); } ), text );
+}
+
+TEST_F( Translation, KeepsABitmapForEachKindAndTracesIt ) {
+   start( false );
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "QuarraTcamPorts/0-7" );
+   const struct {
+      PbmpKind kind;
+      std::string name;
+      const bcm_pbmp_t &pbmp;
+   } getters[] = {
+      { PbmpKind::ethernet, "getPbmpEAll", getPbmpEAll( scsd ) },
+      { PbmpKind::all, "getPbmpAll", getPbmpAll( scsd ) },
+      { PbmpKind::cpu, "getPbmpCpu", getPbmpCpu( scsd ) },
+      { PbmpKind::loopback, "getPbmpLbAll", getPbmpLbAll( scsd ) },
+      { PbmpKind::frontPanel, "getPbmpPortAll", getPbmpPortAll( scsd ) },
+   };
+   EXPECT_EQ( trace.lines().size(), 0u );
+   Nodra::traceLevelsIs( "QuarraTcamPorts/8" );
+   for ( const auto &[ kind, name, pbmp ] : getters ) {
+      EXPECT_EQ( portsIn( pbmp ), of( kind ) ) << name;
+   }
+   getPbmpEAll( scsd ), getPbmpAll( scsd ), getPbmpCpu( scsd ), getPbmpLbAll( scsd ), getPbmpPortAll( scsd );
+   for ( const auto &[ kind, name, pbmp ] : getters ) {
+      std::string digits( 512, '0' );
+      const U32 port = of( kind ).front();
+      digits[ 511 - port / 4 ] = "1248"[ port % 4 ];
+      EXPECT_TRUE( trace.has( name + " pbmp: 0x" + digits ) ) << name;
+   }
+}
+
+TEST_F( Translation, OfAVexProductsBitmapsStartsFromWhatTheyHeld ) {
+   start( false );
+   getPbmpEAll( scsd ), getPbmpAll( scsd );
+   modeIs( chipInfo, true );
+   auto expected = from( 1, 511 );
+   expected.push_back( of( PbmpKind::ethernet ).front() );
+   EXPECT_EQ( portsIn( getPbmpEAll( scsd ) ), expected ) << "added to";
+   expected.insert( expected.begin(), 0 );
+   EXPECT_EQ( portsIn( getPbmpAll( scsd ) ), expected ) << "a copy and port 0";
+   EXPECT_EQ( portsIn( getPbmpPortAll( scsd ) ), of( PbmpKind::frontPanel ) ) << "the unit's in both modes";
+   EXPECT_ABORT( getPbmpCpu( scsd ), "failed: !isVexProduct\n" );
+   EXPECT_ABORT( getPbmpLbAll( scsd ), "failed: !isVexProduct\n" );
+   modeIs( chipInfo, false );
+   EXPECT_EQ( portsIn( getPbmpEAll( scsd ) ), of( PbmpKind::ethernet ) ) << "the unit's replaces it";
+}
+
+// The ports are those of this test alone: what was active once stays so for the life of the process.
+TEST_F( Translation, NeverForgetsAnActivePort ) {
+   const auto isActive = [ & ]( U32 port ) {
+      const auto active = portsIn( getActivePorts( scsd ) );
+      return std::find( active.begin(), active.end(), port ) != active.end();
+   };
+   start( false );
+   scsd->quarraIntfToPortIs( a, { 1, 2, 1019, 4 } );
+   scsd->quarraIntfToAclGroupKeyIs( a, 1020 );
+   EXPECT_TRUE( isActive( 1019 ) && !isActive( 1020 ) );
+   scsd->quarraIntfToPortDel( a );
+   EXPECT_TRUE( isActive( 1019 ) );
+   start( true );
+   scsd->quarraIntfToAclGroupKeyIs( b, 1021 );
+   scsd->quarraIntfToPortIs( b, { 1, 2, 1022, 4 } );
+   EXPECT_TRUE( isActive( 1021 ) && !isActive( 1022 ) && isActive( 1019 ) );
+}
+
+TEST_F( Translation, NeedsAModuleInRangeWithAUnitAndAChipState ) {
+   start( false );
+   const std::vector<std::function<void( const Scsd & )>> getters = { getPbmpEAll, getPbmpAll, getPbmpCpu,
+                                                                      getPbmpLbAll, getPbmpPortAll };
+   for ( const auto &getter : getters ) {
+      scsd->quarraModIdIs( unit, { chipInfo, 65 } );
+      EXPECT_EQ( rangeErrorOf( [ & ] { getter( scsd ); } ),
+                 "QuarraCentral::ModId::value < QuarraCentral::ModId::min or > QuarraCentral::ModId::null "
+                 "not allowed" );
+      scsd->quarraModIdIs( unit, { chipInfo, 4 } );
+      EXPECT_ABORT( getter( scsd ), "scsd->quarraModIdToUnitHas( modId )" );
+      EXPECT_ABORT( getter( nullptr ), "failed: scsd\n" );
+   }
+   EXPECT_ABORT( getActivePorts( nullptr ), "failed: scsd\n" );
+   EXPECT_ABORT( intfToPortHas( nullptr, a ), "failed: scsd\n" );
+   EXPECT_ABORT( intfToPortCacheHas( nullptr, a ), "failed: scsd\n" );
+   EXPECT_ABORT( intfToPort( nullptr, a ), "failed: scsd\n" );
+   EXPECT_ABORT( intfToPortCache( nullptr, a ), "failed: scsd\n" );
+   EXPECT_ABORT( portToIntf( nullptr, invalidPort ), "failed: !!scsd\n" );
+}
+
+TEST_F( Translation, OfModulePortsToSystemPortsIsTheChipsOwnWhereItHasOne ) {
+   using namespace QuarraCentral;
+   bringUp( "sdk6" );
+   const auto sdk6 = getQuarraTcamCommonData()->chipInfo();
+   EXPECT_EQ( SYSPORT_FROM_MODPORT( sdk6, 2, 5, 128 ), 0x205u );
+   EXPECT_EQ( SYSPORT_FROM_MODPORT( sdk6, 2, 0, 128 ), 0x280u ) << "port 0 is the slot past the last port";
+   EXPECT_EQ( SYSPORT_FROM_MODPORT( sdk6, 2, 0x105, 255 ), 0x205u );
+   EXPECT_EQ( SYSPORT_FROM_MODPORT( { 99, 9 }, 2, 5, 128 ), 0x205u ) << "a chip without a profile";
+   EXPECT_ABORT( SYSPORT_FROM_MODPORT( sdk6, 2, 5, 256 ), "maxPorts: 256invalid" );
+   EXPECT_ABORT( SYSPORT_FROM_MODPORT( {}, 2, 5, 128 ), "chipInfo NULL" );
+   EXPECT_ABORT( getMaxInterfacesPerSwitchChip( {} ), "chipInfo NULL" );
+   EXPECT_ABORT( getMaxInterfacesPerSwitchChip( { 99, 9 } ), "activeProfile NULL for chip:" );
+   EXPECT_ABORT( getMaxInterfacesPerSwitchChip( sdk6 ), "QuarraCommon DPCI NULL for chip:" );
+   bringUp( "hsdk" );
+   const auto hsdk = getQuarraTcamCommonData()->chipInfo();
+   EXPECT_EQ( SYSPORT_FROM_MODPORT( hsdk, 2, 0, 256 ), 0x200u );
+   EXPECT_EQ( getMaxInterfacesPerSwitchChip( hsdk ), 256u );
+}
+
+} // namespace
+} // namespace QuarraTest
