@@ -99,10 +99,10 @@ TEST_P( Faults, EverySdkCallThatFailsEndsInOneLineAndAnAbort ) {
          }
          ASSERT_TRUE( ending.aborted() ) << function << " call " << n;
          // A look-up that fails though the entry is there leads to an insertion that the chip refuses.
-         const auto *message = mayFail ? R"((Operation still running \(-10\)|Entry exists \(-8\)))"
+         const auto *outcome = mayFail ? R"((Operation still running \(-10\)|Entry exists \(-8\)))"
                                        : R"(Operation still running \(-10\))";
          const std::regex line( R"([A-Za-z0-9/]+\.cpp:\d+ .*)" + function + R"(\( .* \) API ERROR:)" +
-                                message );
+                                outcome );
          const auto errors = std::count_if( ending.lines.begin(), ending.lines.end(), []( const auto &text ) {
             return text.find( " API ERROR:" ) != std::string::npos;
          } );
