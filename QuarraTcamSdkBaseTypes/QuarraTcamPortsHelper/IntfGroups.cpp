@@ -64,7 +64,7 @@ IntfGroupInfo::PtrConst QuarraTcamPortsHelper::getIntfGroupFromPbmp( TcamGroupId
       if ( owner.intfId.valid() ) {
          TRACE( 1, "getIntfGroupFromPbmp"
                       << " Interface: " << owner.intfId );
-         intfGroup->portIdIs( QuarraModPort( owner.modId, owner.port ) );
+         intfGroup->portIdIs( QuarraModPort{ owner.modId, owner.port } ); // module checked first
       }
    }
    return intfGroup;

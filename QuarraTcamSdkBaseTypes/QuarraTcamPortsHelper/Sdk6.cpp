@@ -64,7 +64,8 @@ void QuarraTcamSdk6PortsHelper::setAclGroupClassId( U8 bitToSet, const IntfGroup
 
 void QuarraTcamSdk6PortsHelper::populateCpuIntfGroup( const IntfGroupInfo::Ptr &intfGroup ) {
    for ( const auto &cpuPort : scsd()->quarraCpuModPort() ) {
-      intfGroup->portIdIs( QuarraCentral::QuarraModPort( cpuPort.modId, cpuPort.port ) );
+      intfGroup->portIdIs(
+         QuarraCentral::QuarraModPort{ cpuPort.modId, cpuPort.port } ); // module checked first
    }
 }
 

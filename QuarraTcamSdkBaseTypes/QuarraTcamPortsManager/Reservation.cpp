@@ -62,10 +62,9 @@ bool QuarraTcamPortsManager::getClassIdFromPoolWidth( TcamGroupId tcamGroupId, c
    TRACE( 1, "getClassIdFromPoolWidth"
                 << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey << " EntryId: " << entryId
                 << " poolWidth: " << poolWidth );
-   const auto classIdType = getClassIdTypeForGroup( tcamGroupId );
    U16 poolNum = 0;
    if ( !classIdTcamGroupStatusHas( tcamGroupId ) ) {
-      if ( classIdType == aclGroupFixedWidth ) {
+      if ( getClassIdTypeForGroup( tcamGroupId ) == aclGroupFixedWidth ) {
          NODRA_ASSERT( 0 && "classId should have been reserved during group creation" );
       }
       TRACE( 3, "First requestKey for tcam group has shown up, reserving a pool" );
@@ -83,8 +82,9 @@ bool QuarraTcamPortsManager::getClassIdFromPoolWidth( TcamGroupId tcamGroupId, c
       if ( poolNum == 0 ) {
          TRACE( 3, "None of the reserved pools have free class Id, reserving a new one" );
          // Fixed-width groups never grow beyond the pools made at their creation.
-         poolNum =
-            classIdType == aclGroupFixedWidth ? U16{ 0 } : reservePoolOfWidth( tcamGroupId, poolWidth );
+         if ( getClassIdTypeForGroup( tcamGroupId ) != aclGroupFixedWidth ) {
+            poolNum = reservePoolOfWidth( tcamGroupId, poolWidth );
+         }
       }
       if ( poolNum == 0 ) {
          TRACE( 2, "Failed to reserved a pool, returning.." );
