@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Nodra/Assert.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "Sdk/SdkCall.h"
 #include "agent/ChipState.h"
@@ -30,6 +31,7 @@ TcamAgent::TcamAgent( const Variant &variant, const ChipConfig &chip, QuarraTcam
    }
    scsd_ = bringUpChip( variant, chip );
    const auto helper = variant.factory( scsd_ );
+   NODRA_ASSERT( variant.made( *helper ) ) << " variant " << std::string( variant.name );
    // Registering is repeated by doSetup, to no effect; the agent looks at the groups before anything is
    // reserved.
    helper->initializeTcamGroupsInfo();

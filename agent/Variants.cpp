@@ -1,23 +1,40 @@
 #include "agent/Variants.h"
 
 #include <algorithm>
+#include <typeinfo>
 
 namespace QuarraAgent {
 namespace {
 
 using namespace QuarraTcam;
 
+template <typename Helper>
+bool isExactly( const QuarraTcamPortsHelper &helper ) {
+   return typeid( helper ) == typeid( Helper );
+}
+
+constexpr auto sdk6 = SdkGeneration::sdk6;
+constexpr auto hsdk = SdkGeneration::hsdk;
+
 constexpr Variant allVariants[] = {
-   { "sdk6", SdkGeneration::sdk6, false, quarraTcamSdk6PortsHelperFactory },
-   { "hsdk", SdkGeneration::hsdk, false, quarraTcamHSDKPortsHelperFactory },
-   { "testSdk6", SdkGeneration::sdk6, true, quarraTcamTestSdk6PortsHelperFactory },
-   { "testHsdk", SdkGeneration::hsdk, true, quarraTcamTestHSDKPortsHelperFactory },
+   { "sdk6", sdk6, false, quarraTcamSdk6PortsHelperFactory, isExactly<QuarraTcamSdk6PortsHelper> },
+   { "hsdk", hsdk, false, quarraTcamHSDKPortsHelperFactory, isExactly<QuarraTcamHSDKPortsHelper> },
+   { "testSdk6", sdk6, true, quarraTcamTestSdk6PortsHelperFactory, isExactly<QuarraTcamTestSdk6PortsHelper> },
+   { "testHsdk", hsdk, true, quarraTcamTestHSDKPortsHelperFactory, isExactly<QuarraTcamTestHSDKPortsHelper> },
 };
 
 } // namespace
 
 std::span<const Variant> variants() {
    return allVariants;
+}
+
+std::string variantNames() {
+   std::string names;
+   for ( const auto &variant : allVariants ) {
+      names += ( names.empty() ? "" : ", " ) + std::string( variant.name );
+   }
+   return names;
 }
 
 const Variant *variantOf( std::string_view name ) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
@@ -15,10 +16,15 @@ struct Variant {
    SdkGeneration generation;
    bool twin; // a simulated switch's helper, with a shadow of the ports' ACL-group bits
    QuarraTcam::QuarraTcamPortsHelper::Ptr ( *factory )( const QuarraTcam::Scsd &scsd );
+   bool ( *made )(
+      const QuarraTcam::QuarraTcamPortsHelper &helper ); // whether a helper is one of this variant
 };
 
 // All variants, in the order in which tools and tests walk them.
 std::span<const Variant> variants();
+
+// Their names: "sdk6, hsdk, testSdk6, testHsdk".
+std::string variantNames();
 
 // The variant of that name, or null.
 const Variant *variantOf( std::string_view name );

@@ -14,7 +14,7 @@ class BatchOnSdk6Twin : public LinesTest {
    void SetUp() override { use( "testSdk6" ); }
 };
 
-class BatchOnEveryVariant : public LinesTest, public ::testing::WithParamInterface<const char *> {};
+class BatchOnEveryVariant : public LinesTest, public ::testing::WithParamInterface<std::string> {};
 
 TEST_F( BatchOnSdk6Twin, EqualPortSetsShareAClassIdWhateverTheirOrder ) {
    const auto first = install( 16, 1, "1,2" );
@@ -249,8 +249,8 @@ TEST_P( BatchOnEveryVariant, ComesBackToItsStartAfterAnyOrderOfRemovals ) {
    remove( 16, 3 );
 }
 
-// Each variant first proves which one it is: by its group list and by what carries the ports' bits.
-TEST_P( BatchOnEveryVariant, IsTheOneThatWasAskedFor ) {
+// What a user sees of a variant: its group list and their widths.
+TEST_P( BatchOnEveryVariant, HasTheGroupsOfItsChip ) {
    const std::string variant = GetParam();
    use( variant );
    const bool hsdk = variant.ends_with( "sdk" ) && variant != "sdk6";
@@ -260,9 +260,8 @@ TEST_P( BatchOnEveryVariant, IsTheOneThatWasAskedFor ) {
    EXPECT_EQ( groupDump( 15 ).at( "config" ).at( "poolWidth" ), twin ? 1 : hsdk ? 8 : 4 );
 }
 
-INSTANTIATE_TEST_SUITE_P( Variants, BatchOnEveryVariant,
-                          ::testing::Values( "sdk6", "hsdk", "testSdk6", "testHsdk" ),
-                          []( const auto &variant ) { return std::string( variant.param ); } );
+INSTANTIATE_TEST_SUITE_P( Variants, BatchOnEveryVariant, ::testing::ValuesIn( everyVariant() ),
+                          []( const auto &variant ) { return variant.param; } );
 
 } // namespace
 } // namespace QuarraTest

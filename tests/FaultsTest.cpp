@@ -53,7 +53,7 @@ Ending runInChild( const ChipChoice &choice, const std::vector<std::string> &lin
    return ending;
 }
 
-class Faults : public LinesTest, public ::testing::WithParamInterface<const char *> {
+class Faults : public LinesTest, public ::testing::WithParamInterface<std::string> {
  protected:
    // A chip of few ports, so that a run on logical tables has some hundred calls.
    ChipChoice smallChip() {
@@ -118,8 +118,8 @@ TEST_P( Faults, EverySdkCallThatFailsEndsInOneLineAndAnAbort ) {
    }
 }
 
-INSTANTIATE_TEST_SUITE_P( Variants, Faults, ::testing::Values( "sdk6", "hsdk", "testSdk6", "testHsdk" ),
-                          []( const auto &variant ) { return std::string( variant.param ); } );
+INSTANTIATE_TEST_SUITE_P( Variants, Faults, ::testing::ValuesIn( everyVariant() ),
+                          []( const auto &variant ) { return variant.param; } );
 
 } // namespace
 } // namespace QuarraTest

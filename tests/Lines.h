@@ -13,6 +13,15 @@ namespace QuarraTest {
 using QuarraTool::Batch;
 using QuarraTool::JsonOut;
 
+// Names of all variants, for tests that run on each.
+inline std::vector<std::string> everyVariant() {
+   std::vector<std::string> names;
+   for ( const auto &variant : QuarraAgent::variants() ) {
+      names.emplace_back( variant.name );
+   }
+   return names;
+}
+
 // Drives a switch as `quarra-tcam batch` does, by lines of JSON, and reads as sentences. Every test ends with
 // the removal of what it installed: library and chip must then be what they were after set-up.
 class LinesTest : public ::testing::Test {
@@ -20,6 +29,8 @@ class LinesTest : public ::testing::Test {
    void use( const std::string &variant, const std::string &more = "" ) {
       batch_ = std::make_unique<Batch>( QuarraTool::defaultChoice( variant ) );
       ok( R"({"op":"chip","variant":")" + variant + "\"" + more + "}" );
+      const auto &helper = *batch_->usedSwitch()->agent().manager().portsHelper();
+      ASSERT_TRUE( QuarraAgent::variantOf( variant )->made( helper ) ) << "another variant than " << variant;
       atStart_ = state();
    }
 

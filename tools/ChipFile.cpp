@@ -20,11 +20,8 @@ const Variant &knownVariant( const std::string &name ) {
    if ( const auto *variant = variantOf( name ) ) {
       return *variant;
    }
-   std::string names;
-   for ( const auto &variant : variants() ) {
-      names += ( names.empty() ? "" : ", " ) + std::string( variant.name );
-   }
-   throw RequestRefused( "unknownVariant", fmt::format( "variant \"{}\": expected one of {}", name, names ) );
+   throw RequestRefused( "unknownVariant",
+                         fmt::format( "variant \"{}\": expected one of {}", name, variantNames() ) );
 }
 
 const ChipConfig &knownProfile( const std::string &name, const Variant &variant ) {

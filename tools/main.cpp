@@ -62,7 +62,7 @@ int main( int argc, char **argv ) {
          "--trace", global.trace,
          "Trace on standard error: HANDLE/LEVEL or HANDLE/FROM-TO, several with commas; * for every handle" )
       ->type_name( "HANDLE/LEVELS" );
-   app.add_option( "--variant", global.variant, "Chip variant: sdk6, hsdk, testSdk6, testHsdk" )
+   app.add_option( "--variant", global.variant, "Chip variant: " + QuarraAgent::variantNames() )
       ->capture_default_str()
       ->type_name( "NAME" );
    app.add_option( "--chip", global.chipFile,
