@@ -11,13 +11,6 @@ using Ivrel::IntfId;
 using QuarraCentral::QuarraModPort;
 using QuarraTypes::QuarraPort;
 
-// The interface that a bit of a port bitmap stands for, with its port as the class-ID tables number it.
-struct BitOwner {
-   IntfId intfId;
-   U16 modId = 0;
-   U32 port = 0;
-};
-
 template <typename Map, typename Test>
 auto firstWhere( const Map &map, Test test ) {
    auto item = map.begin();
@@ -27,23 +20,11 @@ auto firstWhere( const Map &map, Test test ) {
    return item;
 }
 
-// CPU interfaces, known by their logical port, win over interfaces known by their ACL group key.
-BitOwner ownerOfBit( const Scsd &scsd, U32 bit, bool sourceTrunkMap ) {
-   BitOwner owner;
+// The interface whose ACL group key the bit is; invalid when there is none.
+IntfId intfOfAclGroupKey( const Scsd &scsd, U32 bit ) {
    const auto &keys = scsd->quarraIntfToAclGroupKey();
-   if ( const auto item = firstWhere( keys, [ & ]( U16 key ) { return key == bit; } ); item != keys.end() ) {
-      const auto &intfId = item->first;
-      NODRA_ASSERT( scsd->quarraIntfToPortHas( intfId ) );
-      const auto &port = scsd->quarraIntfToPort( intfId );
-      owner = { intfId, port.modId(), sourceTrunkMap ? port.logicalPort() : bit };
-   }
-   const auto &cpuPorts = scsd->quarraIntfToCpuPort();
-   const auto cpu =
-      firstWhere( cpuPorts, [ & ]( const QuarraPort &port ) { return port.logicalPort() == bit; } );
-   if ( cpu != cpuPorts.end() ) {
-      owner = { cpu->first, cpu->second.modId(), bit };
-   }
-   return owner;
+   const auto item = firstWhere( keys, [ & ]( U16 key ) { return key == bit; } );
+   return item == keys.end() ? IntfId() : item->first;
 }
 
 } // namespace
@@ -60,11 +41,27 @@ IntfGroupInfo::PtrConst QuarraTcamPortsHelper::getIntfGroupFromPbmp( TcamGroupId
       if ( !SdkShim->pbmpMember( pbmp, bit ) ) {
          continue;
       }
-      const auto owner = ownerOfBit( scsd(), bit, isSourceTrunkMapGroup( tcamGroupId ) );
-      if ( owner.intfId.valid() ) {
+      auto intfId = intfOfAclGroupKey( scsd(), bit );
+      QuarraPort port;
+      U32 number = bit;
+      if ( intfId.valid() ) {
+         NODRA_ASSERT( scsd()->quarraIntfToPortHas( intfId ) );
+         port = scsd()->quarraIntfToPort( intfId );
+         number = isSourceTrunkMapGroup( tcamGroupId ) ? port.logicalPort() : bit;
+      }
+      // CPU interfaces, known by their logical port, win over interfaces known by their ACL group key.
+      const auto &cpuPorts = scsd()->quarraIntfToCpuPort();
+      const auto cpu =
+         firstWhere( cpuPorts, [ & ]( const QuarraPort &p ) { return p.logicalPort() == bit; } );
+      if ( cpu != cpuPorts.end() ) {
+         intfId = cpu->first;
+         port = cpu->second;
+         number = bit;
+      }
+      if ( intfId.valid() ) {
          TRACE( 1, "getIntfGroupFromPbmp"
-                      << " Interface: " << owner.intfId );
-         intfGroup->portIdIs( QuarraModPort{ owner.modId, owner.port } ); // module checked first
+                      << " Interface: " << intfId );
+         intfGroup->portIdIs( QuarraModPort{ port.modId(), number } ); // module checked first
       }
    }
    return intfGroup;
