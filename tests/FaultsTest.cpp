@@ -1,6 +1,5 @@
 #include <array>
 #include <csignal>
-#include <regex>
 #include <sstream>
 
 #include <sys/wait.h>
@@ -101,13 +100,12 @@ TEST_P( Faults, EverySdkCallThatFailsEndsInOneLineAndAnAbort ) {
          // A look-up that fails though the entry is there leads to an insertion that the chip refuses.
          const auto *outcome = mayFail ? R"((Operation still running \(-10\)|Entry exists \(-8\)))"
                                        : R"(Operation still running \(-10\))";
-         const std::regex line( R"([A-Za-z0-9/]+\.cpp:\d+ .*)" + function + R"(\( .* \) API ERROR:)" +
-                                outcome );
+         const auto line = R"([A-Za-z0-9/]+\.cpp:[0-9]+ .*)" + function + R"(\( .* \) API ERROR:)" + outcome;
          const auto errors = std::count_if( ending.lines.begin(), ending.lines.end(), []( const auto &text ) {
             return text.find( " API ERROR:" ) != std::string::npos;
          } );
          ASSERT_EQ( errors, 1 ) << function << " call " << n;
-         ASSERT_TRUE( std::regex_match( ending.lines.front(), line ) ) << ending.lines.front();
+         ASSERT_THAT( ending.lines.front(), ::testing::MatchesRegex( line ) );
          ASSERT_EQ( ending.lines.size(), 2u );
          ASSERT_THAT( ending.lines.back(), ::testing::EndsWith( "assertion failed: 0" ) );
       }

@@ -11,7 +11,7 @@
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
 #include "agent/ChipState.h"
-#include "simulator/SimulatedChip.h"
+#include "tools/Switch.h"
 
 // What tests of the library's own operations share: a chip, a helper of some variant, and a manager whose
 // spaces are empty, with groups of the test's own.
@@ -78,19 +78,8 @@ class LibraryTest : public ::testing::Test {
       config.sourceTrunkMapBits =
          static_cast<U8>( sizes.sourceTrunkMap < 0 ? config.sourceTrunkMapBits : sizes.sourceTrunkMap );
       QuarraAgent::forgetEarlierAgents();
-      QuarraSimulator::ChipOptions options;
-      options.generation = variant.generation == QuarraAgent::SdkGeneration::sdk6
-                              ? QuarraSimulator::Generation::sdk6
-                              : QuarraSimulator::Generation::hsdk;
-      options.aclGroupBits = U32{ config.flexibleBits } + config.fixedBits;
-      options.sourceTrunkMapBits = config.sourceTrunkMapBits;
-      options.systemPorts = U32{ 1 } << config.portBits;
-      for ( const auto &port : config.ports ) {
-         options.ports.push_back( port.port.port() );
-      }
-      options.cpuPorts = { 0 };
       chip.reset();
-      chip = std::make_unique<QuarraSimulator::SimulatedChip>( options );
+      chip = std::make_unique<QuarraSimulator::SimulatedChip>( QuarraTool::chipOptions( variant, config ) );
       scsd =
          std::const_pointer_cast<Quarra::QuarraCommonSmData>( QuarraAgent::bringUpChip( variant, config ) );
       helper = variant.factory( scsd );

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <numeric>
-#include <set>
 #include <thread>
 
 #include "Nodra/Locks.h"
@@ -62,18 +61,15 @@ TEST_F( Tracing, ALineWhoseLevelIsOffIsNotEvenBuilt ) {
    NODRA_TRACE( otherTrace, 3, build() );
    EXPECT_EQ( built, 0 );
    TRACE( 3, "line " << build() << " of " << U8{ 65 } );
-   ASSERT_EQ( trace.lines().size(), 1u );
-   EXPECT_EQ( trace.lines()[ 0 ].handle, "PlatformTest" );
-   EXPECT_EQ( trace.lines()[ 0 ].level, 3u );
-   EXPECT_EQ( trace.lines()[ 0 ].text, "line 1 of 65" ) << "a U8 is a number";
-   EXPECT_FALSE( trace.has( "line 1" ) ) << "only whole lines count";
+   const auto &[ handle, level, text ] = trace.lines().at( 0 );
+   EXPECT_EQ( handle + "/" + std::to_string( level ) + " " + text, "PlatformTest/3 line 1 of 65" );
    {
       const Nodra::MemoryTrace inner;
       TRACE( 3, "inner" );
-      EXPECT_TRUE( inner.has( "inner" ) );
+      EXPECT_EQ( inner.lines().size(), 1u );
    }
    TRACE( 3, "outer" );
-   EXPECT_TRUE( trace.has( "outer" ) && !trace.has( "inner" ) );
+   EXPECT_TRUE( trace.lines().size() == 2 && trace.has( "outer" ) && !trace.has( "oute" ) );
 }
 
 TEST( Containers, ASetIsWalkedInAscendingOrderAndHoldsAValueOnce ) {
@@ -111,12 +107,10 @@ TEST( Containers, AHashMapIsWalkedInTheOrderOfInsertion ) {
    map.put( { 3 }, 30 );
    EXPECT_EQ( numbers(), Bits( { 3, 1, 2 } ) ) << "a replaced value keeps its place";
    EXPECT_EQ( Nodra::memberOf( map, Clashing{ 3 } ), 30u );
-   EXPECT_EQ( Nodra::memberOf( map, Clashing{ 4 } ), 0u ) << "absent";
    EXPECT_TRUE( map.erase( { 3 } ) && !map.erase( { 3 } ) );
    map.put( { 3 }, 31 );
    EXPECT_EQ( numbers(), Bits( { 1, 2, 3 } ) );
-   map.clear();
-   EXPECT_TRUE( map.find( { 1 } ) == map.end() && map.begin() == map.end() );
+   EXPECT_TRUE( map.find( { 4 } ) == map.end() );
 }
 
 TEST( Containers, AQueueIsFirstInFirstOut ) {
@@ -130,24 +124,20 @@ TEST( Containers, AQueueIsFirstInFirstOut ) {
    EXPECT_TRUE( queue.empty() && queue.first() == 0 && queue.last() == 0 );
 }
 
-template <typename Enumeration, std::size_t count>
-void expectNames( const std::string_view ( &names )[ count ] ) {
-   for ( unsigned value = 0; value < count; ++value ) {
-      EXPECT_EQ( Enumeration::of( value ).value(), value );
-      EXPECT_EQ( Nodra::toText( Enumeration::of( value ) ), names[ value ] );
-      EXPECT_EQ( Enumeration::of( names[ value ] ).value(), value );
-   }
-   EXPECT_THROW( Enumeration::of( unsigned{ count } ), Nodra::RangeError );
-   EXPECT_THROW( Enumeration::of( 0x100u ), Nodra::RangeError ) << "not the low byte of it";
-   EXPECT_THROW( Enumeration::of( names[ 1 ].substr( 1 ) ), Nodra::RangeError );
-}
-
 TEST( Ranges, AnEnumerationTakesItsNumbersAndNamesOnly ) {
-   expectNames<ClassIdType>( { "classIdInvalid", "ifpSourceTrunkMap", "vfpSourceTrunkMap",
-                               "aclGroupFlexibleWidth", "aclGroupFixedWidth", "classIdMax" } );
-   expectNames<ClassIdAllocationStrategy>( { "invalidStrategy", "allocateOnInit", "allocateOnDemand" } );
-   EXPECT_EQ( aclGroupFixedWidth(), ClassIdTypeInstance( 4 ) );
-   EXPECT_EQ( allocateOnDemand(), ClassIdAllocationStrategyInstance( "allocateOnDemand" ) );
+   const std::vector<std::string> names = { "classIdInvalid",     "ifpSourceTrunkMap",
+                                            "vfpSourceTrunkMap",  "aclGroupFlexibleWidth",
+                                            "aclGroupFixedWidth", "classIdMax" };
+   for ( unsigned value = 0; value < names.size(); ++value ) {
+      EXPECT_EQ( Nodra::toText( ClassIdTypeInstance( value ) ), names[ value ] );
+      EXPECT_EQ( ClassIdTypeInstance( names[ value ] ).value(), value );
+   }
+   EXPECT_THROW( ClassIdTypeInstance( 6 ), Nodra::RangeError );
+   EXPECT_THROW( ClassIdTypeInstance( 0x100 ), Nodra::RangeError ) << "not the low byte of it";
+   EXPECT_THROW( ClassIdTypeInstance( "SourceTrunkMap" ), Nodra::RangeError );
+   EXPECT_EQ( ClassIdAllocationStrategyInstance( "invalidStrategy" ), ClassIdAllocationStrategy() );
+   EXPECT_EQ( ClassIdAllocationStrategyInstance( "allocateOnInit" ).value(), 1 );
+   EXPECT_EQ( ClassIdAllocationStrategyInstance( 2 ), allocateOnDemand() );
 }
 
 TEST( Ranges, APortModuleOrLogicalPortOutsideIsRefusedWithItsText ) {
@@ -158,43 +148,30 @@ TEST( Ranges, APortModuleOrLogicalPortOutsideIsRefusedWithItsText ) {
    EXPECT_EQ( U16{ U10( 1023 ) }, 1023 );
    EXPECT_THAT( [] { U10( 1024 ); }, badPort );
    EXPECT_THAT( [] { U10( 0x10005 ); }, badPort ) << "not the low bits of it";
-   EXPECT_EQ( QuarraCentral::ModId( 64 ), QuarraCentral::ModId() );
    EXPECT_THAT( [] { QuarraCentral::ModId( 65 ); },
                 ThrowsMessage<Nodra::RangeError>( "QuarraCentral::ModId::value < QuarraCentral::ModId::min "
                                                   "or > QuarraCentral::ModId::null not allowed" ) );
-   EXPECT_EQ( QuarraPort( 0xdead, 0xffff, 1023, 0 ), QuarraPort() );
    EXPECT_THAT( [] { QuarraPort( 1, 2, 1024, 4 ); }, badLogicalPort );
    EXPECT_THAT( [] { QuarraPort().logicalPortIs( 1024 ); }, badLogicalPort );
    EXPECT_LT( QuarraPort( 9, 9, 9, 1 ), QuarraPort( 0, 0, 0, 2 ) ) << "the last field weighs most";
-   EXPECT_LT( QuarraPort( 9, 9, 1, 1 ), QuarraPort( 0, 0, 2, 1 ) );
    EXPECT_LT( QuarraPort( 9, 1, 1, 1 ), QuarraPort( 0, 2, 1, 1 ) );
 }
 
 TEST( Bitmaps, RangesCoverExactlyTheirBitsAcrossWords ) {
-   constexpr U32 size = 130;
-   const Bits borders = { 0, 1, 62, 63, 64, 65, 127, 128, 129 };
-   for ( const U32 first : borders ) {
-      for ( const U32 last : borders ) {
-         if ( last < first ) {
-            continue;
-         }
+   for ( const U32 first : { 0u, 1u, 63u, 64u, 65u, 127u, 128u, 129u } ) {
+      for ( U32 last = first; last < 130; ++last ) {
          SCOPED_TRACE( std::to_string( first ) + " to " + std::to_string( last ) );
          Bits range( last + 1 - first );
          std::iota( range.begin(), range.end(), first );
-         Bitmap bitmap( 0, size, clear );
+         Bitmap bitmap( 0, 130, clear );
          bitmap.rangeSet( first, last );
          EXPECT_EQ( bitmap.setBits(), range );
-         Bitmap holed( 0, size, set );
-         holed.rangeClear( first, last );
-         EXPECT_EQ( holed.count(), size - range.size() );
-         EXPECT_FALSE( holed.anySet( first, last ) );
-         EXPECT_EQ( holed.count( first, last ), 0u );
-         for ( const U32 edge : { first, last } ) {
-            holed.set( edge );
-            EXPECT_TRUE( holed.test( edge ) && holed.anySet( first, last ) );
-            EXPECT_EQ( holed.count( first, last ), 1u );
-            holed.clear( edge );
-         }
+         EXPECT_EQ( bitmap.count( first, last ), range.size() );
+         EXPECT_TRUE( bitmap.anySet( 0, first ) && bitmap.anySet( last, 129 ) && bitmap.test( last ) );
+         Bitmap rest( 0, 130, set );
+         rest.rangeClear( first, last );
+         EXPECT_EQ( rest.count(), 130 - range.size() );
+         EXPECT_TRUE( !rest.anySet( first, last ) && !rest.count( first, last ) && !rest.test( first ) );
       }
    }
 }
@@ -224,56 +201,34 @@ TEST( Bitmaps, ABitOutsideAborts ) {
    EXPECT_ABORT( bitmap->copyFrom( Bitmap( 0, 129, set ) ), "size_ == other.size_" );
 }
 
-// A sum or a plain xor of port numbers would let thousands of these 198,485 sets share a hash. A hash that
+// A sum or a plain xor of port numbers would let thousands of these sets share a hash. A hash that
 // spreads evenly leaves about 5 pairs.
 TEST( Hashes, OfThreePortSetsHardlyEverCollide ) {
-   constexpr U32 ports = 107; // half of them side by side, the others up to 1008
-   const auto port = []( U32 i ) { return QuarraModPort( 0, i < 54 ? i : 54 + ( i - 53 ) * 18 ); };
+   constexpr U32 sets = 200'000;
    const auto intfGroup = intfGroupInfoFactory();
    std::vector<U32> hashes;
-   for ( U32 a = 0; a < ports; ++a ) {
-      for ( U32 b = a + 1; b < ports; ++b ) {
-         for ( U32 c = b + 1; c < ports; ++c ) {
-            intfGroup->portIdDelAll();
-            for ( const U32 i : { a, b, c } ) {
-               intfGroup->portIdIs( port( i ) );
-            }
-            hashes.push_back( intfGroup->hash() );
-         }
+   for ( U32 i = 0; i < sets; ++i ) {
+      intfGroup->portIdDelAll();
+      for ( const U32 port : { i % 64, 64 + i / 64 % 64, 128 + i / 4096 * 16 } ) {
+         intfGroup->portIdIs( QuarraModPort( 0, port ) );
       }
+      hashes.push_back( intfGroup->hash() );
    }
    std::sort( hashes.begin(), hashes.end() );
    const auto distinct = std::unique( hashes.begin(), hashes.end() ) - hashes.begin();
-   EXPECT_LE( static_cast<std::ptrdiff_t>( hashes.size() ) - distinct, 12 );
+   EXPECT_GE( distinct, sets - 12 );
+   EXPECT_EQ( ports( { 1, 2, 3 } )->hash(), ports( { 3, 1, 2 } )->hash() );
 }
 
-TEST( Hashes, TellApartWhatDiffersAnywhere ) {
-   const auto onModule = intfGroupInfoFactory();
-   onModule->portIdIs( QuarraModPort( 1, 5 ) );
-   std::set<U32> hashes = { ports( {} )->hash(), allEthernet()->hash(), ports( { 5 } )->hash(),
-                            onModule->hash() };
-   const RequestKey keys[] = { { "a", 0, "b" }, { "b", 0, "a" },     { "a", 1, "b" },    { "a", 0, "c" },
-                               { "ab", 0, "" }, { "longer", 0, "" }, { "longes", 0, "" } };
-   for ( const auto &requestKey : keys ) {
-      hashes.insert( requestKey.hash() );
-   }
-   EXPECT_EQ( hashes.size(), 4 + std::size( keys ) );
-   EXPECT_EQ( ports( { 1, 2, 3 } )->hash(), ports( { 3, 1, 2 } )->hash() );
+TEST( Hashes, MindTheOrder ) {
+   EXPECT_NE( RequestKey( "a", 0, "b" ).hash(), RequestKey( "b", 0, "a" ).hash() );
+   EXPECT_NE( Zev::hash( "ab" ), Zev::hash( "ba" ) );
 }
 
 using Held = std::pair<bool, bool>; // by this thread: the interpreter's lock, the activity lock
 Held held() {
    return { Nodra::interpreterLock().heldByThisThread(), Nodra::activityLock().heldByThisThread() };
 }
-void onLocks( Held which, void ( Nodra::AgentLock::*action )() ) {
-   if ( which.first ) {
-      ( Nodra::interpreterLock().*action )();
-   }
-   if ( which.second ) {
-      ( Nodra::activityLock().*action )();
-   }
-}
-
 // A shim that tells of its hooks.
 class HookedChip : public QuarraSimulator::SimulatedChip {
  public:
@@ -301,20 +256,24 @@ class SdkCalls : public Tracing {
 };
 
 TEST_F( SdkCalls, GiveUpTheLocksThatTheThreadHoldsAndNoOthers ) {
-   const Held none( false, false );
-   for ( const Held &before : { none, Held( true, false ), Held( false, true ), Held( true, true ) } ) {
-      onLocks( before, &Nodra::AgentLock::take );
+   const auto expectReleased = [ & ]( Held before ) {
       Held during( true, true );
       SDK_CALL( give( 0, &during ) );
-      EXPECT_EQ( during, none );
+      EXPECT_EQ( during, Held( false, false ) );
       EXPECT_EQ( held(), before ) << "taken again";
-      EXPECT_EQ( chip.heldAtPreCall, std::vector<Held>{ before } ) << "the hook runs once, before that";
-      chip.heldAtPreCall.clear();
-      Held elsewhere( true, true );
-      std::thread( [ & ] { elsewhere = held(); } ).join();
-      EXPECT_EQ( elsewhere, none ) << "held by this thread, not by any";
-      onLocks( before, &Nodra::AgentLock::release );
-   }
+      EXPECT_EQ( chip.heldAtPreCall.back(), before ) << "the hook runs before";
+   };
+   expectReleased( { false, false } );
+   Nodra::activityLock().take();
+   expectReleased( { false, true } );
+   Nodra::interpreterLock().take();
+   expectReleased( { true, true } );
+   Held elsewhere( true, true );
+   std::thread( [ & ] { elsewhere = held(); } ).join();
+   EXPECT_EQ( elsewhere, Held( false, false ) ) << "held by this thread, not by any";
+   Nodra::activityLock().release();
+   expectReleased( { true, false } );
+   Nodra::interpreterLock().release();
    EXPECT_ABORT( Nodra::activityLock().release(), "heldByThisThread()" );
 }
 

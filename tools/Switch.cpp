@@ -5,7 +5,6 @@
 #include "agent/ChipState.h"
 
 namespace QuarraTool {
-namespace {
 
 using namespace QuarraTcam;
 
@@ -26,8 +25,6 @@ QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
    }
    return options;
 }
-
-} // namespace
 
 Switch::Switch( const ChipChoice &choice ) {
    const auto &variant = *choice.variant;

@@ -13,6 +13,10 @@ using QuarraAgent::TcamAgent;
 using QuarraCentral::QuarraModPort;
 using QuarraTcam::TcamGroupId;
 
+// The simulated chip that a configuration describes.
+QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
+                                          const QuarraAgent::ChipConfig &config );
+
 // A simulated switch: the chip, and the TCAM agent on it. One at a time in a process.
 class Switch {
  public:

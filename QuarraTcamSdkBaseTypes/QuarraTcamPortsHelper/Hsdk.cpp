@@ -28,7 +28,7 @@ U32 systemPort( const ChipInfo &chipInfo, U16 modId, U32 port ) {
 struct FieldBit {
    explicit FieldBit( U8 bitToSet )
       : field( getAclGroupFieldType( bitToSet ) ),
-        position( bitToSet < 32 ? bitToSet : bitToSet % 16 ),
+        position( static_cast<U8>( bitToSet < 32 ? bitToSet : bitToSet % 16 ) ),
         mask( U64{ 1 } << position ) {}
 
    std::string field;
