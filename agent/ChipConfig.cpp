@@ -69,6 +69,20 @@ void checkBits( const ChipConfig &config, const GenerationLimits &limits ) {
    }
 }
 
+// A fixed-width union compares positions above the flexible bits with positions inside the fixed space,
+// modulo 64. With a flexible space that ends in the last pool's width below 64, bits of one pool would stand
+// for each other.
+void checkFixedUnion( const ChipConfig &config ) {
+   constexpr U32 widestPool = 8;
+   if ( config.fixedBits && config.flexibleBits > unionBits - widestPool &&
+        config.flexibleBits < unionBits ) {
+      bad( config, ( Nodra::Text() << "aclGroupFlexibleWidth " << config.flexibleBits
+                                   << ": beside a fixed-width space expected at most "
+                                   << unionBits - widestPool << ", or " << unionBits )
+                      .string() );
+   }
+}
+
 } // namespace
 
 std::string portName( const QuarraModPort &port ) {
@@ -104,6 +118,7 @@ const ChipConfig &defaultChip( SdkGeneration generation ) {
 void checkChip( SdkGeneration generation, const ChipConfig &config ) {
    const auto limits = limitsOf( generation, config );
    checkBits( config, limits );
+   checkFixedUnion( config );
    if ( generation == SdkGeneration::hsdk && ( config.portBits == 0 || config.portBits > 10 ) ) {
       bad( config, ( Nodra::Text() << "portBits " << config.portBits << ": expected 1 to 10" ).string() );
    }

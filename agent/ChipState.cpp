@@ -46,6 +46,7 @@ QuarraTcam::Scsd bringUpChip( const Variant &variant, const ChipConfig &config )
    const auto unit = static_cast<U16>( SdkShim->vmSingleUnit() );
    const U16 modId = config.ports.empty() ? U16{ 0 } : config.ports.front().port.modId().value();
    scsd->quarraModIdIs( unit, { chipInfo, modId } );
+   scsd->quarraModIdToUnitIs( modId, unit ); // also on a chip without ports
    for ( const auto &port : config.ports ) {
       const auto module = port.port.modId();
       const QuarraPort chipPort( module.value(), 0, port.port.port(), 0 );

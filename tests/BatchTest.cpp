@@ -36,7 +36,8 @@ TEST_F( BatchOnSdk6Twin, TheNewestEntryOfAValueBasedGroupWinsThePort ) {
    EXPECT_EQ( found[ 0 ].at( "port" ), 2 );
    EXPECT_EQ( found[ 0 ].at( "expected" ), true );
    EXPECT_EQ( found[ 0 ].at( "found" ), false );
-   EXPECT_THAT( found[ 0 ].at( "reason" ).get<std::string>(), HasSubstr( "entry 2 asks for the port too" ) );
+   EXPECT_THAT( found[ 0 ].at( "reason" ).get<std::string>(),
+                HasSubstr( "a newer entry (entry 2) took the port" ) );
    install( 13, 3, "1,2" ); // groups of one-bit pools overlap freely
    install( 13, 4, "2,3" );
    EXPECT_EQ( mismatches().size(), 1u );
@@ -100,7 +101,7 @@ TEST_F( BatchOnSdk6Twin, PostsSourceTrunkMapWordsToTheChip ) {
    EXPECT_EQ( mismatches(), JsonOut::array() );
    install( 89, 5, "3", rillway );
    EXPECT_EQ( mismatches().size(), 3u ) << "groups 88 and 89 share a bit: each matches the other's ports";
-   EXPECT_THAT( mismatches()[ 0 ].at( "reason" ).get<std::string>(), HasSubstr( "at one fixed offset" ) );
+   EXPECT_THAT( mismatches()[ 0 ].at( "reason" ).get<std::string>(), HasSubstr( "at this fixed offset" ) );
 }
 
 TEST_F( BatchOnSdk6Twin, AllEthernetPortsNeedOneBit ) {
@@ -114,6 +115,38 @@ TEST_F( BatchOnSdk6Twin, AllEthernetPortsNeedOneBit ) {
    EXPECT_EQ( refused( installLine( 13, 5, "ethernet", R"(,"ports":[1])" ) ), "portsAndEthernet" );
    install( 16, 6, "" ); // no port is no port
    EXPECT_EQ( mismatches(), JsonOut::array() );
+}
+
+// Reasons hold as well when the entry behind them is gone.
+TEST_F( BatchOnSdk6Twin, ExplainsWhatEntriesLeftBehind ) {
+   const auto rillway = rule( "PBMP_E_ALL for a Rillway group" );
+   install( 16, 1, "1,2" );
+   install( 16, 2, "2" );
+   install( 2, 3, "4", rule( "L4 Micro BFD" ) );
+   install( 2, 4, "5", rule( "L4 Micro BFD" ) );
+   install( 88, 5, "6", rillway );
+   install( 89, 6, "6,7", rillway );
+   remove( 16, 2 );
+   remove( 2, 4 );
+   remove( 89, 6 ); // takes the shared bit off port 6
+   const auto found = mismatches();
+   ASSERT_EQ( found.size(), 4u ) << found.dump();
+   EXPECT_THAT( found[ 0 ].at( "reason" ).get<std::string>(), HasSubstr( "a newer entry took the port" ) );
+   EXPECT_THAT( found[ 1 ].at( "reason" ).get<std::string>(), HasSubstr( "one rule has one class ID" ) );
+   EXPECT_THAT( found[ 3 ].at( "reason" ).get<std::string>(), HasSubstr( "at this fixed offset" ) );
+}
+
+// A chip without ports once aborted here: its module had no unit.
+TEST( BatchLines, AllEthernetPortsOfAChipWithoutPortsAreNone ) {
+   for ( const char *chip : { R"({"op":"chip","ports":[],"cpuPorts":[]})",
+                              R"({"op":"chip","ports":[],"cpuPorts":[{"module":63,"port":1}]})" } ) {
+      Batch batch( QuarraTool::defaultChoice( "sdk6" ) );
+      batch.answer( chip );
+      const auto line = R"({"op":"install","group":88,"entry":1,"ethernet":true,)"
+                        R"("rule":{"name":"PBMP_E_ALL for a Rillway group"}})";
+      EXPECT_TRUE( batch.answer( line ).at( "ok" ).get<bool>() );
+      EXPECT_EQ( batch.answer( R"({"op":"check"})" ).at( "mismatches" ), JsonOut::array() );
+   }
 }
 
 TEST_F( BatchOnSdk6Twin, RefusesWithoutChangingAnything ) {
@@ -216,6 +249,8 @@ TEST( BatchLines, TheFirstMayChooseTheChip ) {
       { R"({"op":"chip","ports":[1,{"module":1,"port":1}]})", "badChip" },
       { R"({"op":"chip","variant":"hsdk","ports":[256]})", "badChip" },
       { R"({"op":"chip","ports":[0]})", "badChip" },
+      { R"({"op":"chip","variant":"hsdk","flexibleBits":57})", "badChip" },
+      { R"({"op":"chip","variant":"hsdk","flexibleBits":64,"fixedBits":96})", "hsdk-256" },
       { R"({"op":"chip","colour":1})", "unknownField" },
    };
    for ( const auto &[ line, outcome ] : cases ) {

@@ -68,51 +68,63 @@ class EntryOnChip {
 // ---- Reasons: the rules of the system by which an entry does not match what it was asked for
 // --------------------
 
-// The other entry of the same class ID space that explains the mismatch, if `test` finds one.
-template <typename Test>
-const Entry *otherEntry( const Switch &theSwitch, U32 id, Test test, U32 &otherId ) {
-   for ( const auto &[ candidate, entry ] : theSwitch.agent().entries() ) {
-      if ( candidate != id && test( entry ) ) {
-         otherId = candidate;
-         return &entry;
+// The entry of the group that asks for the port under another key, if one is still installed: " (entry 4)".
+std::string otherAsker( const Switch &theSwitch, const Entry &entry, const QuarraModPort &port ) {
+   for ( const auto &[ id, other ] : theSwitch.agent().entries() ) {
+      if ( other.request.group == entry.request.group && other.key != entry.key &&
+           asks( other.request, port ) ) {
+         return " (entry " + std::to_string( id ) + ")";
       }
    }
-   return nullptr;
+   return "";
 }
 
-std::string reasonOf( const Switch &theSwitch, U32 id, const Entry &entry, const QuarraModPort &port ) {
+// Why the ports that are programmed for the entry's key are not the entry's own.
+std::string reasonInTheLibrary( const Switch &theSwitch, const Entry &entry, const QuarraModPort &port,
+                                const ClassIdRequestStatus &request ) {
+   const auto group = entry.request.group;
+   if ( request.entryRefHas( INVALID_ENTRY_ID ) ) {
+      return "one rule has one class ID, and a newer entry of the same rule asked for other ports";
+   }
+   if ( classIdTcamGroupsInfo.at( group )->classIdPoolWidth() > 1 ) {
+      return ( Nodra::Text() << "a port carries one class ID of group " << group << ", and a newer entry"
+                             << otherAsker( theSwitch, entry, port ) << " took the port" )
+         .string();
+   }
+   return "";
+}
+
+// Why the chip does not carry what is programmed for the entry's key.
+std::string reasonOnTheChip( const Switch &theSwitch, const Entry &entry, const QuarraModPort &port ) {
    const auto group = entry.request.group;
    const auto &config = *classIdTcamGroupsInfo.at( group );
-   U32 other = 0;
-   Nodra::Text text;
-   const auto sharesKey = [ & ]( const Entry &e ) {
-      return e.request.group == group && e.key == entry.key &&
-             asks( e.request, port ) != asks( entry.request, port );
-   };
-   const auto takesPort = [ & ]( const Entry &e ) {
-      return e.request.group == group && e.key != entry.key && asks( e.request, port );
-   };
-   const auto sharesOffset = [ & ]( const Entry &e ) {
-      const auto &otherConfig = *classIdTcamGroupsInfo.at( e.request.group );
-      return e.request.group != group && config.classIdPoolBits() != 0 &&
-             otherConfig.classIdPoolBits() == config.classIdPoolBits() &&
-             otherConfig.classIdType() == config.classIdType();
-   };
-   if ( otherEntry( theSwitch, id, sharesKey, other ) ) {
-      text << "one rule has one class ID, and entry " << other << " of the same rule asks for other ports";
-   } else if ( config.classIdPoolWidth() > 1 && otherEntry( theSwitch, id, takesPort, other ) ) {
-      text << "a port carries one class ID of group " << group << ", and entry " << other
-           << " asks for the port too";
-   } else if ( config.classIdType() == aclGroupFixedWidth && config.classIdPoolWidth() > 1 ) {
-      text << "a bit of fixed-width group " << group
-           << " is programmed without the ports of its other class IDs";
-   } else if ( otherEntry( theSwitch, id, sharesOffset, other ) ) {
-      text << "groups " << group << " and " << theSwitch.agent().entries().at( other ).request.group
-           << " keep their class IDs at one fixed offset";
-   } else {
-      text << "no rule of the system explains this: a fault";
+   if ( config.classIdPoolBits() != 0 ) {
+      return ( Nodra::Text() << "group " << group
+                             << " shares its bit with the other groups at this fixed offset" )
+         .string();
    }
-   return text.string();
+   if ( config.classIdType() == aclGroupFixedWidth && config.classIdPoolWidth() > 1 ) {
+      return ( Nodra::Text() << "a bit of fixed-width group " << group
+                             << " is programmed without the ports of its other class IDs" )
+         .string();
+   }
+   constexpr U16 lastEthernetPort = 510; // that SDK6 chips and their twin both program
+   if ( entry.request.ethernet &&
+        theSwitch.agent().variant().generation == QuarraAgent::SdkGeneration::sdk6 &&
+        ( port.port() == 0 || port.port() > lastEthernetPort ) ) {
+      return "all ethernet ports of an SDK6 chip are ports 1 to 511, of its twin 0 to 510";
+   }
+   return "";
+}
+
+std::string reasonOf( const Switch &theSwitch, const Entry &entry, const QuarraModPort &port ) {
+   const auto &status = *theSwitch.agent().manager().classIdTcamGroupStatus( entry.request.group );
+   const auto &request = *status.requestStatus( entry.key );
+   const bool programmed = request.intfGroup()->ethernet() || request.intfGroup()->portIdHas( port );
+   const auto reason = programmed == asks( entry.request, port )
+                          ? reasonOnTheChip( theSwitch, entry, port )
+                          : reasonInTheLibrary( theSwitch, entry, port, request );
+   return reason.empty() ? "no rule of the system explains this: a fault" : reason;
 }
 
 } // namespace
@@ -134,7 +146,7 @@ std::vector<Mismatch> checkMatches( const Switch &theSwitch ) {
          const bool found = onChip.matches( port, aclGroups[ i ] );
          if ( found != expected ) {
             mismatches.push_back(
-               { id, entry.request.group, port, expected, found, reasonOf( theSwitch, id, entry, port ) } );
+               { id, entry.request.group, port, expected, found, reasonOf( theSwitch, entry, port ) } );
          }
       }
    }
