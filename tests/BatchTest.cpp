@@ -99,6 +99,9 @@ TEST_F( BatchOnSdk6Twin, PostsSourceTrunkMapWordsToTheChip ) {
    EXPECT_EQ( refused( installLine( 88, 4, "3" ) ), "fixedOffsetGroup" );
    install( 120, 4, "5" ); // reserved at start-up by its kind, but on demand for want of known rules
    EXPECT_EQ( mismatches(), JsonOut::array() );
+   install( 120, 6, "1" ); // its pool covers bit 5, which entry 1 put on port 1
+   EXPECT_THAT( mismatches()[ 0 ].at( "reason" ).get<std::string>(), HasSubstr( "lies over the bit" ) );
+   remove( 120, 6 );
    install( 89, 5, "3", rillway );
    EXPECT_EQ( mismatches().size(), 3u ) << "groups 88 and 89 share a bit: each matches the other's ports";
    EXPECT_THAT( mismatches()[ 0 ].at( "reason" ).get<std::string>(), HasSubstr( "at this fixed offset" ) );

@@ -1,6 +1,7 @@
 #include "tools/MatchCheck.h"
 
 #include <algorithm>
+#include <bit>
 #include <map>
 
 #include "Nodra/Text.h"
@@ -94,13 +95,29 @@ std::string reasonInTheLibrary( const Switch &theSwitch, const Entry &entry, con
    return "";
 }
 
+// Whether the pool lies over the bit of a fixed-offset group, which the search for free bits does not know
+// of.
+bool coversAFixedOffset( ClassIdType type, const PoolStatus &pool ) {
+   return std::any_of( classIdTcamGroupsInfo.begin(), classIdTcamGroupsInfo.end(), [ & ]( const auto &item ) {
+      const auto &config = *item.second;
+      return config.classIdPoolBits() != 0 && config.classIdType() == type &&
+             pool.tcamMask()->test( static_cast<U32>( std::countr_zero( config.classIdPoolBits() ) ) );
+   } );
+}
+
 // Why the chip does not carry what is programmed for the entry's key.
-std::string reasonOnTheChip( const Switch &theSwitch, const Entry &entry, const QuarraModPort &port ) {
+std::string reasonOnTheChip( const Switch &theSwitch, const Entry &entry, const QuarraModPort &port,
+                             const ClassIdRequestStatus &request, const PoolStatus &pool ) {
    const auto group = entry.request.group;
    const auto &config = *classIdTcamGroupsInfo.at( group );
    if ( config.classIdPoolBits() != 0 ) {
       return ( Nodra::Text() << "group " << group
                              << " shares its bit with the other groups at this fixed offset" )
+         .string();
+   }
+   if ( coversAFixedOffset( config.classIdType(), pool ) ) {
+      return ( Nodra::Text() << "the pool of group " << group
+                             << " lies over the bit of the fixed-offset groups" )
          .string();
    }
    if ( config.classIdType() == aclGroupFixedWidth && config.classIdPoolWidth() > 1 ) {
@@ -109,7 +126,7 @@ std::string reasonOnTheChip( const Switch &theSwitch, const Entry &entry, const 
          .string();
    }
    constexpr U16 lastEthernetPort = 510; // that SDK6 chips and their twin both program
-   if ( entry.request.ethernet &&
+   if ( request.intfGroup()->ethernet() &&
         theSwitch.agent().variant().generation == QuarraAgent::SdkGeneration::sdk6 &&
         ( port.port() == 0 || port.port() > lastEthernetPort ) ) {
       return "all ethernet ports of an SDK6 chip are ports 1 to 511, of its twin 0 to 510";
@@ -120,10 +137,13 @@ std::string reasonOnTheChip( const Switch &theSwitch, const Entry &entry, const 
 std::string reasonOf( const Switch &theSwitch, const Entry &entry, const QuarraModPort &port ) {
    const auto &status = *theSwitch.agent().manager().classIdTcamGroupStatus( entry.request.group );
    const auto &request = *status.requestStatus( entry.key );
-   const bool programmed = request.intfGroup()->ethernet() || request.intfGroup()->portIdHas( port );
-   const auto reason = programmed == asks( entry.request, port )
-                          ? reasonOnTheChip( theSwitch, entry, port )
-                          : reasonInTheLibrary( theSwitch, entry, port, request );
+   const auto &intfGroup = *request.intfGroup();
+   const bool programmed =
+      ( intfGroup.ethernet() && !theSwitch.isCpuPort( port ) ) || intfGroup.portIdHas( port );
+   const auto reason =
+      programmed == asks( entry.request, port )
+         ? reasonOnTheChip( theSwitch, entry, port, request, *status.poolStatus( request.poolId() ) )
+         : reasonInTheLibrary( theSwitch, entry, port, request );
    return reason.empty() ? "no rule of the system explains this: a fault" : reason;
 }
 
