@@ -138,12 +138,12 @@ std::string reasonOf( const Switch &theSwitch, const Entry &entry, const QuarraM
    const auto &status = *theSwitch.agent().manager().classIdTcamGroupStatus( entry.request.group );
    const auto &request = *status.requestStatus( entry.key );
    const auto &intfGroup = *request.intfGroup();
-   const bool programmed =
-      ( intfGroup.ethernet() && !theSwitch.isCpuPort( port ) ) || intfGroup.portIdHas( port );
+   // An all-ethernet group lists no ports: an entry that does list some is beside the point on all of them.
+   const bool moved = intfGroup.ethernet() ? !entry.request.ethernet
+                                           : intfGroup.portIdHas( port ) != asks( entry.request, port );
    const auto reason =
-      programmed == asks( entry.request, port )
-         ? reasonOnTheChip( theSwitch, entry, port, request, *status.poolStatus( request.poolId() ) )
-         : reasonInTheLibrary( theSwitch, entry, port, request );
+      moved ? reasonInTheLibrary( theSwitch, entry, port, request )
+            : reasonOnTheChip( theSwitch, entry, port, request, *status.poolStatus( request.poolId() ) );
    return reason.empty() ? "no rule of the system explains this: a fault" : reason;
 }
 
