@@ -40,6 +40,7 @@ QuarraTcam::Scsd bringUpChip( const Variant &variant, const ChipConfig &config )
    quarraAttributes()->chipAttributesIs( chipInfo, std::make_shared<ChipAttributes>() );
    const auto &common = QuarraTcam::getQuarraTcamCommonData();
    common->chipInfoIs( chipInfo );
+   common->modIdIs( std::nullopt );
    common->simulationIs( variant.twin );
 
    auto scsd = std::make_shared<Quarra::QuarraCommonSmData>();

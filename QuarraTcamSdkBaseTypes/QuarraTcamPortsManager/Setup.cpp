@@ -58,7 +58,7 @@ void QuarraTcamPortsManager::reserveClassIdForSystemAclGroup( TcamGroupId tcamGr
    NODRA_ASSERT( !!classIdConfig );
    NODRA_ASSERT( QuarraTcam::isSystemAclGroup( tcamGroupId ) || isSourceTrunkMapGroup( tcamGroupId ) );
    NODRA_ASSERT( classIdConfig->allocationType() == allocateOnInit() );
-   struct RequestIter {
+   struct RequestIter { // the system's text for a failure asks an iterator for its key
       const RequestKey &item;
       const RequestKey &key() const { return item; }
    };
