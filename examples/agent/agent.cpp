@@ -1,4 +1,5 @@
-// A small agent on the installed library: brings a chip up, installs two entries with equal ports, removes them.
+// A small agent on the installed library: brings a chip up, installs two entries with equal ports, removes
+// them.
 #include <cstdio>
 
 #include "QuarraCentral/ChipProfile.h"
@@ -23,7 +24,8 @@ Scsd bringUp() {
    profile->nameIs( "example" );
    profile->tcamFeatureAttributesIs( tcam );
    QuarraCentral::activeChipProfileIs( chipInfo, profile );
-   QuarraCentral::quarraAttributes()->chipAttributesIs( chipInfo, std::make_shared<QuarraCentral::ChipAttributes>() );
+   QuarraCentral::quarraAttributes()->chipAttributesIs( chipInfo,
+                                                        std::make_shared<QuarraCentral::ChipAttributes>() );
    getQuarraTcamCommonData()->chipInfoIs( chipInfo );
 
    const auto scsd = std::make_shared<Quarra::QuarraCommonSmData>();
