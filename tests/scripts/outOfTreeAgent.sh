@@ -6,7 +6,7 @@ build=$1 source=$2 compiler=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
-cmake -S "$source/examples/agent" -B "$work/agent" -DCMAKE_CXX_COMPILER="$compiler" \
+cmake -G Ninja -S "$source/examples/agent" -B "$work/agent" -DCMAKE_CXX_COMPILER="$compiler" \
    -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_FLAGS="-Wall -Wextra -Wpedantic -Werror" >/dev/null
 cmake --build "$work/agent" >/dev/null
 "$work/agent/example-agent" >"$work/printed"
