@@ -49,9 +49,9 @@ class QUARRA_TCAM_API QuarraTcamPortsManager : public Nodra::Node {
    // ------------------------------------------------------------------------------------
 
    // Takes the lowest free run of classIdNumPools * poolWidth bits and makes its pools; a fixed-offset group
-   // takes its own bits unasked. Returns the id of the last pool, or 0 when no run is free (nothing has
-   // changed then). Aborts when the group's class-ID type has no hardware space, or when the run is more than
-   // one bit longer than it.
+   // takes its own bits unasked. Returns the id of the last pool, or 0 when no run is free or the group has
+   // had all 65,535 ids (nothing has changed then). A pool has at most 16 bits. Aborts when the group's
+   // class-ID type has no hardware space, or when the run is more than one bit longer than it.
    U16 reservePoolOfWidth( TcamGroupId tcamGroupId, U8 poolWidth );
 
    // Lends the front class ID of a pool to a key that has none. The pool must have a free one. Always true.
@@ -77,7 +77,8 @@ class QUARRA_TCAM_API QuarraTcamPortsManager : public Nodra::Node {
    bool getClassIdFromPoolWidth( TcamGroupId tcamGroupId, const RequestKey &requestKey, U32 entryId,
                                  U8 poolWidth );
 
-   // The same, and later entries with an equal interface group find the key.
+   // The same, and later entries with an equal interface group find the key. The ports must be programmed
+   // before the key is released: the release takes out of the index what was programmed.
    bool reserveClassIdForIntfGroup( TcamGroupId tcamGroupId, const RequestKey &requestKey, U32 entryId,
                                     const IntfGroupConst &intfGroup );
 

@@ -225,7 +225,8 @@ void startUpFits( const ChipConfig &chip ) {
                                               { vfpSourceTrunkMap, chip.sourceTrunkMapBits },
                                               { aclGroupFlexibleWidth, chip.flexibleBits },
                                               { aclGroupFixedWidth, chip.fixedBits } };
-   std::map<ClassIdType, U32> needed;
+   std::map<ClassIdType, U32> needed;   // the search for free bits, which starts at bit 0
+   std::map<ClassIdType, U32> fixedEnd; // fixed offsets, which the search passes over
    for ( const auto &[ group, config ] : classIdTcamGroupsInfo ) {
       if ( config->allocationType() != allocateOnInit || !config->requestKeys() ) {
          continue;
@@ -233,11 +234,14 @@ void startUpFits( const ChipConfig &chip ) {
       const U32 width = config->classIdPoolWidth();
       if ( config->classIdPoolBits() != 0 ) {
          const U32 end = static_cast<U32>( std::countr_zero( config->classIdPoolBits() ) ) + width;
-         needed[ config->classIdType() ] = std::max( needed[ config->classIdType() ], end );
+         fixedEnd[ config->classIdType() ] = std::max( fixedEnd[ config->classIdType() ], end );
       } else {
          const U32 perPool = ( U32{ 1 } << width ) - 1;
          needed[ config->classIdType() ] += ( config->requestKeys() + perPool - 1 ) / perPool * width;
       }
+   }
+   for ( const auto &[ type, end ] : fixedEnd ) {
+      needed[ type ] = std::max( needed[ type ], end );
    }
    for ( const auto &[ type, bits ] : needed ) {
       if ( bits > sizes.at( type ) ) {
@@ -252,10 +256,14 @@ RequestRefused noRoom( const QuarraTcamPortsManager &manager, const ClassIdTcamG
                        U32 entry ) {
    Text text;
    text << "group " << config.tcamGroupId() << " entry " << entry << ": no class ID is free";
-   if ( config.classIdType() == aclGroupFixedWidth ) {
+   const auto *status = statusOf( manager, config.tcamGroupId() );
+   constexpr U32 lastPoolId = 0xffff;
+   if ( status && status->lastPoolNum() + config.classIdNumPools() > lastPoolId ) {
+      text << ": the group has had " << status->lastPoolNum() << " pools, each with an id of its own up to "
+           << lastPoolId << "; it starts again when all of its entries are removed";
+   } else if ( config.classIdType() == aclGroupFixedWidth ) {
       text << ": the group's " << ( ( 1u << config.classIdPoolWidth() ) - 1 ) << " are lent to "
-           << statusOf( manager, config.tcamGroupId() )->requestStatuss()
-           << " port sets, and a fixed-width group does not grow";
+           << status->requestStatuss() << " port sets, and a fixed-width group does not grow";
    } else {
       text << " in the group's pools, and there is no run of " << runBits( config )
            << ( runBits( config ) > 1 ? " bits nor a single bit for a new one: " : " bit for a new one: " )

@@ -12,7 +12,7 @@
 // The reference TCAM agent: creates and deletes groups and installs and removes entries through the manager's
 // public operations. The library aborts on a broken invariant; the agent checks every request first, so that
 // none can break one, and refuses it with RequestRefused (docs/tool.md lists the codes). After a refusal
-// everything is as it was. Main thread only.
+// everything is as it was, but for the count that names new keys. Main thread only.
 namespace QuarraAgent {
 
 using QuarraTcam::TcamGroupId;

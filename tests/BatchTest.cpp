@@ -248,6 +248,8 @@ TEST( BatchLines, TheFirstMayChooseTheChip ) {
       { R"({"op":"chip","profile":"hsdk-256"})", "unknownProfile" },
       { R"({"op":"chip","flexibleBits":13})", "chipTooSmall" },
       { R"({"op":"chip","sourceTrunkMapBits":5})", "chipTooSmall" },
+      // The fixed offset, bit 5, was added to the two bits of the search, though both begin at bit 0.
+      { R"({"op":"chip","sourceTrunkMapBits":6})", "sdk6-64" },
       { R"({"op":"chip","flexibleBits":65})", "badChip" },
       { R"({"op":"chip","ports":[1,{"module":1,"port":1}]})", "badChip" },
       { R"({"op":"chip","variant":"hsdk","ports":[256]})", "badChip" },

@@ -118,6 +118,26 @@ TEST_F( Pools, OfAGroupStartAgainAtOneWhenTheLastIsGone ) {
    EXPECT_EQ( request( flexibleGroup, key( "e" ) ).poolId(), 1 );
 }
 
+// Ids wrapped to 0 and then to those of living pools: a switch that had changed its ACLs for long enough
+// aborted, with bits leaked on the way.
+TEST_F( Pools, OfAGroupEndWithTheLastId ) {
+   emptySpaces();
+   group( flexibleGroup, { .width = 1 } );
+   ASSERT_TRUE( reserve( flexibleGroup, key( "stays" ), 1 ) );
+   for ( U32 id = 2; id <= 0xffff; ++id ) {
+      ASSERT_TRUE( reserve( flexibleGroup, key( "passes" ), 2 ) ) << id;
+      ASSERT_EQ( request( flexibleGroup, key( "passes" ) ).poolId(), id );
+      manager->clearClassId( flexibleGroup, key( "passes" ), 2 );
+   }
+   EXPECT_FALSE( reserve( flexibleGroup, key( "one too many" ), 2 ) );
+   EXPECT_EQ( reservedBits( aclGroupFlexibleWidth ), std::vector<U32>( { 0 } ) );
+   EXPECT_TRUE( reserve( flexibleGroup, key( "stays" ), 3 ) );
+   manager->clearClassId( flexibleGroup, key( "stays" ), 1 );
+   manager->clearClassId( flexibleGroup, key( "stays" ), 3 );
+   ASSERT_TRUE( reserve( flexibleGroup, key( "afresh" ), 4 ) );
+   EXPECT_EQ( request( flexibleGroup, key( "afresh" ) ).poolId(), 1u );
+}
+
 TEST_F( Pools, OfAFixedWidthGroupStayUntilItIsDeleted ) {
    emptySpaces( "hsdk", { .flexible = 32, .fixed = 16 } );
    group( flexibleGroup, { .type = aclGroupFixedWidth, .width = 4 } );

@@ -36,6 +36,25 @@ TEST_F( Release, OfTheLastEntryTakesEverythingBack ) {
    EXPECT_FALSE( manager->classIdTcamGroupStatusHas( group500 ) );
 }
 
+// A caller that hands in the key of the manager's own record, as a walk over the requests does: the key died
+// with the record and was traced afterwards.
+TEST_F( Release, TakesTheKeyOfTheRecordThatGoes ) {
+   emptySpaces();
+   group( group500, { .width = 1 } );
+   carry( group500, key( "a" ), 1, ports( { 1 } ) );
+   carry( group500, key( "b" ), 2, ports( { 2 } ) );
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "QuarraTcamPortsManager/1-2" );
+   const auto &requests = status( group500 ).requestStatus();
+   manager->clearClassId( group500, requests.begin()->first, 1 );
+   EXPECT_TRUE( trace.has( "maybeFreeClassIdPool TcamGroupId: 500 RequestKey: a:0:a" ) );
+   EXPECT_EQ( requests.begin()->first, key( "b" ) );
+   const auto index = status( group500 ).intfGroupHashToIntfGroupInfo( ports( { 2 } )->hash() );
+   manager->deleteIntfGroupFromIntfGroupInfo( group500, index->requestKeyToIntfGroup().begin()->first,
+                                              ports( { 2 } ) );
+   EXPECT_EQ( status( group500 ).intfGroupHashToIntfGroupInfos(), 0u );
+}
+
 TEST_F( Release, OfWhatWasNeverReservedIsNoFault ) {
    emptySpaces();
    group( group500, { .width = 1 } );

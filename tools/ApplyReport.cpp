@@ -36,7 +36,10 @@ class PortNames {
          while ( std::next( last ) != ports.end() && std::next( last )->port() == last->port() + 1 ) {
             ++last;
          }
-         text += ( text.empty() ? "" : ", " ) + name( *first ) + ( last == first ? "" : "-" + name( *last ) );
+         text.append( text.empty() ? "" : ", " ).append( name( *first ) );
+         if ( last != first ) {
+            text.append( "-" ).append( name( *last ) );
+         }
          first = std::next( last );
       }
       return text.empty() ? "none" : text;

@@ -31,7 +31,7 @@ TcamGroupId groupOf( JsonFields &fields ) {
    return TcamGroupId( static_cast<U16>( fields.number( "group", 0, maxGroup ) ) );
 }
 
-FeatureGroupType featureNamed( const std::string &name ) {
+FeatureGroupType featureNamed( const std::string &name, const std::string &place ) {
    try {
       return FeatureGroupType::of( name );
    } catch ( const Nodra::RangeError & ) {
@@ -40,7 +40,7 @@ FeatureGroupType featureNamed( const std::string &name ) {
          names += ( names.empty() ? "" : ", " ) + std::string( known );
       }
       throw RequestRefused( "unknownFeature",
-                            fmt::format( "rule.feature \"{}\": expected one of {}", name, names ) );
+                            fmt::format( "{}.feature \"{}\": expected one of {}", place, name, names ) );
    }
 }
 
@@ -49,11 +49,11 @@ std::optional<RuleId> ruleOf( JsonFields &fields, TcamGroupId group ) {
    if ( !fields.has( "rule" ) ) {
       return std::nullopt;
    }
-   JsonFields rule( fields.value( "rule" ), "rule" );
+   JsonFields rule = fields.object( "rule" );
    const auto feature = rule.optionalText( "feature" );
    const auto name = rule.text( "name" );
    rule.finish();
-   return RuleId( feature ? featureNamed( *feature ) : QuarraAgent::featureOf( group ), name );
+   return RuleId( feature ? featureNamed( *feature, rule.place() ) : QuarraAgent::featureOf( group ), name );
 }
 
 JsonOut ok() {

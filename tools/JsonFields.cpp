@@ -1,5 +1,7 @@
 #include "tools/JsonFields.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 namespace QuarraTool {
@@ -74,11 +76,22 @@ std::string JsonFields::text( const std::string &name ) {
    if ( !field.is_string() ) {
       wrongType( place_ + "." + name, "a string", field );
    }
-   return field.get<std::string>();
+   auto text = field.get<std::string>();
+   // A message that quotes the text stays one line.
+   if ( std::any_of( text.begin(), text.end(), []( unsigned char c ) { return c < ' ' || c == 0x7f; } ) ) {
+      throw RequestRefused( "badField",
+                            fmt::format( "{}.{}: expected a string without control characters, got {}",
+                                         place_, name, field.dump() ) );
+   }
+   return text;
 }
 
 std::optional<std::string> JsonFields::optionalText( const std::string &name ) {
    return has( name ) ? std::optional( text( name ) ) : std::nullopt;
+}
+
+JsonFields JsonFields::object( const std::string &name ) {
+   return { value( name ), place_ + "." + name };
 }
 
 bool JsonFields::flag( const std::string &name ) {

@@ -24,14 +24,19 @@ class JsonFields {
    const Json &value( const std::string &name );                       // must be there
    U32 number( const std::string &name, U32 min, U32 max );            // must be there
    U32 number( const std::string &name, U32 min, U32 max, U32 other ); // `other` when absent
-   std::string text( const std::string &name );                        // must be there
+   std::string text( const std::string &name );                        // must be there, on one line
    std::optional<std::string> optionalText( const std::string &name );
    bool flag( const std::string &name ); // false when absent
+
+   // The fields of the object in a field that must be there.
+   JsonFields object( const std::string &name );
 
    // A list of ports: a number stands for a port of module 0, an object { "module": M, "port": P } for any.
    std::vector<QuarraCentral::QuarraModPort> ports( const std::string &name );
 
    void finish() const;
+
+   const std::string &place() const { return place_; }
 
    // The range check behind number(), for values inside lists.
    static U32 checkedNumber( const Json &value, const std::string &place, U32 min, U32 max );

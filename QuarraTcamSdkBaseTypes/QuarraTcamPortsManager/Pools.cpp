@@ -33,6 +33,13 @@ BitRun takeLowestFreeRun( Vesk::Bitmap &bitmap, U32 bits ) {
    return run;
 }
 
+// Pool ids are not used twice while the group has a status. A group that has had them all gets no more pool
+// until it has given back the last one.
+bool poolIdsAreLeft( const ClassIdTcamGroupStatus *status, U8 numPools ) {
+   constexpr U32 lastPoolId = 0xffff;
+   return !status || U32{ status->lastPoolNum() } + numPools <= lastPoolId;
+}
+
 bool isWhollyFree( const PoolStatus &pool ) {
    return pool.classIdPools() == ( pow( 2, pool.size() ) - 1 );
 }
@@ -53,6 +60,11 @@ U16 QuarraTcamPortsManager::reservePoolOfWidth( TcamGroupId tcamGroupId, U8 pool
    NODRA_ASSERT( !!classIdConfig );
    NODRA_ASSERT( classIdHwStatusHas( classIdConfig->classIdType() ) );
    const auto &bitmap = classIdHwStatus( classIdConfig->classIdType() );
+   NODRA_ASSERT( poolWidth <= 16 );
+   if ( !poolIdsAreLeft( classIdTcamGroupStatus( tcamGroupId ).get(), classIdConfig->classIdNumPools() ) ) {
+      TRACE( 2, "Failed to reserve a pool, returning.." );
+      return 0;
+   }
 
    BitRun run{};
    if ( classIdConfig->classIdPoolBits() != 0 ) {
@@ -115,6 +127,7 @@ bool QuarraTcamPortsManager::getClassIdFromPool( TcamGroupId tcamGroupId, const 
    requestStatus->classIdIs( pool->classIdPoolDeq() );
    requestStatus->poolIdIs( poolId );
    requestStatus->entryRefIs( entryId );
+   // The hardware value; from bit 64 on, its place within a 64-bit word.
    TRACE( 2, "Reserved classId: " << ( U64{ requestStatus->classId() } << pool->baseOffset() % 64 ) );
    return true;
 }
@@ -153,10 +166,10 @@ void QuarraTcamPortsManager::clearClassIdPool( TcamGroupId tcamGroupId ) {
    TRACE( 1, "clearClassIdPool"
                 << " tcamGroupId: " << tcamGroupId );
    NODRA_ASSERT( !QuarraTcam::isSystemAclGroup( tcamGroupId ) );
-   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
-   NODRA_ASSERT( !!classIdConfig );
    const auto classIdStatus = classIdTcamGroupStatus( tcamGroupId );
    NODRA_ASSERT( !!classIdStatus );
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   NODRA_ASSERT( !!classIdConfig );
    for ( auto item = classIdStatus->poolStatus().begin(); item != classIdStatus->poolStatus().end(); ) {
       const auto poolStatus = item++->second;
       if ( !isWhollyFree( *poolStatus ) ) {
@@ -201,8 +214,8 @@ QualifierHintInfo QuarraTcamPortsManager::createAclGroupBitmapHint( TcamGroupId 
       const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
       U8 low = quarraTcamAttr->aclGroupFixedWidthSize();
       U8 high = 0;
-      for ( U16 poolId = 1; poolId <= classIdStatus->lastPoolNum(); ++poolId ) {
-         const auto &pool = classIdStatus->poolStatusIs( poolId );
+      for ( U32 poolId = 1; poolId <= classIdStatus->lastPoolNum(); ++poolId ) {
+         const auto &pool = classIdStatus->poolStatusIs( static_cast<U16>( poolId ) );
          if ( pool->size() == 1 ) {
             low = std::min( low, pool->baseOffset() );
             high = std::max( high, pool->baseOffset() );

@@ -40,8 +40,10 @@ bool QuarraTcamPortsManager::clearClassId( TcamGroupId tcamGroupId, const Reques
    const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
    NODRA_ASSERT( !!classIdConfig );
    NODRA_ASSERT( classIdConfig->classIdType() != classIdInvalid() );
-   maybeFreeClassId( tcamGroupId, requestKey, entryId );
-   maybeFreeClassIdPool( tcamGroupId, requestKey );
+   // The caller's key may be the one inside of the record that goes.
+   const auto requestStatus = classIdStatus->requestStatus( requestKey );
+   maybeFreeClassId( tcamGroupId, requestStatus->requestKey(), entryId );
+   maybeFreeClassIdPool( tcamGroupId, requestStatus->requestKey() );
    return true;
 }
 

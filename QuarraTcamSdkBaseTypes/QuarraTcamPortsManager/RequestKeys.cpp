@@ -136,9 +136,10 @@ void QuarraTcamPortsManager::deleteIntfGroupFromIntfGroupInfo( TcamGroupId tcamG
    NODRA_ASSERT( classIdStatus->intfGroupHashToIntfGroupInfoHas( intfGroup->hash() ) );
    const auto intfGroupInfo = classIdStatus->intfGroupHashToIntfGroupInfo( intfGroup->hash() );
    NODRA_ASSERT( intfGroupInfo->requestKeyToIntfGroupHas( requestKey ) );
-   intfGroupInfo->requestKeyToIntfGroupDel( requestKey );
+   // Before the deletion, which may take the caller's key with it.
    TRACE( 2, " Successfully deleted RequestKey: " << requestKey << " from intfGroupHashInfo for intfGroup "
                                                   << dumpOf( intfGroup ) );
+   intfGroupInfo->requestKeyToIntfGroupDel( requestKey );
    if ( !intfGroupInfo->requestKeyToIntfGroups() ) {
       classIdStatus->intfGroupHashToIntfGroupInfoDel( intfGroupInfo->intfGroupHash() );
    }

@@ -34,10 +34,11 @@ bool QuarraTcamPortsManager::reserveClassId( TcamGroupId tcamGroupId, const Requ
       return true;
    }
    const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
-   NODRA_ASSERT( !!classIdConfig );
    if ( QuarraTcam::isSystemAclGroup( tcamGroupId ) ) {
       NODRA_ASSERT( entryId == INVALID_ENTRY_ID && "System acl groups must reserve classId on init" );
+      NODRA_ASSERT( !!classIdConfig );
    } else {
+      NODRA_ASSERT( !!classIdConfig );
       NODRA_ASSERT( ( classIdConfig->classIdPoolBits() == 0 || entryId == INVALID_ENTRY_ID ) &&
                     "fixed offset pool can only be reserved on init" );
    }
