@@ -21,11 +21,13 @@ struct GenerationLimits {
    U32 ports;        // port numbers that carry an ACL-group value, from 0
 };
 
-GenerationLimits limitsOf( SdkGeneration generation, const ChipConfig &config ) {
-   if ( generation == SdkGeneration::sdk6 ) {
-      return { unionBits, unionBits, U10::max };
+// The SDK6 twin's shadow has 64 bits a port; the chip's own limit is what a bit position can count.
+GenerationLimits limitsOf( const Variant &variant, const ChipConfig &config ) {
+   if ( variant.generation == SdkGeneration::sdk6 ) {
+      const U32 bits = config.beyondLimits && !variant.twin ? 255 : unionBits;
+      return { bits, bits, U10::max };
    }
-   return { unionBits, 160, U32{ 1 } << std::min<U32>( config.portBits, 10 ) };
+   return { config.beyondLimits ? 160 : unionBits, 160, U32{ 1 } << std::min<U32>( config.portBits, 10 ) };
 }
 
 ChipConfig chip( std::string name, U8 flexible, U8 fixed, U8 sourceTrunkMap, U8 portBits, U32 lastPort ) {
@@ -74,7 +76,7 @@ void checkBits( const ChipConfig &config, const GenerationLimits &limits ) {
 // for each other.
 void checkFixedUnion( const ChipConfig &config ) {
    constexpr U32 widestPool = 8;
-   if ( config.fixedBits && config.flexibleBits > unionBits - widestPool &&
+   if ( !config.beyondLimits && config.fixedBits && config.flexibleBits > unionBits - widestPool &&
         config.flexibleBits < unionBits ) {
       bad( config, ( Nodra::Text() << "aclGroupFlexibleWidth " << config.flexibleBits
                                    << ": beside a fixed-width space expected at most "
@@ -115,8 +117,9 @@ const ChipConfig &defaultChip( SdkGeneration generation ) {
 }
 
 // Per-port words are kept by port number alone, so no two ports of the chip may share one.
-void checkChip( SdkGeneration generation, const ChipConfig &config ) {
-   const auto limits = limitsOf( generation, config );
+void checkChip( const Variant &variant, const ChipConfig &config ) {
+   const auto generation = variant.generation;
+   const auto limits = limitsOf( variant, config );
    checkBits( config, limits );
    checkFixedUnion( config );
    if ( generation == SdkGeneration::hsdk && ( config.portBits == 0 || config.portBits > 10 ) ) {

@@ -28,6 +28,9 @@ struct ChipConfig {
    U32 portBitmapBits = 0;    // key bits of a port bitmap
    std::vector<ChipPort> ports;
    std::vector<QuarraCentral::QuarraModPort> cpuPorts;
+   // Takes sizes with which the library is known not to match exactly (docs/known-behaviours.md): to try the
+   // library itself.
+   bool beyondLimits = false;
 };
 
 // The chips shipped, by profile name; the first one of a generation is its default. Their ports are all the
@@ -43,7 +46,7 @@ const ChipConfig &defaultChip( SdkGeneration generation );
 // Interface name of a port that nobody named: "Port5", "Port2/5" outside module 0.
 std::string portName( const QuarraCentral::QuarraModPort &port );
 
-// Throws RequestRefused with code "badChip" when the chip cannot be one of this generation.
-void checkChip( SdkGeneration generation, const ChipConfig &config );
+// Throws RequestRefused with code "badChip" when the chip cannot be one of this variant.
+void checkChip( const Variant &variant, const ChipConfig &config );
 
 } // namespace QuarraAgent

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <optional>
 
 #include "Nodra/Text.h"
 
@@ -30,10 +31,33 @@ const ClassIdTcamGroupStatus *statusOf( const QuarraTcamPortsManager &manager, T
    return manager.classIdTcamGroupStatus( group ).get();
 }
 
-bool hasFreeClassId( const ClassIdTcamGroupStatus &status ) {
+// The pool that lends the next class ID, or null.
+const PoolStatus *lendingPool( const ClassIdTcamGroupStatus &status ) {
    const auto &pools = status.poolStatus();
-   return std::any_of( pools.begin(), pools.end(),
-                       []( const auto &item ) { return item.second->classIdPools(); } );
+   const auto item = std::find_if( pools.begin(), pools.end(),
+                                   []( const auto &pool ) { return pool.second->classIdPools() > 0; } );
+   return item == pools.end() ? nullptr : item->second.get();
+}
+
+std::optional<U32> lowestFreeRun( const Vesk::Bitmap &bitmap, U32 bits ) {
+   for ( U32 first = 0; first + bits <= bitmap.size(); ++first ) {
+      if ( !bitmap.anySet( first, first + bits - 1 ) ) {
+         return first;
+      }
+   }
+   return std::nullopt;
+}
+
+// The bit that a key of a one-bit group has, or would get.
+std::optional<U32> bitOf( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
+                          const ClassIdTcamGroupStatus &status, const RequestKey &key ) {
+   if ( status.requestStatusHas( key ) ) {
+      return status.poolStatus( status.requestStatus( key )->poolId() )->baseOffset();
+   }
+   if ( const auto *pool = lendingPool( status ) ) {
+      return pool->baseOffset();
+   }
+   return lowestFreeRun( *manager.classIdHwStatus( config.classIdType() ), 1 );
 }
 
 // " 20 of 64 bits of aclGroupFlexibleWidth are free; held: group 1: 1, group 2: 4"
@@ -171,10 +195,35 @@ void keyCanBeReserved( const QuarraTcamPortsManager &manager, const ClassIdTcamG
       return;
    }
    const U32 size = manager.classIdHwStatus( config.classIdType() )->size();
-   if ( !( status && hasFreeClassId( *status ) ) && runBits( config ) > size + 1 ) {
+   if ( !( status && lendingPool( *status ) ) && runBits( config ) > size + 1 ) {
       refuse( "spaceTooNarrow", groupAndEntry( request )
                                    << "the group takes " << runBits( config ) << " bits at once, "
                                    << config.classIdType() << " has " << size );
+   }
+}
+
+void ethernetBitIsOwn( QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
+                       const InstallRequest &request, const RequestKey &key ) {
+   const auto *status = statusOf( manager, request.group );
+   const bool aclGroup =
+      config.classIdType() == aclGroupFlexibleWidth || config.classIdType() == aclGroupFixedWidth;
+   if ( !request.ethernet || !aclGroup || !status ||
+        ( status->requestStatusHas( key ) && status->requestStatus( key )->intfGroup()->ethernet() ) ) {
+      return;
+   }
+   const auto bit = bitOf( manager, config, *status, key );
+   if ( !bit ) {
+      return; // no room, which the reservation finds out
+   }
+   const U32 above = config.classIdType() == aclGroupFixedWidth
+                        ? manager.classIdHwStatusHas( aclGroupFlexibleWidth )
+                             ? manager.classIdHwStatus( aclGroupFlexibleWidth )->size()
+                             : 0
+                        : 0;
+   if ( manager.getIntfGroupForBitPos( request.group, key, static_cast<U8>( *bit + above ) )->portIds() ) {
+      refuse( "bitShared", groupAndEntry( request )
+                              << "all ethernet ports would come to bit " << *bit
+                              << ", which passes for a bit of other ports of the group, 64 apart" );
    }
 }
 
@@ -185,10 +234,8 @@ void poolFits( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConf
    }
    const auto &bitmap = *manager.classIdHwStatus( config.classIdType() );
    const U32 bits = runBits( config );
-   for ( U32 first = 0; first + bits <= bitmap.size(); ++first ) {
-      if ( !bitmap.anySet( first, first + bits - 1 ) ) {
-         return;
-      }
+   if ( lowestFreeRun( bitmap, bits ) ) {
+      return;
    }
    refuse( "noRoom", Text() << "group " << config.tcamGroupId() << ": no run of " << bits
                             << " bits is free: " << spaceUse( manager, config.classIdType() ) );

@@ -22,7 +22,7 @@ TcamAgent::TcamAgent( const Variant &variant, const ChipConfig &chip, QuarraTcam
      manager_( std::move( manager ) ),
      directory_( std::make_shared<QuarraCentral::PortTabWriteRequestDir>() ),
      portTableService_( directory_ ) {
-   checkChip( variant.generation, chip );
+   checkChip( variant, chip );
    for ( const auto &port : chip.ports ) {
       chipPorts_.insert( port.port );
    }
@@ -102,6 +102,7 @@ Installed TcamAgent::install( const InstallRequest &request ) {
    const auto intfGroup = intfGroupOf( request );
    const auto key = keyOf( request, intfGroup );
    RequestChecks::keyCanBeReserved( *manager_, config, request, key, *intfGroup );
+   RequestChecks::ethernetBitIsOwn( *manager_, config, request, key );
 
    if ( !manager_->reserveClassIdForIntfGroup( request.group, key, request.entry, intfGroup ) ) {
       throw RequestChecks::noRoom( *manager_, config, request.entry );

@@ -93,10 +93,11 @@ ChipChoice readChip( JsonFields &fields, const ChipChoice &before ) {
       setPorts( chip,
                 counted ? countedPorts( fields.number( "ports", 1, U10::max ) ) : fields.ports( "ports" ) );
    }
+   chip.beyondLimits = fields.flag( "beyondLimits" );
    if ( fields.has( "cpuPorts" ) ) {
       chip.cpuPorts = fields.ports( "cpuPorts" );
    }
-   checkChip( choice.variant->generation, chip );
+   checkChip( *choice.variant, chip );
    return choice;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@ struct GlobalOptions {
    bool pretty = false;
    std::string trace;
    std::string variant = "testSdk6";
+   bool variantChosen = false;
    std::string chipFile;
    std::vector<std::string> failSdkCalls; // "N", "N:CODE", "FUNCTION:N[:CODE]"
    bool statistics = false;
@@ -30,8 +32,17 @@ struct ApplyOptions {
    bool bindings = false;        // an entry for a table without rules
 };
 
+struct SoakCommandOptions {
+   U64 operations = 0; // 0: until the time is over
+   std::optional<U64> seed;
+   double seconds = 0; // 0: no limit
+   U32 jobs = 1;
+   bool print = false; // one episode's history instead
+};
+
 int runApply( const GlobalOptions &global, const ApplyOptions &options );
 int runBatch( const GlobalOptions &global, const std::string &file );
+int runSoak( const GlobalOptions &global, const SoakCommandOptions &command );
 int runGroups( const GlobalOptions &global );
 int runChips( const GlobalOptions &global );
 

@@ -29,7 +29,7 @@ QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
 Switch::Switch( const ChipChoice &choice ) {
    const auto &variant = *choice.variant;
    const auto &config = choice.chip;
-   QuarraAgent::checkChip( variant.generation, config );
+   QuarraAgent::checkChip( variant, config );
    QuarraAgent::forgetEarlierAgents();
    chip_ = std::make_unique<QuarraSimulator::SimulatedChip>( chipOptions( variant, config ) );
    for ( const auto &failure : choice.failures ) {

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <functional>
 #include <iostream>
+#include <thread>
 
 #include <CLI/CLI.hpp>
 
@@ -62,9 +64,10 @@ int main( int argc, char **argv ) {
          "--trace", global.trace,
          "Trace on standard error: HANDLE/LEVEL or HANDLE/FROM-TO, several with commas; * for every handle" )
       ->type_name( "HANDLE/LEVELS" );
-   app.add_option( "--variant", global.variant, "Chip variant: " + QuarraAgent::variantNames() )
-      ->capture_default_str()
-      ->type_name( "NAME" );
+   auto *variant =
+      app.add_option( "--variant", global.variant, "Chip variant: " + QuarraAgent::variantNames() )
+         ->capture_default_str()
+         ->type_name( "NAME" );
    app.add_option( "--chip", global.chipFile,
                    "Chip file: a JSON object that changes the variant's default chip" )
       ->type_name( "FILE" );
@@ -100,6 +103,27 @@ int main( int argc, char **argv ) {
       "{\"ok\":false,\"error\":{\"code\":...,\"message\":...,\"line\":...}}." );
    batchCommand->add_option( "FILE", batchFile, "The operations; - for standard input" )->required();
 
+   SoakCommandOptions soak;
+   soak.jobs = std::max( 1u, std::thread::hardware_concurrency() );
+   auto *soakCommand =
+      app.add_subcommand( "soak", "Carry out random operations and compare library and chip with a model" );
+   soakCommand->callback( [ & ] { command = [ & ] { return runSoak( global, soak ); }; } );
+   soakCommand->footer(
+      "Without --variant, on all variants in turn. When library and model part, prints the seed and a\n"
+      "shortened history that `quarra-tcam batch` replays, and exits with 1." );
+   soakCommand->add_option( "--ops", soak.operations, "How many operations; 100000 when there is no --time" )
+      ->type_name( "N" );
+   soakCommand->add_option( "--seed", soak.seed, "Seed; a random one when not given, printed at the end" )
+      ->type_name( "S" );
+   soakCommand->add_option( "--time", soak.seconds, "At most so many seconds" )
+      ->type_name( "T" )
+      ->check( CLI::PositiveNumber );
+   soakCommand->add_option( "--jobs", soak.jobs, "Processes at a time; every core when not given" )
+      ->type_name( "J" )
+      ->check( CLI::Range( 1, 256 ) );
+   soakCommand->add_flag( "--print", soak.print,
+                          "Print the history of one episode, for `quarra-tcam batch`" );
+
    app.add_subcommand( "groups", "List the TCAM groups of a variant and how they use class IDs" )
       ->callback( [ & ] { command = [ & ] { return runGroups( global ); }; } );
    app.add_subcommand( "chips", "List the chips shipped" )->callback( [ & ] {
@@ -110,6 +134,10 @@ int main( int argc, char **argv ) {
       app.parse( argc, argv );
    } catch ( const CLI::ParseError &error ) {
       return app.exit( error ) == 0 ? exitGood : exitBadInput;
+   }
+   global.variantChosen = variant->count() > 0;
+   if ( soak.operations == 0 && soak.seconds <= 0 ) {
+      soak.operations = 100000;
    }
    return run( global, command );
 }

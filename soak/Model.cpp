@@ -1,0 +1,529 @@
+#include "soak/Model.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+#include <iostream>
+
+namespace QuarraSoak {
+namespace {
+
+const ModelPool &poolOf( const GroupState &state, const Holder &holder ) {
+   return *std::find_if( state.pools.begin(), state.pools.end(),
+                         [ & ]( const auto &pool ) { return pool.id == holder.poolId; } );
+}
+
+// What the library keeps true by itself. A model that finds it broken has no say any more.
+void must( bool condition, const char *what ) {
+   if ( !condition ) {
+      std::cerr << "model: " << what << "\n";
+      std::abort();
+   }
+}
+
+bool isSourceTrunkMap( Space space ) {
+   return space == Space::ifpSourceTrunkMap || space == Space::vfpSourceTrunkMap;
+}
+
+bool indexed( const GroupState &state, const PortSet &ports ) {
+   return std::any_of( state.index.begin(), state.index.end(),
+                       [ & ]( const auto &item ) { return item.second == ports; } );
+}
+
+void addToIndex( GroupState &state, int key, const PortSet &ports ) {
+   if ( std::find( state.index.begin(), state.index.end(), std::pair( key, ports ) ) == state.index.end() ) {
+      state.index.emplace_back( key, ports );
+   }
+}
+
+void takeFromIndex( GroupState &state, int key, const PortSet &ports ) {
+   const auto item = std::find( state.index.begin(), state.index.end(), std::pair( key, ports ) );
+   must( item != state.index.end(), "the index lost a key" );
+   state.index.erase( item );
+}
+
+} // namespace
+
+Model::Model( ModelChip chip, std::map<U16, ModelGroup> groups )
+   : chip_( std::move( chip ) ), groups_( std::move( groups ) ) {
+   words_[ Space::ifpSourceTrunkMap ];
+   words_[ Space::vfpSourceTrunkMap ];
+   for ( const auto &[ space, size ] : chip_.sizes ) {
+      reserved_[ space ];
+   }
+   for ( const auto &[ id, group ] : groups_ ) {
+      for ( const auto &rule : group.startRules ) {
+         must( reserve( id, rule, 0 ), "a chip without room for the rules of start-up" );
+      }
+   }
+   std::fill( std::begin( events_ ), std::end( events_ ), 0 );
+}
+
+// ---- What the agent refuses
+// ---------------------------------------------------------------------------------
+
+bool Model::startsUp( const ModelRequest &request ) const {
+   const auto &rules = groups_.at( request.group ).startRules;
+   return request.rule && std::find( rules.begin(), rules.end(), *request.rule ) != rules.end();
+}
+
+std::string Model::refusal( const ModelRequest &request ) const {
+   if ( !groups_.contains( request.group ) ) {
+      return "unknownGroup";
+   }
+   if ( request.entry == 0 ) {
+      return "entryIdInvalid";
+   }
+   if ( entries_.contains( request.entry ) ) {
+      return "entryTaken";
+   }
+   if ( request.wanted.ethernet && !request.wanted.ports.empty() ) {
+      return "portsAndEthernet";
+   }
+   for ( const auto &port : request.wanted.ports ) {
+      if ( !chip_.ports.contains( port ) && !chip_.cpuPorts.contains( port ) ) {
+         return "unknownPort";
+      }
+   }
+   const auto &group = groups_.at( request.group );
+   if ( request.wanted.ethernet && group.width > 1 ) {
+      return "ethernetNeedsWidthOne";
+   }
+   if ( group.system && !request.rule ) {
+      return "ruleRequired";
+   }
+   return group.system && !startsUp( request ) ? "unknownRule" : "ok";
+}
+
+std::string Model::refusalOfNewKey( const ModelRequest &request ) const {
+   const auto &group = groups_.at( request.group );
+   const U32 size = chip_.sizes.at( group.space );
+   const auto state = states_.find( request.group );
+   if ( group.poolBits ) {
+      return "fixedOffsetGroup";
+   }
+   if ( size == 0 ) {
+      return "noSpace";
+   }
+   if ( group.space == Space::fixedWidth ) {
+      return state == states_.end() ? "groupNotCreated" : "ok";
+   }
+   const bool lends =
+      state != states_.end() && std::any_of( state->second.pools.begin(), state->second.pools.end(),
+                                             []( const auto &pool ) { return !pool.free.empty(); } );
+   return !lends && U32{ group.width } * group.numPools > size + 1 ? "spaceTooNarrow" : "ok";
+}
+
+// On a chip beyond the limits, bits that lie 64 apart pass for each other in a union: an all-ethernet entry
+// must not come to one that another key of its group has put on ports or on all.
+bool Model::sharesItsBit( const ModelRequest &request, const Holder *known ) const {
+   const auto state = states_.find( request.group );
+   const Space space = groups_.at( request.group ).space;
+   if ( !request.wanted.ethernet || isSourceTrunkMap( space ) || state == states_.end() ||
+        ( known && known->programmed.ethernet ) ) {
+      return false;
+   }
+   std::optional<U32> bit;
+   if ( known ) {
+      bit = poolOf( state->second, *known ).base;
+   } else {
+      for ( const auto &pool : state->second.pools ) {
+         if ( !bit && !pool.free.empty() ) {
+            bit = pool.base;
+         }
+      }
+      bit = bit ? bit : lowestRun( space, 1 );
+   }
+   const U32 shift = space == Space::fixedWidth ? chip_.sizes.at( Space::flexibleWidth ) : 0;
+   return bit &&
+          std::any_of( state->second.holders.begin(), state->second.holders.end(), [ & ]( auto &other ) {
+             return &other != known && !other.programmed.ports.empty() &&
+                    ( U64{ other.classId } << poolOf( state->second, other ).base % 64 >>
+                         ( *bit + shift ) % 64 &
+                      1 );
+          } );
+}
+
+bool Model::asAtStart() const {
+   return entries_.empty() && std::all_of( states_.begin(), states_.end(), [ & ]( const auto &state ) {
+             return !groups_.at( state.first ).startRules.empty();
+          } );
+}
+
+// ---- Groups
+// -------------------------------------------------------------------------------------------------
+
+std::string Model::createGroup( U16 id, std::optional<std::pair<U8, U8>> &hint ) {
+   if ( !groups_.contains( id ) ) {
+      return "unknownGroup";
+   }
+   const auto &group = groups_.at( id );
+   if ( isSourceTrunkMap( group.space ) ) {
+      return "ok";
+   }
+   if ( chip_.sizes.at( group.space ) == 0 ) {
+      return "noSpace";
+   }
+   const auto flexible = static_cast<U8>( chip_.sizes.at( Space::flexibleWidth ) );
+   if ( group.space == Space::flexibleWidth ) {
+      hint.emplace( U8{ 0 }, static_cast<U8>( flexible - 1 ) );
+      return "ok";
+   }
+   if ( !states_.contains( id ) && !takePools( id, group.width ) ) {
+      return "noRoom";
+   }
+   const auto &pools = states_.at( id ).pools;
+   hint.emplace( static_cast<U8>( flexible + pools.front().base ),
+                 static_cast<U8>( flexible + pools.back().base + pools.back().width - 1 ) );
+   return "ok";
+}
+
+std::string Model::deleteGroup( U16 id ) {
+   if ( !groups_.contains( id ) ) {
+      return "unknownGroup";
+   }
+   const auto &group = groups_.at( id );
+   if ( group.system ) {
+      return "systemGroup";
+   }
+   if ( !group.startRules.empty() ) {
+      return "groupReserved";
+   }
+   for ( const auto &[ entry, request ] : entries_ ) {
+      if ( request.group == id ) {
+         return "groupInUse";
+      }
+   }
+   if ( !states_.contains( id ) ) {
+      return group.space == Space::fixedWidth ? "groupNotCreated" : "ok";
+   }
+   for ( const auto &pool : states_.at( id ).pools ) {
+      giveBack( group.space, pool );
+   }
+   states_.erase( id );
+   return "ok";
+}
+
+// ---- Class IDs
+// ----------------------------------------------------------------------------------------------
+
+std::optional<U32> Model::lowestRun( Space space, U32 bits ) const {
+   const auto &taken = reserved_.at( space );
+   for ( U32 first = 0; first + bits <= chip_.sizes.at( space ); ++first ) {
+      const auto next = taken.lower_bound( first );
+      if ( next == taken.end() || *next >= first + bits ) {
+         return first;
+      }
+   }
+   return std::nullopt;
+}
+
+bool Model::takePools( U16 id, U8 width ) {
+   const auto &group = groups_.at( id );
+   const U32 bits = U32{ width } * group.numPools;
+   const auto first = group.poolBits ? static_cast<U32>( std::countr_zero( group.poolBits ) )
+                                     : lowestRun( group.space, bits );
+   if ( !first ) {
+      return false;
+   }
+   auto &state = states_[ id ];
+   happened( state.pools.empty() ? Event::newPool : Event::secondPool );
+   for ( U8 n = 0; n < group.numPools; ++n ) {
+      ModelPool pool{ ++state.lastPool, *first + U32{ n } * width, width, {} };
+      for ( U32 classId = 1; classId < U32{ 1 } << width; ++classId ) {
+         pool.free.push_back( static_cast<U16>( classId ) );
+      }
+      state.pools.push_back( pool );
+   }
+   for ( U32 bit = *first; bit < *first + bits && !group.poolBits; ++bit ) {
+      reserved_.at( group.space ).insert( bit );
+   }
+   return true;
+}
+
+// A free class ID of any pool, of the lowest id first; else a new pool, in the group's width or of one bit.
+Holder *Model::reserve( U16 id, const std::string &startRule, U32 entry ) {
+   const auto &group = groups_.at( id );
+   const auto lending = [ & ]() -> ModelPool * {
+      const auto state = states_.find( id );
+      if ( state == states_.end() ) {
+         return nullptr;
+      }
+      for ( auto &pool : state->second.pools ) {
+         if ( !pool.free.empty() ) {
+            return &pool;
+         }
+      }
+      return nullptr;
+   };
+   auto *pool = lending();
+   if ( !pool ) {
+      if ( group.space == Space::fixedWidth ) {
+         return nullptr;
+      }
+      if ( !takePools( id, group.width ) ) {
+         if ( !takePools( id, 1 ) ) {
+            return nullptr;
+         }
+         happened( Event::fallback );
+      }
+      pool = &states_.at( id ).pools.back(); // of several new pools, the last one
+   }
+   auto &state = states_.at( id );
+   state.holders.push_back( { ++lastKey_, startRule, pool->free.front(), pool->id, { entry }, {} } );
+   pool->free.pop_front();
+   return &state.holders.back();
+}
+
+void Model::giveBack( Space space, const ModelPool &pool ) {
+   for ( U32 bit = pool.base; bit < pool.base + pool.width; ++bit ) {
+      reserved_.at( space ).erase( bit );
+   }
+   happened( Event::poolGone );
+}
+
+void Model::givePoolsBack( U16 id ) {
+   const Space space = groups_.at( id ).space;
+   auto &state = states_.at( id );
+   if ( space == Space::fixedWidth ) {
+      return;
+   }
+   std::erase_if( state.pools, [ & ]( const auto &pool ) {
+      if ( pool.whollyFree() ) {
+         giveBack( space, pool );
+      }
+      return pool.whollyFree();
+   } );
+   if ( state.pools.empty() ) {
+      states_.erase( id );
+   }
+}
+
+// ---- Ports
+// --------------------------------------------------------------------------------------------------
+
+// In a group of values a port carries one: the newest takes it from the others, port by port.
+void Model::takePorts( U16 id, const Holder &newest, const PortSet &ports ) {
+   auto &state = states_.at( id );
+   for ( auto &other : state.holders ) {
+      const auto before = other.programmed;
+      for ( const auto &port : before.ports ) {
+         if ( other.key == newest.key || !ports.ports.contains( port ) ) {
+            continue;
+         }
+         auto left = other.programmed;
+         left.ports.erase( port );
+         if ( indexed( state, other.programmed ) ) {
+            takeFromIndex( state, other.key, other.programmed );
+            addToIndex( state, other.key, left );
+         }
+         program( id, other, left );
+         happened( Event::portTaken );
+      }
+   }
+}
+
+void Model::program( U16 id, Holder &holder, const PortSet &ports ) {
+   if ( holder.programmed == ports ) {
+      return;
+   }
+   if ( isSourceTrunkMap( groups_.at( id ).space ) ) {
+      programWords( id, holder, ports );
+   } else {
+      programBits( id, holder, ports );
+   }
+   holder.programmed = ports;
+}
+
+// A bit goes to the new ports and to those of the others that hold it. Who holds it is told by positions
+// within the space, of 64 bits; the chip's position of a fixed-width bit lies above the flexible ones.
+void Model::programBits( U16 id, const Holder &holder, const PortSet &ports ) {
+   const auto &state = states_.at( id );
+   const auto &pool = poolOf( state, holder );
+   const bool fixed = groups_.at( id ).space == Space::fixedWidth;
+   const U32 start = pool.base + ( fixed ? chip_.sizes.at( Space::flexibleWidth ) : 0 );
+   for ( U32 i = 0; i < pool.width; ++i ) {
+      if ( !( holder.classId >> i & 1 ) ) {
+         continue;
+      }
+      const U32 bit = ( start + i ) % 256;
+      PortSet all = ports;
+      for ( const auto &other : state.holders ) {
+         const U64 held = U64{ other.classId } << poolOf( state, other ).base % 64;
+         if ( other.key != holder.key && held >> bit % 64 & 1 ) {
+            all.ports.insert( other.programmed.ports.begin(), other.programmed.ports.end() );
+         }
+      }
+      must( !ports.ethernet || all.ports.empty(), "all ethernet ports on a bit of other ports" );
+      programBit( bit, all );
+   }
+}
+
+void Model::programBit( U32 bit, const PortSet &ports ) {
+   auto &carriers = aclGroupBits_[ bit ];
+   carriers.clear();
+   if ( !ports.ethernet ) {
+      for ( const auto &port : ports.ports ) {
+         carriers.insert( port.port() );
+      }
+   } else if ( chip_.sdk6 ) {
+      // The twin is one off, deliberately.
+      for ( U32 port = 1; port <= 511; ++port ) {
+         carriers.insert( chip_.twin ? port - 1 : port );
+      }
+   } else {
+      for ( U32 port = 0; port < chip_.systemPorts; ++port ) {
+         carriers.insert( port );
+      }
+      for ( const auto &port : chip_.cpuPorts ) {
+         carriers.erase( port.port() );
+      }
+   }
+   if ( carriers.empty() ) {
+      aclGroupBits_.erase( bit );
+   }
+}
+
+// The old ports lose the pool's bits, and bits 16 to 31 whosever they are; the new ones gain the class ID.
+void Model::programWords( U16 id, const Holder &holder, const PortSet &ports ) {
+   const auto &group = groups_.at( id );
+   const auto &pool = poolOf( states_.at( id ), holder );
+   auto &words = words_.at( group.space );
+   U32 mask = 0xffff;
+   for ( U32 bit = pool.base; bit < pool.base + pool.width; ++bit ) {
+      mask &= ~( U32{ 1 } << bit % 32 );
+   }
+   for ( const auto &port : holder.programmed.ports ) {
+      must( words.contains( port ) || group.poolBits, "a port without a word" );
+      if ( words.contains( port ) ) {
+         words[ port ] &= mask;
+      }
+   }
+   for ( const auto &port : ports.ports ) {
+      words[ port ] |= U32{ holder.classId } << pool.base % 32;
+   }
+}
+
+// ---- Entries
+// ------------------------------------------------------------------------------------------------
+
+// The words of the source trunk map are written port by port, so there all ethernet ports are listed.
+PortSet Model::portsOf( const ModelRequest &request ) const {
+   const bool listed = isSourceTrunkMap( groups_.at( request.group ).space ) && request.wanted.ethernet;
+   return listed ? PortSet{ chip_.ports, false } : request.wanted;
+}
+
+Holder *Model::holderOf( const ModelRequest &request, const PortSet &ports ) {
+   const auto state = states_.find( request.group );
+   if ( state == states_.end() ) {
+      return nullptr;
+   }
+   int key = 0;
+   for ( const auto &[ indexedKey, indexedPorts ] : state->second.index ) {
+      if ( !key && indexedPorts == ports ) {
+         key = indexedKey;
+      }
+   }
+   for ( auto &holder : state->second.holders ) {
+      if ( startsUp( request ) ? holder.startRule == *request.rule : holder.key == key ) {
+         return &holder;
+      }
+   }
+   return nullptr;
+}
+
+std::string Model::install( const ModelRequest &request ) {
+   if ( const auto code = refusal( request ); code != "ok" ) {
+      return code;
+   }
+   const auto ports = portsOf( request );
+   Holder *holder = holderOf( request, ports );
+   if ( !holder ) {
+      if ( const auto code = refusalOfNewKey( request ); code != "ok" ) {
+         return code;
+      }
+   }
+   if ( sharesItsBit( request, holder ) ) {
+      return "bitShared";
+   }
+   if ( holder ) {
+      happened( startsUp( request ) ? Event::startRule : Event::sharedKey );
+      holder->entries.insert( request.entry );
+   } else {
+      holder = reserve( request.group, "", request.entry );
+      if ( !holder ) {
+         return "noRoom";
+      }
+   }
+   auto &state = states_.at( request.group );
+   addToIndex( state, holder->key, ports );
+   if ( groups_.at( request.group ).width > 1 ) {
+      takePorts( request.group, *holder, ports );
+   }
+   program( request.group, *holder, ports );
+
+   auto &qualifier = qualifiers_[ request.entry ];
+   const auto &pool = poolOf( state, *holder );
+   for ( U32 i = 0; i < pool.width; ++i ) {
+      qualifier.mask.insert( pool.base + i );
+      if ( holder->classId >> i & 1 ) {
+         qualifier.data.insert( pool.base + i );
+      }
+   }
+   entries_.emplace( request.entry, request );
+   if ( request.wanted.ethernet ) {
+      happened( Event::allEthernet );
+   } else if ( request.wanted.ports.empty() ) {
+      happened( Event::noPorts );
+   }
+   return "ok";
+}
+
+std::string Model::remove( U16 id, U32 entry ) {
+   if ( !groups_.contains( id ) ) {
+      return "unknownGroup";
+   }
+   const auto item = entries_.find( entry );
+   if ( item == entries_.end() || item->second.group != id ) {
+      return "unknownEntry";
+   }
+   qualifiers_.erase( entry );
+   release( id, entry );
+   return "ok";
+}
+
+void Model::release( U16 id, U32 entry ) {
+   auto &state = states_.at( id );
+   const auto holder = std::find_if( state.holders.begin(), state.holders.end(),
+                                     [ & ]( const auto &item ) { return item.entries.contains( entry ); } );
+   const auto removed = entries_.extract( entry ).mapped();
+   holder->entries.erase( entry );
+   if ( holder->entries.empty() ) {
+      if ( indexed( state, holder->programmed ) ) {
+         takeFromIndex( state, holder->key, holder->programmed );
+      }
+      program( id, *holder, {} );
+      for ( auto &pool : state.pools ) {
+         if ( pool.id == holder->poolId ) {
+            pool.free.push_back( holder->classId );
+         }
+      }
+      state.holders.erase( holder );
+   } else {
+      if ( holder->entries == std::set<U32>{ 0 } ) {
+         program( id, *holder, {} );
+      }
+      // The key of a start-up rule stays; the agent takes the entry's ports out of the index, unless another
+      // entry of the rule wants the same.
+      const auto ports = portsOf( removed );
+      const bool wanted = std::any_of( entries_.begin(), entries_.end(), [ & ]( const auto &other ) {
+         return holder->entries.contains( other.first ) && portsOf( other.second ) == ports;
+      } );
+      if ( holder->entries.contains( 0 ) && !wanted ) {
+         std::erase( state.index, std::pair( holder->key, ports ) );
+      }
+   }
+   givePoolsBack( id );
+}
+
+} // namespace QuarraSoak

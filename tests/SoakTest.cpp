@@ -1,0 +1,134 @@
+#include <gtest/gtest.h>
+
+#include "soak/Child.h"
+#include "soak/Soak.h"
+
+// The plain model beside the library: that they agree, and that a difference would be seen.
+namespace QuarraTest {
+namespace {
+
+using namespace QuarraSoak;
+using namespace QuarraTcam;
+
+class SoakOnEveryVariant : public ::testing::TestWithParam<const char *> {};
+
+TEST_P( SoakOnEveryVariant, LibraryAndModelAgree ) {
+   const SoakOptions options{ .variants = { QuarraAgent::variantOf( GetParam() ) },
+                              .seed = 20,
+                              .operations = 8000 };
+   const auto result = soak( options, nullptr );
+   ASSERT_FALSE( result.failure ) << "seed " << result.failure->seed << ": " << result.failure->what;
+   EXPECT_GE( result.tally.operations, options.operations );
+   for ( const auto event : { Event::sharedKey, Event::portTaken, Event::allEthernet, Event::poolGone } ) {
+      EXPECT_GT( result.tally.events[ static_cast<std::size_t>( event ) ], 0u )
+         << eventNames[ static_cast<std::size_t>( event ) ];
+   }
+   EXPECT_GT( result.tally.outcomes.at( "noRoom" ), 0u );
+}
+
+INSTANTIATE_TEST_SUITE_P( Variants, SoakOnEveryVariant,
+                          ::testing::Values( "sdk6", "hsdk", "testSdk6", "testHsdk" ),
+                          []( const auto &variant ) { return std::string( variant.param ); } );
+
+// Each changes one thing that the comparison must look at.
+TEST( VerifyAll, SeesEveryKindOfState ) {
+   struct Change {
+      const char *difference; // begins so
+      std::function<void( QuarraTcamPortsManager & )> make;
+   };
+   const auto group = []( auto &manager ) -> auto & {
+      return *manager.classIdTcamGroupStatus( 13 );
+   };
+   const auto request = [=]( auto &manager ) -> auto & {
+      return *group( manager ).requestStatus().begin()->second;
+   };
+   const auto port = []( U32 number ) { return QuarraCentral::QuarraModPort( 0, number ); };
+   const Change changes[] = {
+      { "space aclGroupFlexibleWidth",
+        []( auto &m ) { m.classIdHwStatus( aclGroupFlexibleWidth )->set( 63 ); } },
+      { "groups that hold pools", []( auto &m ) { m.classIdTcamGroupStatusIs( 14 ); } },
+      { "group 13 last pool", [ = ]( auto &m ) { group( m ).lastPoolNumInc( 1 ); } },
+      { "group 13 pools", [ = ]( auto &m ) { group( m ).poolStatusIs( 9 ); } },
+      { "group 13 pool 1 offset", [ = ]( auto &m ) { group( m ).poolStatus( 1 )->baseOffsetIs( 2 ); } },
+      { "group 13 pool 1 width", [ = ]( auto &m ) { group( m ).poolStatus( 1 )->sizeIs( 2 ); } },
+      { "group 13 pool 1 queue", [ = ]( auto &m ) { group( m ).poolStatus( 1 )->classIdPoolEnq( 1 ); } },
+      { "group 13 pool 1: another mask",
+        [ = ]( auto &m ) { group( m ).poolStatus( 1 )->tcamMask()->set( 1 ); } },
+      { "group 13 requests", [ = ]( auto &m ) { group( m ).requestStatusIs( RequestKey( "x", 0, "x" ) ); } },
+      { "group 13 request", [ = ]( auto &m ) { request( m ).classIdIs( 2 ); } },
+      { "group 13 request", [ = ]( auto &m ) { request( m ).poolIdIs( 2 ); } },
+      { "group 13 request", [ = ]( auto &m ) { request( m ).entryRefIs( 7 ); } },
+      { "group 13 request", [ = ]( auto &m ) { request( m ).intfGroup()->portIdIs( port( 3 ) ); } },
+      { "group 13 index", [ = ]( auto &m ) { group( m ).intfGroupHashToIntfGroupInfoDelAll(); } },
+      { "group 13: an empty hash", [ = ]( auto &m ) { group( m ).intfGroupHashToIntfGroupInfoIs( 1 ); } },
+      { "ports with bit",
+        [ = ]( auto &m ) {
+           auto ports = intfGroupInfoFactory();
+           ports->portIdIs( port( 4 ) );
+           m.portsHelper()->setAclGroupClassId( group( m ).poolStatus( 1 )->baseOffset(), ports );
+        } },
+      { "posted words",
+        [ = ]( auto &m ) {
+           m.sourceTrunkMapConfig()->postRequest( { 1, port( 1 ), 9 }, 0 );
+        } },
+      { "TCAM entries", []( auto & ) { SdkShim->fieldEntryCreate( 0, 8 ); } },
+      { "table 9 port 0/1", [ = ]( auto & ) { SdkShim->portTableSet( 0, 9, port( 1 ), 1 ); } },
+      { "TCAM entry 1 mask",
+        [ = ]( auto &m ) {
+           const auto qualifier = m.getClassId( 13, group( m ).requestStatus().begin()->first, 1 );
+           qualifier->mask()->set( 63 );
+           m.programClassIdQualifierInHw( 0, 13, 1, qualifier );
+        } },
+   };
+   for ( const auto &change : changes ) {
+      Trial trial( QuarraTool::defaultChoice( "sdk6" ) );
+      const Operation install{ Operation::Kind::install, { 13, 1, { { port( 1 ), port( 2 ) } } } };
+      ASSERT_EQ( trial.carryOut( install ), "" );
+      change.make( trial.theSwitch().agent().manager() );
+      const auto difference = verifyAll( trial.model(), trial.theSwitch() );
+      EXPECT_TRUE( difference.starts_with( change.difference ) )
+         << change.difference << " gives: " << difference;
+   }
+}
+
+TEST( Histories, ShortenToWhatFails ) {
+   History history = { "chip" };
+   for ( int i = 0; i < 100; ++i ) {
+      history.push_back( std::to_string( i ) );
+   }
+   const auto has = []( const History &lines, const char *line ) {
+      return std::find( lines.begin(), lines.end(), line ) != lines.end();
+   };
+   shorten( history, [ & ]( const History &lines ) { return has( lines, "17" ) && has( lines, "80" ); } );
+   EXPECT_EQ( history, History( { "chip", "17", "80" } ) );
+}
+
+// A history is replayed as it was recorded, by the model and by whoever feeds its lines to the batch command.
+TEST( Histories, ReplayWhatWasPlayed ) {
+   History history;
+   Tally tally;
+   SeededChoices choices( 5 );
+   const auto &variant = *QuarraAgent::variantOf( "testHsdk" );
+   ASSERT_EQ(
+      playEpisode( variant, choices, 200, tally, [ & ]( const auto &line ) { history.push_back( line ); } ),
+      "" );
+   EXPECT_EQ( history.size(), tally.operations + 1 );
+   EXPECT_EQ( replay( history ), "" );
+}
+
+TEST( Children, TellHowTheyEnded ) {
+   const auto end = []( auto work ) { return Child( work ).end(); };
+   EXPECT_TRUE( end( []( std::FILE * ) { return 0; } ).clean() );
+   EXPECT_FALSE( end( []( std::FILE * ) { return 1; } ).clean() );
+   const auto aborted = end( []( std::FILE *output ) -> int {
+      std::fputs( "out", output );
+      std::fflush( output );
+      std::fputs( "err", stderr );
+      std::abort();
+   } );
+   EXPECT_TRUE( aborted.aborted() );
+   EXPECT_EQ( aborted.output + aborted.errors, "outerr" );
+}
+
+} // namespace
+} // namespace QuarraTest

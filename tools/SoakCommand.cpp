@@ -1,0 +1,135 @@
+#include <algorithm>
+#include <iostream>
+#include <random>
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include "soak/Soak.h"
+#include "tools/Dump.h"
+#include "tools/Options.h"
+#include "tools/TextTable.h"
+
+namespace QuarraTool {
+namespace {
+
+using namespace QuarraSoak;
+
+// "1,234,567"
+std::string grouped( U64 number ) {
+   auto text = std::to_string( number );
+   for ( auto place = static_cast<std::ptrdiff_t>( text.size() ) - 3; place > 0; place -= 3 ) {
+      text.insert( static_cast<std::size_t>( place ), "," );
+   }
+   return text;
+}
+
+double rateOf( const SoakResult &result ) {
+   return result.seconds > 0 ? static_cast<double>( result.tally.operations ) / result.seconds : 0;
+}
+
+// "[##########----------]  52 %  520,000 operations  4,100/s", over itself.
+void drawProgress( const SoakOptions &options, const SoakResult &result ) {
+   constexpr int width = 20;
+   const double byOperations = options.operations ? static_cast<double>( result.tally.operations ) /
+                                                       static_cast<double>( options.operations )
+                                                  : 0;
+   const double byTime = options.seconds > 0 ? result.seconds / options.seconds : 0;
+   const double done = std::min( 1.0, std::max( byOperations, byTime ) );
+   const auto filled = static_cast<std::size_t>( done * width );
+   std::cerr << fmt::format( "\r[{}{}] {:3.0f} %  {} operations  {}/s ", std::string( filled, '#' ),
+                             std::string( width - filled, '-' ), done * 100,
+                             grouped( result.tally.operations ),
+                             grouped( static_cast<U64>( rateOf( result ) ) ) )
+             << std::flush;
+}
+
+JsonOut resultJson( const SoakOptions &options, const SoakResult &result ) {
+   JsonOut json = { { "seed", options.seed },
+                    { "operations", result.tally.operations },
+                    { "episodes", result.tally.episodes },
+                    { "seconds", result.seconds },
+                    { "outcomes", result.tally.outcomes },
+                    { "events", JsonOut::object() },
+                    { "failure", nullptr } };
+   for ( std::size_t i = 0; i < result.tally.events.size(); ++i ) {
+      json[ "events" ][ eventNames[ i ] ] = result.tally.events[ i ];
+   }
+   if ( const auto &failure = result.failure ) {
+      json[ "failure" ] = { { "seed", failure->seed },
+                            { "variant", failure->variant->name },
+                            { "what", failure->what },
+                            { "history", failure->history } };
+   }
+   return json;
+}
+
+std::string coverageText( const Tally &tally ) {
+   TextTable outcomes( { { "outcome" }, { "operations", TextTable::Align::right } } );
+   for ( const auto &[ outcome, count ] : tally.outcomes ) {
+      outcomes.row( { outcome, grouped( count ) } );
+   }
+   TextTable events( { { "covered" }, { "times", TextTable::Align::right } } );
+   for ( std::size_t i = 0; i < tally.events.size(); ++i ) {
+      events.row( { eventNames[ i ], grouped( tally.events[ i ] ) } );
+   }
+   return events.text() + "\n" + outcomes.text();
+}
+
+std::string failureText( const SoakFailure &failure ) {
+   auto text =
+      fmt::format( "\nLibrary and model part: {}\n\nAgain: quarra-tcam --variant {} soak --seed {} --ops {}\n"
+                   "The history, shortened, for quarra-tcam batch:\n",
+                   failure.what, failure.variant->name, failure.seed, operationsOfAPiece );
+   for ( const auto &line : failure.history ) {
+      text += line + "\n";
+   }
+   return text;
+}
+
+} // namespace
+
+int runSoak( const GlobalOptions &global, const SoakCommandOptions &command ) {
+   SoakOptions options{ .variants = {},
+                        .seed = command.seed.value_or( static_cast<U64>( std::random_device()() ) ),
+                        .operations = command.operations,
+                        .seconds = command.seconds,
+                        .jobs = command.jobs };
+   for ( const auto &variant : QuarraAgent::variants() ) {
+      if ( !global.variantChosen || variant.name == global.variant ) {
+         options.variants.push_back( &variant );
+      }
+   }
+   if ( options.variants.empty() ) {
+      defaultChoice( global.variant ); // says which variants there are
+   }
+   if ( command.print ) {
+      SeededChoices choices( options.seed );
+      Tally tally;
+      const auto difference = playEpisode( *options.variants.front(), choices, 200, tally,
+                                           []( const std::string &line ) { std::cout << line << "\n"; } );
+      return difference.empty() ? exitGood : exitDoesNotFit;
+   }
+   const bool bar = isatty( STDERR_FILENO );
+   const auto result = soak( options, [ & ]( const SoakResult &sofar ) {
+      if ( bar ) {
+         drawProgress( options, sofar );
+      }
+   } );
+   if ( bar ) {
+      std::cerr << "\n";
+   }
+   if ( global.json ) {
+      std::cout << resultJson( options, result ).dump( global.pretty ? 3 : -1 ) << "\n";
+   } else {
+      std::cout << coverageText( result.tally )
+                << fmt::format( "\n{} operations in {} episodes, {:.0f} s, {}/s, seed {}\n",
+                                grouped( result.tally.operations ), grouped( result.tally.episodes ),
+                                result.seconds, grouped( static_cast<U64>( rateOf( result ) ) ),
+                                options.seed )
+                << ( result.failure ? failureText( *result.failure ) : "Library and model agree.\n" );
+   }
+   return result.failure ? exitDoesNotFit : exitGood;
+}
+
+} // namespace QuarraTool
