@@ -1,0 +1,46 @@
+#include "bench/Scene.h"
+
+#include "agent/ChipState.h"
+#include "tools/Switch.h"
+
+namespace QuarraBench {
+
+Scene::Scene( const char *variantName, U8 flexibleBits, U8 portBits ) {
+   const auto &variant = *QuarraAgent::variantOf( variantName );
+   auto config = QuarraAgent::defaultChip( variant.generation );
+   config.flexibleBits = flexibleBits;
+   config.portBits = portBits;
+   QuarraAgent::forgetEarlierAgents();
+   chip_ = std::make_unique<QuarraSimulator::SimulatedChip>( QuarraTool::chipOptions( variant, config ) );
+   const auto scsd = QuarraAgent::bringUpChip( variant, config );
+   helper_ = variant.factory( scsd );
+   manager_ = quarraTcamPortsManagerFactory( "bench" );
+   manager_->scsdIs( scsd );
+   manager_->portsHelperIs( helper_ );
+   manager_->sourceTrunkMapConfigIs( std::make_shared<QuarraCentral::PortTabWriteRequestDir>() );
+   manager_->initializeHwBitmaps();
+}
+
+void Scene::group( TcamGroupId id, U8 width ) {
+   addClassIdInfoToMap( id, getGroupConfigType( id, aclGroupFlexibleWidth, 0, width, 1, allocateOnDemand ) );
+}
+
+void Scene::join( TcamGroupId id, U32 entry, const IntfGroupInfo::PtrConst &intfGroup ) {
+   const auto key = manager_->getRequestKey( id, entry, rule_, intfGroup );
+   manager_->reserveClassIdForIntfGroup( id, key, entry, intfGroup );
+   manager_->programClassIdForIntfGroup( id, key, entry, intfGroup );
+}
+
+void Scene::leave( TcamGroupId id, U32 entry ) {
+   manager_->clearClassIdAndIntfGroup( id, manager_->getRequestKeyForEntryId( id, entry, rule_ ), entry );
+}
+
+IntfGroupInfo::Ptr ports( U32 first, U32 count, U32 step ) {
+   auto intfGroup = intfGroupInfoFactory();
+   for ( U32 n = 0; n < count; ++n ) {
+      intfGroup->portIdIs( QuarraModPort( 0, first + n * step ) );
+   }
+   return intfGroup;
+}
+
+} // namespace QuarraBench

@@ -1,0 +1,141 @@
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+
+#include <benchmark/benchmark.h>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "bench/Figures.h"
+
+// bench [--json]              the figures, each as the ratio of its two sides
+// bench --count SIDE N        N operations of one side ("P1/operation", "P1/floor") and nothing else, for a
+//                             tool that counts instructions
+// bench --list                the figures' ids, for such a tool
+namespace QuarraBench {
+namespace {
+
+constexpr int repetitions = 15;
+
+// Times of each repetition, by side.
+class Times : public benchmark::BenchmarkReporter {
+ public:
+   bool ReportContext( const Context & ) override { return true; }
+   void ReportRuns( const std::vector<Run> &runs ) override {
+      for ( const auto &run : runs ) {
+         if ( run.run_type == Run::RT_Iteration ) {
+            const auto name = run.run_name.function_name;
+            byName[ name ].push_back( run.cpu_accumulated_time / static_cast<double>( run.iterations ) );
+         }
+      }
+   }
+
+   std::map<std::string, std::vector<double>> byName;
+};
+
+double median( std::vector<double> values ) {
+   std::sort( values.begin(), values.end() );
+   return values[ values.size() / 2 ];
+}
+
+// Each side sets up its scene when its turn comes: there is one simulated chip at a time.
+void registerSide( const std::string &name, const std::function<Operation()> &setUp ) {
+   benchmark::RegisterBenchmark( name.c_str(),
+                                 [ setUp ]( benchmark::State &state ) {
+                                    const auto operation = setUp();
+                                    for ( auto _ : state ) {
+                                       operation();
+                                    }
+                                 } )
+      ->Repetitions( repetitions )
+      ->MinTime( 0.02 );
+}
+
+int measure( bool json ) {
+   for ( const auto &figure : figures() ) {
+      registerSide( figure.id + "/operation", figure.operation );
+      registerSide( figure.id + "/floor", figure.floor );
+   }
+   Times times;
+   benchmark::RunSpecifiedBenchmarks( &times );
+   auto result = nlohmann::ordered_json::array();
+   bool allMet = true;
+   const auto row = [ & ]( const std::string &id, const std::string &what, double ratio, double low,
+                           double high, double target ) {
+      const bool met = ratio <= target;
+      allMet = allMet && met;
+      result.push_back( { { "figure", id },
+                          { "what", what },
+                          { "ratio", ratio },
+                          { "least", low },
+                          { "most", high },
+                          { "target", target },
+                          { "met", met } } );
+   };
+   for ( const auto &figure : figures() ) {
+      const auto &operation = times.byName.at( figure.id + "/operation" );
+      const auto &floor = times.byName.at( figure.id + "/floor" );
+      std::vector<double> ratios;
+      for ( std::size_t i = 0; i < operation.size(); ++i ) {
+         ratios.push_back( operation[ i ] / floor[ i ] );
+      }
+      const auto [ low, high ] = std::minmax_element( ratios.begin(), ratios.end() );
+      row( figure.id, figure.what, median( ratios ), *low, *high, figure.target );
+      result.back()[ "nanoseconds" ] = median( operation ) * 1e9;
+      result.back()[ "floorNanoseconds" ] = median( floor ) * 1e9;
+   }
+   const auto writes = static_cast<double>( chipWritesOfEqualGroups() );
+   row( "P8", "chip writes of joining and reprogramming an equal group", writes, writes, writes, 0 );
+   if ( json ) {
+      std::cout << result.dump( 3 ) << "\n";
+   } else {
+      for ( const auto &line : result ) {
+         std::cout << fmt::format(
+            "{}  {:6.2f}  {:5.2f}-{:5.2f}  <= {:<5} {:7}  {}\n", line[ "figure" ].get<std::string>(),
+            line[ "ratio" ].get<double>(), line[ "least" ].get<double>(), line[ "most" ].get<double>(),
+            line[ "target" ].get<double>(), line[ "met" ].get<bool>() ? "met" : "NOT MET",
+            line[ "what" ].get<std::string>() );
+      }
+   }
+   return allMet ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+int count( const std::string &side, long operations ) {
+   for ( const auto &figure : figures() ) {
+      for ( const auto &[ name, setUp ] : { std::pair( figure.id + "/operation", figure.operation ),
+                                            std::pair( figure.id + "/floor", figure.floor ) } ) {
+         if ( name == side ) {
+            const auto operation = setUp();
+            for ( long i = 0; i < operations; ++i ) {
+               operation();
+            }
+            return EXIT_SUCCESS;
+         }
+      }
+   }
+   std::cerr << "bench: no side " << side << "\n";
+   return 2;
+}
+
+} // namespace
+} // namespace QuarraBench
+
+int main( int argc, char **argv ) {
+   using namespace QuarraBench;
+   if ( argc == 4 && std::strcmp( argv[ 1 ], "--count" ) == 0 ) {
+      return count( argv[ 2 ], std::atol( argv[ 3 ] ) );
+   }
+   if ( argc == 2 && std::strcmp( argv[ 1 ], "--list" ) == 0 ) {
+      for ( const auto &figure : figures() ) {
+         std::cout << figure.id << " " << figure.target << " " << figure.what << "\n";
+      }
+      return EXIT_SUCCESS;
+   }
+   // The repetitions of the two sides take turns.
+   char interleaving[] = "--benchmark_enable_random_interleaving=true";
+   char *arguments[] = { argv[ 0 ], interleaving, nullptr };
+   int argumentCount = 2;
+   benchmark::Initialize( &argumentCount, arguments );
+   return measure( argc == 2 && std::strcmp( argv[ 1 ], "--json" ) == 0 );
+}
