@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "Nodra/Attributes.h"
 #include "QuarraCentral/QuarraModPort.h"
 #include "QuarraTcam/RequestKey.h"
@@ -17,11 +19,20 @@ class QUARRA_TCAM_API IntfGroupInfo {
    using Ptr = Nodra::Ptr<IntfGroupInfo>;
    using PtrConst = Nodra::PtrConst<IntfGroupInfo>;
 
-   ATTR_SET( portId, QuarraCentral::QuarraModPort ); // member ports
-   ATTR( ethernet, bool );                           // stands for all ethernet ports; no port is listed then
+   // The member ports, ascending.
+   const Nodra::FlatSet<QuarraCentral::QuarraModPort> &portId() const { return portId_; }
+   U32 portIds() const { return portId_.size(); }
+   bool portIdHas( const QuarraCentral::QuarraModPort &port ) const { return portId_.has( port ); }
+   bool portIdIs( const QuarraCentral::QuarraModPort &port );
+   bool portIdDel( const QuarraCentral::QuarraModPort &port );
+   void portIdDelAll();
 
- public:
+   // Stands for all ethernet ports; no port is listed then.
+   bool ethernet() const { return ethernet_; }
+   void ethernetIs( bool ethernet );
+
    // Equal groups hash equally; several different groups may share a hash, so users compare with isEqual.
+   // Made when first asked for, and kept until the group changes.
    U32 hash() const;
 
    // The same ports and the same flag. A null `other` aborts, here and in deepCopy.
@@ -34,6 +45,11 @@ class QUARRA_TCAM_API IntfGroupInfo {
    void dumpTrace() const; // the members, at trace level 4
 
    friend QUARRA_TCAM_API std::ostream &operator<<( std::ostream &out, const IntfGroupInfo &intfGroup );
+
+ private:
+   Nodra::FlatSet<QuarraCentral::QuarraModPort> portId_;
+   bool ethernet_ = false;
+   mutable std::optional<U32> hash_;
 };
 
 QUARRA_TCAM_API IntfGroupInfo::Ptr intfGroupInfoFactory();
@@ -97,9 +113,11 @@ class QUARRA_TCAM_API ClassIdRequestStatus {
    ATTR_PTR( intfGroup, IntfGroupInfo ); // what is programmed for the key now; updated in place
 
  public:
-   // The entries that use the class ID, in ascending order: its reference count. INVALID_ENTRY_ID stands for
+   using Entries = Nodra::HashSet<U32, Nodra::HashOf<U32>>;
+
+   // The entries that use the class ID, the oldest first: its reference count. INVALID_ENTRY_ID stands for
    // a reservation made at start-up. The group's index of entries follows every change.
-   const Nodra::FlatSet<U32> &entryRef() const { return entryRef_; }
+   const Entries &entryRef() const { return entryRef_; }
    U32 entryRefs() const { return entryRef_.size(); }
    bool entryRefHas( U32 entryId ) const { return entryRef_.has( entryId ); }
    bool entryRefIs( U32 entryId );
@@ -112,7 +130,7 @@ class QUARRA_TCAM_API ClassIdRequestStatus {
    void join( Nodra::Ptr<EntryIndex> index, U64 order );
    void leave();
 
-   Nodra::FlatSet<U32> entryRef_;
+   Entries entryRef_;
    Nodra::Ptr<EntryIndex> index_; // null while the record belongs to no group
    U64 order_ = 0;                // place among the group's requests, in order of creation
 };
@@ -155,7 +173,7 @@ class QUARRA_TCAM_API ClassIdTcamGroupStatus {
 
  private:
    Requests requestStatus_;
-   Nodra::Ptr<EntryIndex> entryIndex_;
+   Nodra::Ptr<EntryIndex> entryIndex_; // made with the first request
    U64 requestsMade_ = 0;
 };
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <bit>
 #include <bitset>
+#include <cstring>
 #include <deque>
 #include <map>
 #include <unordered_map>
@@ -29,9 +30,11 @@ Operation joinAndLeave( U32 entries, U32 portCount ) {
    for ( U32 entry = 1; entry <= entries; ++entry ) {
       scene->join( group500, entry * 8, intfGroup );
    }
-   return [ scene, intfGroup, entries, next = U32{ 0 } ]() mutable {
+   return [ scene, intfGroup, asked = intfGroupInfoFactory(), entries, next = U32{ 0 } ]() mutable {
       next = ( next + 0x9e3779b1u ) % ( entries * 8 ) | 1; // between the others, all over
-      scene->join( group500, next, intfGroup );
+      asked->deepCopy( intfGroup );
+      asked->ethernetIs( false ); // its hash is not known yet
+      scene->join( group500, next, asked );
       scene->leave( group500, next );
    };
 }
@@ -44,6 +47,7 @@ struct HashOfKey {
 // entry in and out of a set and of the index of entries.
 Operation joinAndLeaveFloor() {
    struct State {
+      std::vector<QuarraModPort> ports;
       std::vector<QuarraModPort> asked;
       std::unordered_map<U32, std::pair<std::vector<QuarraModPort>, RequestKey>> byHash;
       std::unordered_map<RequestKey, std::unordered_set<U32>, HashOfKey> requests;
@@ -52,20 +56,22 @@ Operation joinAndLeaveFloor() {
    };
    auto state = std::make_shared<State>();
    const auto intfGroup = ports( 1, 64, 2 );
-   state->asked.assign( intfGroup->portId().begin(), intfGroup->portId().end() );
+   state->ports.assign( intfGroup->portId().begin(), intfGroup->portId().end() );
    const RequestKey key( "acl-8-1", 0, "acl-8-1" );
-   state->byHash.try_emplace( intfGroup->hash(), state->asked, key );
+   state->byHash.try_emplace( intfGroup->hash(), state->ports, key );
    state->requests[ key ].insert( 8 );
    return [ state ] {
       state->next = ( state->next + 0x9e3779b1u ) % 8 | 1;
       const U32 entry = state->next;
+      state->asked = state->ports;
       Zev::Hash hash;
       for ( const auto &port : state->asked ) {
          hash.mix( port.hash( 0 ) );
       }
       hash.mixByte( 0 );
       const auto found = state->byHash.find( hash.value() );
-      if ( found->second.first == state->asked ) {
+      if ( std::memcmp( found->second.first.data(), state->asked.data(),
+                        state->asked.size() * sizeof( QuarraModPort ) ) == 0 ) {
          const auto request = state->requests.find( found->second.second );
          request->second.insert( entry );
          state->keyOfEntry.emplace( entry, &request->first );

@@ -1,6 +1,7 @@
 #include "tools/Dump.h"
 
 #include <algorithm>
+#include <set>
 
 #include <fmt/format.h>
 
@@ -30,7 +31,7 @@ JsonOut requestJson( const ClassIdRequestStatus &request ) {
    return { { "key", keyJson( request.requestKey() ) },
             { "classId", request.classId() },
             { "poolId", request.poolId() },
-            { "entries", std::vector<U32>( request.entryRef().begin(), request.entryRef().end() ) },
+            { "entries", std::set<U32>( request.entryRef().begin(), request.entryRef().end() ) },
             { "ports", portsJson( *request.intfGroup() ) },
             { "ethernet", request.intfGroup()->ethernet() } };
 }

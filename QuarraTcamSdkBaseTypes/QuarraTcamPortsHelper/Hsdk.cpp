@@ -1,4 +1,5 @@
-#include <unordered_set>
+#include <algorithm>
+#include <vector>
 
 #include "Nodra/Assert.h"
 #include "QuarraCommon/QuarraCommonUtil.h"
@@ -117,29 +118,29 @@ void QuarraTcamHSDKPortsHelper::setAclGroupClassId( U8 bitToSet, const IntfGroup
                 << " unit: " << unit << " bitToSet: " << bitToSet );
    NODRA_ASSERT( !!intfGroup );
    intfGroup->dumpTrace();
-   std::unordered_set<S64> systemPorts;
+   std::vector<bool> systemPorts( std::max<std::size_t>( systemPortMax(), U10::max ) + 1 );
    if ( intfGroup->ethernet() ) {
       TRACE( 4, "All ethernet is set, force programming to all system ports except cpu port" );
       for ( U32 port = 0; port <= systemPortMax(); ++port ) {
-         systemPorts.insert( port );
+         systemPorts[ port ] = true;
       }
       const auto cpuPorts = intfGroupInfoFactory();
       populateCpuIntfGroup( cpuPorts );
       for ( const auto &port : cpuPorts->portId() ) {
-         systemPorts.erase( port.port() );
+         systemPorts[ port.port() ] = false;
       }
    } else {
       S64 index = 0;
       for ( const auto &port : intfGroup->portId() ) {
          NODRA_ASSERT( index >= 0 && index < intfGroup->portIds() );
-         systemPorts.insert( port.port() );
+         systemPorts[ port.port() ] = true;
          ++index;
       }
       NODRA_ASSERT( index == intfGroup->portIds() );
    }
    const FieldBit bit( bitToSet );
    for ( U32 system_source = 0; system_source <= systemPortMax(); ++system_source ) {
-      programSystemPort( unit, system_source, bitToSet, bit, !systemPorts.contains( system_source ) );
+      programSystemPort( unit, system_source, bitToSet, bit, !systemPorts[ system_source ] );
    }
 }
 

@@ -1,6 +1,7 @@
 #include "Nodra/Assert.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/PortUnion.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
 
 namespace QuarraTcam {
@@ -100,16 +101,22 @@ IntfGroupInfo::Ptr QuarraTcamPortsManager::getIntfGroupForBitPos( TcamGroupId tc
       return intfGroup;
    }
    const U64 mask = U64{ 1 } << bitPos % 64;
+   PortUnion ports;
+   const PoolStatus *pool = nullptr; // of the request before, most often of this one too
    for ( const auto &[ otherKey, other ] : classIdStatus->requestStatus() ) {
       if ( otherKey == requestKey ) {
          continue;
       }
-      const auto &pool = classIdStatus->poolStatus( other->poolId() );
-      NODRA_ASSERT( !!pool );
+      if ( !pool || pool->poolId() != other->poolId() ) {
+         pool = classIdStatus->poolStatus( other->poolId() ).get();
+         NODRA_ASSERT( !!pool );
+      }
       if ( mask & U64{ other->classId() } << pool->baseOffset() % 64 ) {
-         appendIntfGroup( intfGroup, other->intfGroup() );
+         TRACE( 1, "appendIntfGroup" );
+         ports.add( *other->intfGroup() );
       }
    }
+   ports.addTo( *intfGroup );
    return intfGroup;
 }
 

@@ -1,5 +1,7 @@
+#include <array>
 #include <bit>
 #include <cmath>
+#include <optional>
 
 #include "Nodra/Assert.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
@@ -18,19 +20,60 @@ struct BitRun {
    U8 endIdx;
 };
 
-// Slides a bit at a time, so pools are not aligned to their width; the lowest free run wins and is marked. A
-// run that ends at the bitmap's size was not found.
-BitRun takeLowestFreeRun( Vesk::Bitmap &bitmap, U32 bits ) {
-   BitRun run{ 0, static_cast<U8>( bits - 1 ) };
-   while ( run.endIdx < bitmap.size() ) {
-      if ( !bitmap.anySet( run.startIdx, run.endIdx ) ) {
-         bitmap.rangeSet( run.startIdx, run.endIdx );
-         break;
-      }
-      ++run.startIdx;
-      ++run.endIdx;
+// As many words as a bit index of 8 bits counts.
+using SpaceWords = std::array<U64, 4>;
+
+SpaceWords freeBits( const Vesk::Bitmap &bitmap ) {
+   SpaceWords words{};
+   for ( U32 word = 0; word < words.size() && word * 64 < bitmap.size(); ++word ) {
+      const U32 left = bitmap.size() - word * 64;
+      words[ word ] = ~bitmap.word( word ) & ( left < 64 ? ( U64{ 1 } << left ) - 1 : ~U64{ 0 } );
    }
-   return run;
+   return words;
+}
+
+// Keeps of each bit what the bit `distance` above it has.
+void keepWhereAbove( SpaceWords &words, U32 distance ) {
+   const U32 whole = distance / 64;
+   const U32 part = distance % 64;
+   for ( U32 word = 0; word < words.size(); ++word ) {
+      const U64 low = word + whole < words.size() ? words[ word + whole ] >> part : 0;
+      const U64 high =
+         part && word + whole + 1 < words.size() ? words[ word + whole + 1 ] << ( 64 - part ) : 0;
+      words[ word ] &= low | high;
+   }
+}
+
+// The first bit of the lowest run of free bits; a run may start at any bit. All runs are found at once: after
+// each step a bit is left where a free run of `found` bits starts.
+std::optional<U32> lowestFreeRun( const Vesk::Bitmap &bitmap, U32 bits ) {
+   auto starts = freeBits( bitmap );
+   for ( U32 found = 1; found < bits; ) {
+      const U32 more = std::min( found, bits - found );
+      keepWhereAbove( starts, more );
+      found += more;
+   }
+   for ( U32 word = 0; word < starts.size(); ++word ) {
+      if ( starts[ word ] ) {
+         return word * 64 + static_cast<U32>( std::countr_zero( starts[ word ] ) );
+      }
+   }
+   return std::nullopt;
+}
+
+// Marks the lowest free run. Bit indices count modulo 256. A run that ends at the bitmap's size was not
+// found; one that ends beyond it never can be.
+BitRun takeLowestFreeRun( Vesk::Bitmap &bitmap, U32 bits ) {
+   const auto above = static_cast<U8>( bits - 1 );
+   if ( above >= bitmap.size() ) {
+      return { 0, above };
+   }
+   const auto start = lowestFreeRun( bitmap, U32{ above } + 1 );
+   if ( !start ) {
+      return { static_cast<U8>( bitmap.size() - above ), static_cast<U8>( bitmap.size() ) };
+   }
+   bitmap.rangeSet( *start, *start + above );
+   return { static_cast<U8>( *start ), static_cast<U8>( *start + above ) };
 }
 
 // Pool ids are not used twice while the group has a status. A group that has had them all gets no more pool
@@ -41,7 +84,7 @@ bool poolIdsAreLeft( const ClassIdTcamGroupStatus *status, U8 numPools ) {
 }
 
 bool isWhollyFree( const PoolStatus &pool ) {
-   return pool.classIdPools() == ( pow( 2, pool.size() ) - 1 );
+   return pool.classIdPools() == ( U32{ 1 } << pool.size() ) - 1;
 }
 
 // The bits of a fixed-offset pool are cleared too, though reserving it never set them: deliberate.
@@ -93,7 +136,7 @@ U16 QuarraTcamPortsManager::reservePoolOfWidth( TcamGroupId tcamGroupId, U8 pool
    for ( U8 made = 0; made < classIdConfig->classIdNumPools(); ++made ) {
       classIdStatus->lastPoolNumInc( 1 );
       const auto &pool = classIdStatus->poolStatusIs( classIdStatus->lastPoolNum() );
-      for ( U32 classId = 1; pow( 2, poolWidth ) > classId; ++classId ) {
+      for ( U32 classId = 1; classId < U32{ 1 } << poolWidth; ++classId ) {
          pool->classIdPoolEnq( static_cast<U16>( classId ) );
       }
       poolEndIdx = static_cast<U8>( poolStart + poolWidth - 1 );

@@ -1,14 +1,14 @@
-#include <algorithm>
+#include <map>
 #include <unordered_map>
-#include <vector>
+#include <utility>
 
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManagerTypes.h"
 
 namespace QuarraTcam {
 
-// Which requests of a group an entry uses. Nearly always one; several where an entry was counted under more
-// keys, as INVALID_ENTRY_ID is under all that are reserved at start-up. Kept in the order of the walk over
-// the requests, so that the first is the one that a walk would find.
+// Which requests of a group an entry uses: one, but where an entry was counted under more keys, as
+// INVALID_ENTRY_ID is under all that are reserved at start-up. Gives the one that a walk over the requests
+// would find first.
 class EntryIndex {
  public:
    struct User {
@@ -16,30 +16,43 @@ class EntryIndex {
       const ClassIdRequestStatus *request;
    };
 
-   void add( U32 entryId, const User &user ) {
-      auto &users = users_[ entryId ];
-      const auto place = std::upper_bound( users.begin(), users.end(), user, earlier );
-      users.insert( place, user );
+   void add( U32 entryId, User user ) {
+      const auto [ item, added ] = first_.try_emplace( entryId, user );
+      if ( !added ) {
+         if ( user.order < item->second.order ) {
+            std::swap( user, item->second );
+         }
+         others_[ entryId ].emplace( user.order, user.request );
+      }
    }
 
    void remove( U32 entryId, const User &user ) {
-      const auto item = users_.find( entryId );
-      auto &users = item->second;
-      users.erase( std::lower_bound( users.begin(), users.end(), user, earlier ) );
-      if ( users.empty() ) {
-         users_.erase( item );
+      const auto item = first_.find( entryId );
+      const auto others = others_.find( entryId );
+      if ( others == others_.end() ) {
+         first_.erase( item );
+         return;
+      }
+      if ( item->second.order == user.order ) {
+         const auto &[ order, request ] = *others->second.begin();
+         item->second = { order, request };
+         others->second.erase( others->second.begin() );
+      } else {
+         others->second.erase( user.order );
+      }
+      if ( others->second.empty() ) {
+         others_.erase( others );
       }
    }
 
    const ClassIdRequestStatus *first( U32 entryId ) const {
-      const auto item = users_.find( entryId );
-      return item == users_.end() ? nullptr : item->second.front().request;
+      const auto item = first_.find( entryId );
+      return item == first_.end() ? nullptr : item->second.request;
    }
 
  private:
-   static bool earlier( const User &a, const User &b ) { return a.order < b.order; }
-
-   std::unordered_map<U32, std::vector<User>> users_;
+   std::unordered_map<U32, User> first_;
+   std::map<U32, std::map<U64, const ClassIdRequestStatus *>> others_; // later users, by order
 };
 
 bool ClassIdRequestStatus::entryRefIs( U32 entryId ) {
@@ -60,7 +73,8 @@ bool ClassIdRequestStatus::entryRefDel( U32 entryId ) {
 
 void ClassIdRequestStatus::entryRefDelAll() {
    while ( !entryRef_.empty() ) {
-      entryRefDel( entryRef_.front() );
+      const U32 oldest = entryRef_.front();
+      entryRefDel( oldest );
    }
 }
 
@@ -77,8 +91,7 @@ void ClassIdRequestStatus::leave() {
    index_.reset();
 }
 
-ClassIdTcamGroupStatus::ClassIdTcamGroupStatus( TcamGroupId tcamGroupId )
-   : tcamGroupId_( tcamGroupId ), entryIndex_( std::make_shared<EntryIndex>() ) {}
+ClassIdTcamGroupStatus::ClassIdTcamGroupStatus( TcamGroupId tcamGroupId ) : tcamGroupId_( tcamGroupId ) {}
 
 ClassIdTcamGroupStatus::~ClassIdTcamGroupStatus() {
    requestStatusDelAll();
@@ -87,6 +100,9 @@ ClassIdTcamGroupStatus::~ClassIdTcamGroupStatus() {
 const ClassIdRequestStatus::Ptr &ClassIdTcamGroupStatus::requestStatusIs( const RequestKey &key ) {
    if ( const auto item = requestStatus_.find( key ); item != requestStatus_.end() ) {
       return item->second;
+   }
+   if ( !entryIndex_ ) {
+      entryIndex_ = std::make_shared<EntryIndex>();
    }
    const auto item = requestStatus_.add( key, classIdRequestStatusFactory( key ) );
    item->second->join( entryIndex_, ++requestsMade_ );
@@ -110,7 +126,7 @@ void ClassIdTcamGroupStatus::requestStatusDelAll() {
 }
 
 const ClassIdRequestStatus *ClassIdTcamGroupStatus::requestOfEntry( U32 entryId ) const {
-   return entryIndex_->first( entryId );
+   return entryIndex_ ? entryIndex_->first( entryId ) : nullptr;
 }
 
 PoolStatus::Ptr poolStatusFactory( U16 poolId ) {

@@ -7,14 +7,37 @@ namespace QuarraTcam {
 
 Nodra::TraceHandle portsManagerTypesTrace( "QuarraTcamPortsManagerTypes" );
 
+bool IntfGroupInfo::portIdIs( const QuarraCentral::QuarraModPort &port ) {
+   hash_.reset();
+   return portId_.insert( port );
+}
+
+bool IntfGroupInfo::portIdDel( const QuarraCentral::QuarraModPort &port ) {
+   hash_.reset();
+   return portId_.erase( port );
+}
+
+void IntfGroupInfo::portIdDelAll() {
+   hash_.reset();
+   portId_.clear();
+}
+
+void IntfGroupInfo::ethernetIs( bool ethernet ) {
+   hash_.reset();
+   ethernet_ = ethernet;
+}
+
 // The ports in ascending order, then the flag: equal contents are mixed in the same order.
 U32 IntfGroupInfo::hash() const {
-   Zev::Hash hash;
-   for ( const auto &port : portId() ) {
-      hash.mix( port.hash( 0 ) );
+   if ( !hash_ ) {
+      Zev::Hash hash;
+      for ( const auto &port : portId() ) {
+         hash.mix( port.hash( 0 ) );
+      }
+      hash.mixByte( ethernet() );
+      hash_ = hash.value();
    }
-   hash.mixByte( ethernet() );
-   return hash.value();
+   return *hash_;
 }
 
 bool IntfGroupInfo::isEqual( const PtrConst &other ) const {
@@ -24,8 +47,9 @@ bool IntfGroupInfo::isEqual( const PtrConst &other ) const {
 
 void IntfGroupInfo::deepCopy( const PtrConst &other ) {
    NODRA_ASSERT( !!other && "Invalid IntfGroupInfo" );
-   portId_ = other->portId();
-   ethernetIs( other->ethernet() );
+   portId_ = other->portId_;
+   ethernet_ = other->ethernet_;
+   hash_ = other->hash_;
 }
 
 bool IntfGroupInfo::isEmpty() const {

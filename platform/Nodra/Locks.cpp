@@ -16,37 +16,7 @@ void AgentLock::release() {
    mutex_.unlock();
 }
 
-bool AgentLock::heldByThisThread() const {
-   return holder_ == std::this_thread::get_id();
-}
-
-AgentLock &interpreterLock() {
-   static AgentLock lock;
-   return lock;
-}
-
-AgentLock &activityLock() {
-   static AgentLock lock;
-   return lock;
-}
-
-LocksReleased::LocksReleased()
-   : interpreter_( interpreterLock().heldByThisThread() ), activity_( activityLock().heldByThisThread() ) {
-   if ( interpreter_ ) {
-      interpreterLock().release();
-   }
-   if ( activity_ ) {
-      activityLock().release();
-   }
-}
-
-LocksReleased::~LocksReleased() {
-   if ( activity_ ) {
-      activityLock().take();
-   }
-   if ( interpreter_ ) {
-      interpreterLock().take();
-   }
-}
+AgentLock theInterpreterLock;
+AgentLock theActivityLock;
 
 } // namespace Nodra

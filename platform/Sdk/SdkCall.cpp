@@ -8,19 +8,15 @@ Sdk::Shim *SdkShim = nullptr;
 
 namespace Sdk {
 
-int traceCall( const Nodra::TraceHandle &handle, const CallSite &site, int code ) {
+void traceCode( const Nodra::TraceHandle &handle, const CallSite &site, int code ) {
    NODRA_TRACE( handle, 4, site.file << ":" << site.line << " " << site.text << " (rc:" << code << ")" );
-   return code;
 }
 
-void checkCall( const Nodra::TraceHandle &handle, const CallSite &site, int code ) {
-   if ( code < 0 ) {
-      std::fprintf( stderr, "%s:%d %s API ERROR:%s (%d)\n", site.file, site.line, site.text,
-                    ::SdkShim->errorText( code ), code );
-      ::SdkShim->errorHook( code );
-      Nodra::AssertionFailure( site.file, site.line, site.function, "0" );
-   }
-   traceCall( handle, site, code );
+void callFailed( const CallSite &site, int code ) {
+   std::fprintf( stderr, "%s:%d %s API ERROR:%s (%d)\n", site.file, site.line, site.text,
+                 ::SdkShim->errorText( code ), code );
+   ::SdkShim->errorHook( code );
+   Nodra::AssertionFailure( site.file, site.line, site.function, "0" );
 }
 
 } // namespace Sdk

@@ -15,11 +15,24 @@ struct CallSite {
    const char *text;
 };
 
+void traceCode( const Nodra::TraceHandle &handle, const CallSite &site, int code );
+[[noreturn]] void callFailed( const CallSite &site, int code );
+
 // Traces the return code of a call and gives it back.
-int traceCall( const Nodra::TraceHandle &handle, const CallSite &site, int code );
+inline int traceCall( const Nodra::TraceHandle &handle, const CallSite &site, int code ) {
+   if ( handle.isOn( 4 ) ) {
+      traceCode( handle, site, code );
+   }
+   return code;
+}
 
 // The same, but a negative code aborts the process.
-void checkCall( const Nodra::TraceHandle &handle, const CallSite &site, int code );
+inline void checkCall( const Nodra::TraceHandle &handle, const CallSite &site, int code ) {
+   if ( code < 0 ) {
+      callFailed( site, code );
+   }
+   traceCall( handle, site, code );
+}
 
 // Makes a call with the agent's locks released for its time.
 template <typename Call>

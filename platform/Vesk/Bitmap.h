@@ -39,6 +39,9 @@ class Bitmap {
    U32 count() const { return size_ ? count( 0, size_ - 1 ) : 0; }
    bool anySet( U32 first, U32 last ) const;
 
+   // Bits 64 * index and up, the lowest first; clear past the end.
+   U64 word( U32 index ) const { return index < words_.size() ? words_[ index ] : 0; }
+
    // Takes over the bits of `other`, which must have the same size.
    void copyFrom( const Bitmap &other );
 
