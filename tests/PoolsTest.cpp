@@ -33,18 +33,6 @@ TEST_F( Pools, TakeTheLowestFreeRunUnaligned ) {
    EXPECT_EQ( status( flexibleGroup ).poolStatus( 2 )->tcamMask()->size(), 16u );
 }
 
-TEST_F( Pools, WithoutRoomChangeNothing ) {
-   emptySpaces( { .flexible = 4 } );
-   group( flexibleGroup, { .width = 3 } );
-   manager->classIdHwStatus( aclGroupFlexibleWidth )->set( 1 );
-   Nodra::MemoryTrace trace;
-   Nodra::traceLevelsIs( "QuarraTcamPortsManager/0-9" );
-   EXPECT_EQ( manager->reservePoolOfWidth( flexibleGroup, 3 ), 0 );
-   EXPECT_TRUE( trace.has( "Failed to reserve a pool, returning.." ) );
-   EXPECT_EQ( reservedBits( aclGroupFlexibleWidth ), Bits( { 1 } ) );
-   EXPECT_FALSE( manager->classIdTcamGroupStatusHas( flexibleGroup ) );
-}
-
 // A run one bit longer than the space is a soft failure, a longer one a broken invariant.
 TEST_F( Pools, OfMoreBitsThanTheSpace ) {
    emptySpaces( { .flexible = 4 } );

@@ -70,16 +70,6 @@ TEST_F( Reservation, TakesTheFirstPoolWithAFreeClassId ) {
    EXPECT_EQ( status( group500 ).poolStatuss(), 2u );
 }
 
-TEST_F( Reservation, OfAFixedWidthGroupDoesNotGrow ) {
-   emptySpaces( "hsdk", { .fixed = 16 } );
-   group( group500, { .type = aclGroupFixedWidth, .width = 1 } );
-   manager->createAclGroupBitmapHint( group500 );
-   ASSERT_TRUE( reserve( group500, key( "a" ), 1 ) );
-   EXPECT_FALSE( reserve( group500, key( "b" ), 2 ) );
-   EXPECT_EQ( status( group500 ).poolStatuss(), 1u );
-   EXPECT_EQ( reservedBits( aclGroupFixedWidth ).size(), 1u );
-}
-
 TEST_F( Reservation, OfSystemAndFixedOffsetGroupsIsForStartUpOnly ) {
    bringUp();
    manager->doSetup();
