@@ -70,18 +70,6 @@ TEST_F( Reservation, TakesTheFirstPoolWithAFreeClassId ) {
    EXPECT_EQ( status( group500 ).poolStatuss(), 2u );
 }
 
-TEST_F( Reservation, OfSystemAndFixedOffsetGroupsIsForStartUpOnly ) {
-   bringUp();
-   manager->doSetup();
-   EXPECT_ABORT( reserve( 2, key( "new" ), 7 ),
-                 "entryId == INVALID_ENTRY_ID && \"System acl groups must reserve classId on init\"" );
-   EXPECT_ABORT(
-      reserve( 88, key( "new" ), 7 ),
-      "( classIdConfig->classIdPoolBits() == 0 || entryId == INVALID_ENTRY_ID ) && \"fixed offset pool can "
-      "only be reserved on init\"" );
-   EXPECT_TRUE( reserve( 2, key( "new" ), INVALID_ENTRY_ID ) );
-}
-
 TEST_F( Reservation, AtStartUpCoversEveryRuleOfTheSystem ) {
    bringUp();
    manager->doSetup();
@@ -97,15 +85,7 @@ TEST_F( Reservation, AtStartUpCoversEveryRuleOfTheSystem ) {
    EXPECT_EQ( std::vector<U32>( entries.begin(), entries.end() ), std::vector<U32>( { INVALID_ENTRY_ID } ) );
    EXPECT_FALSE( manager->classIdHwStatusHas( aclGroupFixedWidth ) ) << "a space of no bits has no bitmap";
    EXPECT_EQ( getQuarraTcamPortsManager(), getQuarraTcamPortsManager() );
-}
-
-TEST_F( Reservation, AtStartUpNeedsTheRoomAndTheStrategy ) {
-   bringUp( "testSdk6", { .flexible = 13 } );
-   EXPECT_ABORT( manager->doSetup(), "reserveClassId( tcamGroupId, requestIter.key(), INVALID_ENTRY_ID )" );
-   emptySpaces();
-   group( 5, { .allocation = allocateOnDemand } );
-   EXPECT_ABORT( manager->reserveClassIdForSystemAclGroup( 5 ),
-                 "classIdConfig->allocationType() == allocateOnInit()" );
+   EXPECT_TRUE( reserve( 2, key( "new" ), INVALID_ENTRY_ID ) ) << "a system group takes new keys at start-up";
 }
 
 TEST_F( RequestKeys, AreSharedByEqualPortsWhateverTheirOrder ) {
@@ -155,9 +135,6 @@ TEST_F( RequestKeys, AreNotSharedByEqualHashesAlone ) {
       << "the other key stays under the hash";
    manager->deleteIntfGroupFromIntfGroupInfo( group500, keyTwo, two );
    EXPECT_EQ( status( group500 ).intfGroupHashToIntfGroupInfos(), 0u );
-   manager->populateIntfGroupHashToIntfGroupInfo( group500, keyOne, one );
-   EXPECT_ABORT( manager->populateIntfGroupHashToIntfGroupInfo( group500, keyOne, two ),
-                 "intfGroup->isEqual( intfGroupInfo->requestKeyToIntfGroup( requestKey ) )" );
 }
 
 TEST_F( RequestKeys, OfSystemRulesComeFromTheReservationTable ) {
@@ -174,8 +151,6 @@ TEST_F( RequestKeys, OfSystemRulesComeFromTheReservationTable ) {
    EXPECT_EQ( manager->getRequestKeyForRuleId( 6, RuleId( l2Ctrl, "t" ) ), key( "invalid RequestKey" ) );
    EXPECT_EQ( manager->getRequestKeyForRuleId( 6, RuleId( FeatureGroupType::of( "dot1x" ), "r" ) ),
               key( "invalid RequestKey" ) );
-   EXPECT_ABORT( manager->getRequestKeyForRuleId( 16, RuleId( l2Ctrl, "r" ) ),
-                 "QuarraTcam::isSystemAclGroup( tcamGroupId )for tcamGroupId:16" );
 }
 
 // The index from entries to keys must answer as a walk over the requests would: the oldest request that holds
