@@ -1,8 +1,10 @@
+#include "Nodra/Trace.h"
 #include "simulator/ReturnCode.h"
 #include "tests/Child.h"
 #include "tests/Lines.h"
 
-// Every SDK call of a scenario, failed in turn: one line that names call, message and code, then the abort.
+// Scenarios that reach every SDK call. Each call, failed in turn, ends in one line that names call, message
+// and code, and then the abort.
 namespace QuarraTest {
 namespace {
 
@@ -112,8 +114,15 @@ struct OnVariant {
    }
 };
 
-class Faults : public LinesTest, public ::testing::WithParamInterface<OnVariant> {
+class Scenarios : public LinesTest, public ::testing::WithParamInterface<OnVariant> {
  protected:
+   void start() {
+      const auto &[ variant, scenario ] = GetParam();
+      const bool hasPorts = scenario->chip.find( "ports" ) != std::string::npos;
+      use( variant, std::string( R"(,"portBits":2)" ) + ( hasPorts ? "" : R"(,"ports":3)" ) +
+                       ( scenario->chip.empty() ? "" : "," + scenario->chip ) );
+   }
+
    // How a run of the line ends whose n-th SDK call, of all functions, fails.
    enum Outcome { refused = 1, noSuchCall, tolerated };
    Ending failing( const std::string &line, QuarraTool::U64 nth ) {
@@ -184,15 +193,32 @@ class Faults : public LinesTest, public ::testing::WithParamInterface<OnVariant>
    }
 };
 
-TEST_P( Faults, OfEverySdkCallEndInOneLineAndAnAbort ) {
-   const auto &[ variant, scenario ] = GetParam();
-   const std::string ports = scenario->chip.find( "ports" ) == std::string::npos ? R"(,"ports":3)" : "";
-   use( variant, R"(,"portBits":2)" + ports + ( scenario->chip.empty() ? "" : "," + scenario->chip ) );
+TEST_P( Scenarios, EndInOneLineAndAnAbortWhicheverSdkCallFails ) {
+   start();
    EXPECT_EQ( chip().calls(), 0u ) << "set-up leaves the chip alone";
-   for ( const auto &line : scenario->lines ) {
+   for ( const auto &line : GetParam().scenario->lines ) {
       failEachCall( line );
    }
    EXPECT_GT( chip().calls(), 0u );
+}
+
+// A trace that changes what it shows, or that cannot show it, would do so only where tracing is on.
+TEST_P( Scenarios, RunTheSameWithEveryTraceOn ) {
+   const auto run = [ & ] {
+      start();
+      std::vector<JsonOut> answers;
+      for ( const auto &line : GetParam().scenario->lines ) {
+         answers.push_back( ok( line ) );
+         answers.push_back( state() );
+      }
+      return answers;
+   };
+   const auto quiet = run();
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "*/0-9" );
+   EXPECT_EQ( run(), quiet );
+   Nodra::traceLevelsDelAll();
+   EXPECT_GT( trace.lines().size(), 100u );
 }
 
 std::vector<OnVariant> everyScenario() {
@@ -210,7 +236,7 @@ std::vector<OnVariant> everyScenario() {
    return all;
 }
 
-INSTANTIATE_TEST_SUITE_P( Scenarios, Faults, ::testing::ValuesIn( everyScenario() ),
+INSTANTIATE_TEST_SUITE_P( Variants, Scenarios, ::testing::ValuesIn( everyScenario() ),
                           []( const auto &item ) { return ::testing::PrintToString( item.param ); } );
 
 } // namespace

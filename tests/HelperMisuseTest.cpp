@@ -100,6 +100,11 @@ TEST_F( HelperMisuse, OfEveryVariant ) {
                  withoutProfile();
                  variant.factory( scsd );
               } },
+            { "handleInitialized", "!!activeChipProfile",
+              [ & ] {
+                 scsd->quarraModIdDelAll();
+                 variant.factory( scsd );
+              } },
             { "handleInitialized", "!!featureAttr",
               [ & ] {
                  withEmptyProfile();
@@ -147,6 +152,10 @@ TEST_F( HelperMisuse, OfTheTranslation ) {
       scsd->quarraModIdToUnitDelAll();
       getter( scsd );
    };
+   const auto withoutChip = [ & ]( const bcm_pbmp_t &( *getter )( const Scsd & )) {
+      scsd->quarraModIdDelAll();
+      getter( scsd );
+   };
    expectAborts( {
       { "intfToPortHas", "scsd", [ & ] { intfToPortHas( none, intf ); } },
       { "intfToPortCacheHas", "scsd", [ & ] { intfToPortCacheHas( none, intf ); } },
@@ -163,10 +172,11 @@ TEST_F( HelperMisuse, OfTheTranslation ) {
       { "getPbmpLbAll", "!isVexProduct", [ & ] { onVexProduct( getPbmpLbAll ); } },
       { "unitPbmp", "scsd->quarraModIdToUnitHas( modId )", [ & ] { withoutUnit( getPbmpEAll ); } },
       { "unitPbmp", "scsd->quarraModIdToUnitHas( modId )", [ & ] { withoutUnit( getPbmpPortAll ); } },
+      { "firstChipIsVexProduct", "!!chipAttributes", [ & ] { withoutChip( getPbmpPortAll ); } },
       { "firstChipIsVexProduct", "!!chipAttributes",
         [ & ] {
            QuarraCentral::quarraAttributes()->chipAttributesDelAll();
-           getPbmpPortAll( scsd );
+           intfToPort( scsd, intf );
         } },
    } );
 }

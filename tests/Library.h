@@ -124,6 +124,7 @@ class LibraryTest : public ::testing::Test {
 
    // Each mistake aborts, in a process of its own.
    static void expectAborts( const std::vector<Mistake> &mistakes ) {
+      Nodra::traceLevelsIs( "*/0-9" ); // what leads to the abort can be shown
       for ( const auto &[ function, assertion, make ] : mistakes ) {
          const std::string by = std::string( function ) + "(";
          const std::string failed = std::string( "assertion failed: " ) + assertion + "\n";
@@ -131,6 +132,7 @@ class LibraryTest : public ::testing::Test {
                        ::testing::AllOf( ::testing::HasSubstr( by ), ::testing::HasSubstr( failed ) ) )
             << by << " " << failed;
       }
+      Nodra::traceLevelsDelAll();
    }
 
    static QuarraCentral::ChipInfo usedChip() { return getQuarraTcamCommonData()->chipInfo(); }

@@ -106,7 +106,10 @@ TEST_F( Pools, OfAGroupEndWithTheLastId ) {
       ASSERT_EQ( request( flexibleGroup, key( "passes" ) ).poolId(), id );
       manager->clearClassId( flexibleGroup, key( "passes" ), 2 );
    }
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "QuarraTcamPortsManager/2" );
    EXPECT_FALSE( reserve( flexibleGroup, key( "one too many" ), 2 ) );
+   EXPECT_TRUE( trace.has( "Failed to reserve a pool, returning.." ) );
    EXPECT_EQ( reservedBits( aclGroupFlexibleWidth ), std::vector<U32>( { 0 } ) );
    EXPECT_TRUE( reserve( flexibleGroup, key( "stays" ), 3 ) );
    manager->clearClassId( flexibleGroup, key( "stays" ), 1 );
@@ -151,8 +154,15 @@ TEST_F( Pools, HintOfBitwisePoolsSpansThemAll ) {
       space.clear( free );
       ASSERT_NE( manager->reservePoolOfWidth( flexibleGroup, 1 ), 0 );
    }
-   const auto hint = manager->createAclGroupBitmapHint( flexibleGroup );
+   auto hint = manager->createAclGroupBitmapHint( flexibleGroup );
    EXPECT_EQ( std::pair( hint.startBit, hint.endBit ), std::pair( U8{ 34 }, U8{ 37 } ) );
+   manager->classIdTcamGroupStatus( flexibleGroup )->poolStatusDel( 2 );
+   hint = manager->createAclGroupBitmapHint( flexibleGroup );
+   EXPECT_EQ( std::pair( hint.startBit, hint.endBit ), std::pair( U8{ 34 }, U8{ 35 } ) );
+   EXPECT_EQ( status( flexibleGroup ).poolStatus( 2 )->size(), 0 ) << "an empty pool takes the place";
+   manager->clearClassIdPool( flexibleGroup );
+   EXPECT_FALSE( space.test( 2 ) || space.test( 3 ) );
+   EXPECT_TRUE( space.test( 5 ) && space.test( 0 ) );
 }
 
 } // namespace

@@ -125,7 +125,11 @@ TEST_F( RequestKeys, AreNotSharedByEqualHashesAlone ) {
    const RuleId rule;
    const auto keyOne = manager->getRequestKey( group500, 1, rule, one );
    ASSERT_TRUE( manager->reserveClassIdForIntfGroup( group500, keyOne, 1, one ) );
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "QuarraTcamPortsManager/2" );
    const auto keyTwo = manager->getRequestKey( group500, 2, rule, two );
+   EXPECT_TRUE( trace.has( " Creating a new RequestKey as we didn't find any for the intfGroup " ) );
+   Nodra::traceLevelsDelAll();
    EXPECT_NE( keyOne, keyTwo );
    ASSERT_TRUE( manager->reserveClassIdForIntfGroup( group500, keyTwo, 2, two ) );
    EXPECT_EQ( status( group500 ).intfGroupHashToIntfGroupInfos(), 1u );
@@ -161,7 +165,14 @@ TEST_F( RequestKeys, OfAnEntryAreTheOldestRequests ) {
    const auto keyOf = [ & ]( U32 entry ) {
       return manager->getRequestKeyForEntryId( group500, entry, RuleId() );
    };
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "QuarraTcamPortsManager/1-2" );
    EXPECT_EQ( keyOf( 1 ), key( "invalidRequestkey" ) );
+   EXPECT_TRUE( trace.has( " TcamGroupId: 500 not using classId " ) );
+   const auto made = manager->getRequestKey( group500, 1, RuleId(), nullptr );
+   EXPECT_TRUE( trace.lines().at( 2 ).text.ends_with( " intfGroup: " ) ) << "without ports to show";
+   EXPECT_NE( made, manager->getRequestKey( group500, 1, RuleId(), nullptr ) );
+   Nodra::traceLevelsDelAll();
    for ( const auto *name : { "a", "b", "c" } ) {
       ASSERT_TRUE( reserve( group500, key( name ), 9 ) );
    }

@@ -154,6 +154,7 @@ TEST_F( Translation, OfAVexProductGoesByAclGroupKeys ) {
    EXPECT_EQ( intfToPort( scsd, a ), invalidPort );
    EXPECT_EQ( intfToPortCache( scsd, a ), invalidPort );
    EXPECT_EQ( portToIntf( scsd, { 1, 2, 17, 4 } ), IntfId() );
+   scsd->quarraIntfToAclGroupKeyIs( IntfId( "0" ), 1021 );
    scsd->quarraIntfToAclGroupKeyIs( c, 1023 );
    scsd->quarraIntfToAclGroupKeyIs( a, 1023 );
    scsd->quarraIntfToAclGroupKeyCacheIs( b, 1022 );
