@@ -1,6 +1,9 @@
 #include "soak/Child.h"
 
+#include <cerrno>
 #include <csignal>
+#include <exception>
+#include <sstream>
 #include <system_error>
 
 #include <sys/wait.h>
@@ -19,6 +22,17 @@ std::string contents( std::FILE *file ) {
    return text;
 }
 
+// An exception must not reach the parent's code, which the child would go on with.
+int outcome( const std::function<int( std::FILE * )> &work, std::FILE *output ) {
+   try {
+      return work( output );
+   } catch ( const std::exception &exception ) {
+      std::fprintf( stderr, "%s\n", exception.what() );
+   }
+   constexpr int thrown = 255;
+   return thrown;
+}
+
 std::FILE *temporary() {
    std::FILE *const file = std::tmpfile();
    if ( !file ) {
@@ -29,8 +43,17 @@ std::FILE *temporary() {
 
 } // namespace
 
-bool Ending::clean() const {
-   return WIFEXITED( status ) && WEXITSTATUS( status ) == 0;
+bool Ending::exitedWith( int code ) const {
+   return WIFEXITED( status ) && WEXITSTATUS( status ) == code;
+}
+
+std::vector<std::string> Ending::errorLines() const {
+   std::vector<std::string> lines;
+   std::istringstream in( errors );
+   for ( std::string line; std::getline( in, line ); ) {
+      lines.push_back( line );
+   }
+   return lines;
 }
 
 bool Ending::aborted() const {
@@ -46,7 +69,7 @@ Child::Child( const std::function<int( std::FILE *output )> &work )
    }
    if ( process_ == 0 ) {
       dup2( fileno( errors_.get() ), STDERR_FILENO );
-      const int code = work( output_.get() );
+      const int code = outcome( work, output_.get() );
       std::fflush( nullptr );
       _exit( code );
    }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -15,12 +16,14 @@ struct Ending {
    std::string output;
    std::string errors; // standard error
 
-   bool clean() const;   // exit code 0
+   bool exitedWith( int code ) const;
+   bool clean() const { return exitedWith( 0 ); }
    bool aborted() const; // std::abort
+   std::vector<std::string> errorLines() const;
 };
 
 // A function in a child process of its own: an abort ends only the child. The function writes what the parent
-// is to have to the stream; its result is the exit code.
+// is to have to the stream; its result is the exit code, 255 when it throws.
 class Child {
  public:
    explicit Child( const std::function<int( std::FILE *output )> &work );

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <vector>
@@ -112,6 +113,37 @@ class LibraryTest : public ::testing::Test {
                const IntfGroupInfo::PtrConst &intfGroup ) {
       ASSERT_TRUE( manager->reserveClassIdForIntfGroup( id, requestKey, entry, intfGroup ) );
       manager->programClassIdForIntfGroup( id, requestKey, entry, intfGroup );
+   }
+
+   // A mistake, and what it ends in: the function that noticed, and its condition.
+   struct Mistake {
+      const char *function;
+      const char *assertion;
+      std::function<void()> make;
+   };
+
+   // Each mistake aborts, in a process of its own.
+   static void expectAborts( const std::vector<Mistake> &mistakes ) {
+      Nodra::traceLevelsIs( "*/0-9" ); // what leads to the abort can be shown
+      for ( const auto &[ function, assertion, make ] : mistakes ) {
+         const std::string by = std::string( function ) + "(";
+         const std::string failed = std::string( "assertion failed: " ) + assertion + "\n";
+         EXPECT_DEATH( make(),
+                       ::testing::AllOf( ::testing::HasSubstr( by ), ::testing::HasSubstr( failed ) ) )
+            << by << " " << failed;
+      }
+      Nodra::traceLevelsDelAll();
+   }
+
+   static QuarraCentral::ChipInfo usedChip() { return getQuarraTcamCommonData()->chipInfo(); }
+
+   // The manager whose chip has another profile.
+   QuarraTcamPortsManager &withProfile( const Nodra::PtrConst<QuarraCentral::ChipProfile> &profile ) {
+      return QuarraCentral::activeChipProfileIs( usedChip(), profile ), *manager;
+   }
+   QuarraTcamPortsManager &withoutProfile() { return withProfile( nullptr ); }
+   QuarraTcamPortsManager &withEmptyProfile() {
+      return withProfile( std::make_shared<QuarraCentral::ChipProfile>() );
    }
 
    const ClassIdTcamGroupStatus &status( TcamGroupId id ) { return *manager->classIdTcamGroupStatus( id ); }

@@ -67,8 +67,6 @@ TEST_F( Release, OfWhatWasNeverReservedIsNoFault ) {
       trace.has( "clearClassIdAndIntfGroup TcamGroupId: 500 EntryId: 1 hasn't any classId allocated,  looks "
                  "like a installEntry fail " ) );
    EXPECT_TRUE( status( group500 ).requestStatusHas( key( "b" ) ) );
-   EXPECT_ABORT( manager->clearClassId( group500, key( "b" ), 1 ),
-                 "classIdStatus->requestStatus( requestKey )->entryRefHas( entryId )" );
 }
 
 // Keys reserved at start-up: the last real entry clears the ports, and the key stays for the next one.
@@ -90,13 +88,6 @@ TEST_F( Release, OfAKeyReservedAtStartUpClearsThePortsOnly ) {
       EXPECT_EQ( request( id, key( rule ) ).entryRefs(), 2u );
    }
    EXPECT_TRUE( shadow().contains( 4 ) && shadow().contains( 5 ) );
-   EXPECT_ABORT( manager->clearClassId( 2, key( "DHCP Snooping group" ), INVALID_ENTRY_ID ),
-                 "!QuarraTcam::isSystemAclGroup( tcamGroupId )" );
-   group( group500, { .width = 1 } );
-   carry( group500, key( "a" ), INVALID_ENTRY_ID, ports( { 1 } ) );
-   carry( group500, key( "a" ), 9, ports( { 1 } ) );
-   EXPECT_ABORT( manager->clearClassId( group500, key( "a" ), 9 ),
-                 "QuarraTcam::isSystemAclGroup( tcamGroupId ) || isSourceTrunkMapGroup( tcamGroupId )" );
 }
 
 } // namespace

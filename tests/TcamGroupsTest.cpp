@@ -141,10 +141,6 @@ TEST_F( TcamGroups, KnowTheirSystemRulesInAdvance ) {
       EXPECT_EQ( getClassIdInfoForTcamGroup( 2 )->requestKey().begin()->first,
                  key( hsdk ? "CPU for l3 ctrl group" : "DHCP Snooping group" ) )
          << "ascending";
-      const std::string system = "failed: QuarraTcam::isSystemAclGroup( tcamGroupId )";
-      EXPECT_ABORT( helper->populateStaticClassIdReservation( 16 ),
-                    system + ( hsdk ? "\n" : " || isSourceTrunkMapGroup( tcamGroupId )\n" ) );
-      EXPECT_ABORT( helper->populateStaticClassIdReservation( 500 ), "!!groupConfig" );
    } );
 }
 
@@ -162,18 +158,11 @@ TEST_F( TcamGroups, AreThoseOfTheVariantThatTheFactoryMade ) {
       EXPECT_EQ( made.systemPortMax(), hsdk ? 255 : 0 );
       EXPECT_EQ( made.scsd(), scsd );
       EXPECT_EQ( made.classIdSizes(), 0u );
-      EXPECT_ABORT( QuarraAgent::variants()[ variant ].factory( nullptr ), "failed: !!scsd()\n" );
       ++variant;
    } );
    const auto &hsdk = *QuarraAgent::variantOf( "hsdk" );
    const auto large = QuarraAgent::bringUpChip( hsdk, QuarraAgent::chipProfiles()[ 2 ].config );
    EXPECT_EQ( hsdk.factory( large )->systemPortMax(), 1023 );
-   const auto onProfile = [ & ]( const Nodra::PtrConst<QuarraCentral::ChipProfile> &profile ) {
-      QuarraCentral::activeChipProfileIs( getQuarraTcamCommonData()->chipInfo(), profile );
-      hsdk.factory( large );
-   };
-   EXPECT_ABORT( onProfile( nullptr ), "!!activeChipProfile" );
-   EXPECT_ABORT( onProfile( std::make_shared<QuarraCentral::ChipProfile>() ), "!!featureAttr" );
 }
 
 TEST_F( TcamGroups, OfNoVariantHaveNoShape ) {
@@ -182,16 +171,6 @@ TEST_F( TcamGroups, OfNoVariantHaveNoShape ) {
    EXPECT_TRUE( base.setTcamGroups() == helper->setTcamGroups() );
    EXPECT_EQ( base.getAllocationStrategyForGroup( 3 ), allocateOnInit ) << "asks nobody";
    EXPECT_FALSE( base.modIdLow() || base.modIdHigh() || base.systemPortMax() );
-   const char *text = "0 && \" call to unimplemented base class function\"";
-   EXPECT_ABORT( base.setAclGroupClassId( 1, ports( {} ) ), text );
-   EXPECT_ABORT( base.isSourceTrunkMapGroup( 1 ), text );
-   EXPECT_ABORT( base.populateStaticClassIdReservation( 1 ), text );
-   EXPECT_ABORT( base.getClassIdTypeForGroup( 1 ), text );
-   EXPECT_ABORT( base.getPoolBitsForGroup( 1 ), text );
-   EXPECT_ABORT( base.getPoolWidthForGroup( 1 ), text );
-   EXPECT_ABORT( base.getNumberOfPoolsForGroup( 1 ), text );
-   EXPECT_ABORT( base.qualifySubPortGroupIds( 0, 1, 0, nullptr, 0, nullptr ), text );
-   EXPECT_ABORT( base.populateCpuIntfGroup( ports( {} ) ), text );
 }
 
 } // namespace
