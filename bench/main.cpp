@@ -7,11 +7,13 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "bench/Allocations.h"
 #include "bench/Figures.h"
 
 // bench [--json]              the figures, each as the ratio of its two sides
 // bench --count SIDE N        N operations of one side ("P1/operation", "P1/floor") and nothing else, for a
 //                             tool that counts instructions
+// bench --allocations SIDE    how many allocations 1,000 operations of a side make
 // bench --list                the figures' ids, for such a tool
 namespace QuarraBench {
 namespace {
@@ -101,21 +103,23 @@ int measure( bool json ) {
    return allMet ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
-int count( const std::string &side, long operations ) {
+Operation sideOf( const std::string &side ) {
    for ( const auto &figure : figures() ) {
       for ( const auto &[ name, setUp ] : { std::pair( figure.id + "/operation", figure.operation ),
                                             std::pair( figure.id + "/floor", figure.floor ) } ) {
          if ( name == side ) {
-            const auto operation = setUp();
-            for ( long i = 0; i < operations; ++i ) {
-               operation();
-            }
-            return EXIT_SUCCESS;
+            return setUp();
          }
       }
    }
    std::cerr << "bench: no side " << side << "\n";
-   return 2;
+   std::exit( 2 );
+}
+
+void repeat( const Operation &operation, long operations ) {
+   for ( long i = 0; i < operations; ++i ) {
+      operation();
+   }
 }
 
 } // namespace
@@ -124,7 +128,16 @@ int count( const std::string &side, long operations ) {
 int main( int argc, char **argv ) {
    using namespace QuarraBench;
    if ( argc == 4 && std::strcmp( argv[ 1 ], "--count" ) == 0 ) {
-      return count( argv[ 2 ], std::atol( argv[ 3 ] ) );
+      repeat( sideOf( argv[ 2 ] ), std::atol( argv[ 3 ] ) );
+      return EXIT_SUCCESS;
+   }
+   if ( argc == 3 && std::strcmp( argv[ 1 ], "--allocations" ) == 0 ) {
+      const auto operation = sideOf( argv[ 2 ] );
+      repeat( operation, 1000 ); // grows what grows once
+      const auto before = allocations();
+      repeat( operation, 1000 );
+      std::cout << allocations() - before << "\n";
+      return EXIT_SUCCESS;
    }
    if ( argc == 2 && std::strcmp( argv[ 1 ], "--list" ) == 0 ) {
       for ( const auto &figure : figures() ) {
