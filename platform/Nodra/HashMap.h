@@ -93,6 +93,7 @@ class HashMap {
             ( node->older ? node->older->newer : oldest_ ) = node->newer;
             ( node->newer ? node->newer->older : newest_ ) = node->older;
             --size_;
+            found_ = nullptr;
             delete node; // last: the key may be the element's own
             return true;
          }
@@ -106,6 +107,7 @@ class HashMap {
          delete node;
       }
       newest_ = nullptr;
+      found_ = nullptr;
       buckets_.clear();
       size_ = 0;
    }
@@ -129,12 +131,15 @@ class HashMap {
       if ( empty() ) {
          return nullptr;
       }
+      if ( found_ && found_->item.first == key ) {
+         return found_;
+      }
       const auto hash = hashOf( key );
       Node *node = const_cast<HashMap *>( this )->bucket( hash );
       while ( node && !( node->hash == hash && node->item.first == key ) ) {
          node = node->next;
       }
-      return node;
+      return found_ = node;
    }
 
    void enter( Node *node ) {
@@ -154,6 +159,7 @@ class HashMap {
    std::vector<Node *> buckets_;
    Node *oldest_ = nullptr;
    Node *newest_ = nullptr;
+   mutable Node *found_ = nullptr; // last: the next look-up is most often for the same key
    Types::U32 size_ = 0;
 };
 
