@@ -196,11 +196,15 @@ Operation Player::next() {
       return { Operation::Kind::createGroup, { .group = group } };
    }
    U32 place = choices_.below( allWeights_ );
-   std::size_t recipe = 0;
-   while ( place >= weights_[ recipe ] ) {
-      place -= weights_[ recipe++ ];
+   const auto *recipe = std::begin( recipes );
+   for ( const U32 weight : weights_ ) {
+      if ( place < weight ) {
+         break;
+      }
+      place -= weight;
+      ++recipe;
    }
-   return ( this->*recipes[ recipe ].make )();
+   return ( this->*recipe->make )();
 }
 
 std::optional<Operation> Player::nextRemoval() {
