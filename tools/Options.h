@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,7 @@ struct GlobalOptions {
    bool pretty = false;
    std::string trace;
    std::string variant = "testSdk6";
-   std::string chipFile;
+   std::optional<std::string> chipFile;
    std::vector<std::string> failSdkCalls; // "N", "N:CODE", "FUNCTION:N[:CODE]"
    bool statistics = false;
 
