@@ -9,23 +9,6 @@ namespace QuarraTool {
 namespace {
 
 using namespace QuarraTcam;
-using QuarraAgent::SdkGeneration;
-
-constexpr auto otherTypes = "OTHER";
-
-// On SDK6 groups of one-bit pools: tables of one type may overlap in their ports.
-const GroupMap sdk6GroupMap = {
-   { "L3", 13 },          { "L3V6", 14 },  { "L3V4V6", 59 }, { "MIRROR", 42 },     { "MIRRORV6", 43 },
-   { "MIRROR_DSCP", 52 }, { "PFCWD", 55 }, { "MCLAG", 56 },  { "CTRLPLANE", 108 }, { otherTypes, 132 },
-};
-
-// With fixed-width class IDs a one-bit group holds one port set, so here groups of eight-bit pools: 255 port
-// sets each, but a port belongs to one of them.
-const GroupMap hsdkGroupMap = {
-   { "L3", 16 },          { "L3V6", 17 },  { "L3V4V6", 18 }, { "MIRROR", 19 },    { "MIRRORV6", 20 },
-   { "MIRROR_DSCP", 21 }, { "PFCWD", 22 }, { "MCLAG", 23 },  { "CTRLPLANE", 24 }, { otherTypes, 25 },
-};
-
 // The chip's ports are the configuration's: port n is its n-th in natural order.
 ChipChoice withPortsOf( const AclConfig &config, ChipChoice choice ) {
    choice.chip.ports.clear();
@@ -76,10 +59,6 @@ U32 spaceBits( const Switch &theSwitch, TcamGroupId group ) {
 }
 
 } // namespace
-
-const GroupMap &defaultGroupMap( SdkGeneration generation ) {
-   return generation == SdkGeneration::sdk6 ? sdk6GroupMap : hsdkGroupMap;
-}
 
 Applied::Applied( AclConfig config, const ChipChoice &choice, const GroupMap &map )
    : config_( std::move( config ) ), map_( map ) {

@@ -1,19 +1,11 @@
 #pragma once
 
-#include <map>
-#include <string>
-
 #include "tools/ChipFile.h"
 #include "tools/ConfigDb.h"
+#include "tools/GroupMap.h"
 #include "tools/MatchCheck.h"
 
 namespace QuarraTool {
-
-// Which TCAM group the rules of a table type go to.
-using GroupMap = std::map<std::string, TcamGroupId>;
-
-// The default map of a generation. "OTHER" stands for every type that is not listed.
-const GroupMap &defaultGroupMap( QuarraAgent::SdkGeneration generation );
 
 // One rule of a configuration as a TCAM entry.
 struct PlannedEntry {

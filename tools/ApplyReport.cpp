@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "tools/TextFile.h"
 #include "tools/TextTable.h"
 
 namespace QuarraTool {
@@ -19,7 +20,7 @@ class PortNames {
  public:
    explicit PortNames( const Applied &applied ) {
       for ( const auto &port : applied.theSwitch().agent().chip().ports ) {
-         names_.emplace( port.port, port.intf );
+         names_.emplace( port.port, oneLine( port.intf ) );
       }
    }
 
@@ -77,7 +78,7 @@ std::string tablesPart( const Applied &applied, const PortNames &names ) {
    }
    for ( const auto &acl : applied.config().tables ) {
       if ( !acl.leftOut.empty() ) {
-         leftOut += fmt::format( "  left out: {} ({}, {}): {}\n", acl.name, acl.type,
+         leftOut += fmt::format( "  left out: {} ({}, {}): {}\n", oneLine( acl.name ), oneLine( acl.type ),
                                  counted( acl.rules.size(), "rule", "rules" ), acl.leftOut );
          continue;
       }
@@ -202,15 +203,19 @@ std::string costPart( const Applied &applied ) {
              chip.tcamRowBits, chip.ruleBits, costs.portWords );
 }
 
+// "TABLE|RULE"; names may hold anything.
+std::string ruleName( const PlannedEntry &entry ) {
+   return oneLine( entry.table->name + "|" + entry.rule->name );
+}
+
 std::string refusedPart( const Applied &applied, bool colour ) {
    std::string text;
    std::size_t listed = 0;
    for ( const auto &entry : applied.entries() ) {
       if ( !entry.refusedCode.empty() && listed++ < listedAtMost ) {
-         text += verdict( false,
-                          fmt::format( "{}|{}: {}: {}", entry.table->name, entry.rule->name,
-                                       entry.refusedCode, entry.refusedMessage ),
-                          colour );
+         text += verdict(
+            false, fmt::format( "{}: {}: {}", ruleName( entry ), entry.refusedCode, entry.refusedMessage ),
+            colour );
       }
    }
    return listed > listedAtMost ? text + fmt::format( "  and {} more\n", listed - listedAtMost ) : text;
@@ -232,11 +237,10 @@ std::string matchPart( const Applied &applied, const PortNames &names, bool colo
          return text + fmt::format( "  and {} more\n", applied.mismatches().size() - listedAtMost );
       }
       const auto &entry = applied.entries()[ mismatch.entry - 1 ];
-      text +=
-         fmt::format( "  {}|{} (entry {}, group {}) {} {}: {}\n", entry.table->name, entry.rule->name,
-                      mismatch.entry, mismatch.group.value(),
-                      mismatch.expected ? "does not match its port" : "matches a port that is not its own,",
-                      names.name( mismatch.port ), mismatch.reason );
+      text += fmt::format(
+         "  {} (entry {}, group {}) {} {}: {}\n", ruleName( entry ), mismatch.entry, mismatch.group.value(),
+         mismatch.expected ? "does not match its port" : "matches a port that is not its own,",
+         names.name( mismatch.port ), mismatch.reason );
    }
    return text;
 }
@@ -248,7 +252,7 @@ std::string applyReport( const Applied &applied, bool colour ) {
    const auto &agent = applied.theSwitch().agent();
    const auto installed = applied.entries().size() - applied.refused();
    std::string text =
-      fmt::format( "{}: {} on variant {}, chip {} with {}\n", applied.config().file,
+      fmt::format( "{}: {} on variant {}, chip {} with {}\n", oneLine( applied.config().file ),
                    counted( applied.config().tables.size(), "ACL table", "ACL tables" ), agent.variant().name,
                    agent.chip().profile, counted( agent.chip().ports.size(), "port", "ports" ) );
    text += heading( "ACL tables", colour ) + tablesPart( applied, names );

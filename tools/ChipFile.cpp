@@ -122,10 +122,10 @@ SdkCallFailure sdkCallFailure( const std::string &text ) {
    return failure;
 }
 
-ChipChoice readChipFile( const std::string &file, const ChipChoice &choice ) {
+ChipChoice parseChip( const std::string &text, const std::string &file, const ChipChoice &choice ) {
    Json json;
    try {
-      json = parseJson( readText( file ) );
+      json = parseJson( text );
    } catch ( const Complaint &complaint ) {
       throw InputError( file + complaint.what() );
    }
@@ -133,6 +133,10 @@ ChipChoice readChipFile( const std::string &file, const ChipChoice &choice ) {
    auto read = readChip( fields, choice );
    fields.finish();
    return read;
+}
+
+ChipChoice readChipFile( const std::string &file, const ChipChoice &choice ) {
+   return parseChip( readText( file ), file, choice );
 }
 
 } // namespace QuarraTool

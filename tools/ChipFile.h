@@ -35,8 +35,11 @@ ChipChoice readChip( JsonFields &fields, const ChipChoice &choice );
 // Throws InputError.
 SdkCallFailure sdkCallFailure( const std::string &text );
 
-// Reads a chip file; throws InputError for a file that cannot be read or is no JSON, RequestRefused for what
-// it says.
+// What the text of a chip file chooses; `file` is its name in messages. Throws InputError for text that is no
+// JSON, RequestRefused for what it says.
+ChipChoice parseChip( const std::string &text, const std::string &file, const ChipChoice &choice );
+
+// The same for a file; throws InputError when it cannot be read.
 ChipChoice readChipFile( const std::string &file, const ChipChoice &choice );
 
 } // namespace QuarraTool

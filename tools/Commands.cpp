@@ -1,5 +1,3 @@
-#include <cctype>
-#include <charconv>
 #include <cstdlib>
 #include <iostream>
 #include <sstream>
@@ -18,25 +16,6 @@ namespace {
 bool wantsColour() {
    const char *noColour = std::getenv( "NO_COLOR" );
    return isatty( STDOUT_FILENO ) && !( noColour && *noColour );
-}
-
-// "L3=16": the type in upper case, the group as a number.
-void addToMap( GroupMap &map, const std::string &text ) {
-   const auto equals = text.find( '=' );
-   std::string type = text.substr( 0, equals );
-   for ( auto &c : type ) {
-      c = static_cast<char>( std::toupper( static_cast<unsigned char>( c ) ) );
-   }
-   U16 group = 0;
-   const char *const end = text.data() + text.size();
-   const char *const digits = equals == std::string::npos ? end : text.data() + equals + 1;
-   const auto [ rest, problem ] = std::from_chars( digits, end, group );
-   if ( type.empty() || digits == end || rest != end || problem != std::errc() ) {
-      throw InputError( fmt::format( "--map {}: expected TYPE=GROUP, a group from 0 to 65535", text ) );
-   }
-   if ( !map.emplace( type, TcamGroupId( group ) ).second ) {
-      throw InputError( fmt::format( "--map {}: type {} is mapped twice", text, type ) );
-   }
 }
 
 void printJson( const GlobalOptions &global, const JsonOut &json ) {
@@ -68,7 +47,7 @@ ChipChoice GlobalOptions::choice() const {
    for ( const auto &text : failSdkCalls ) {
       choice.failures.push_back( sdkCallFailure( text ) );
    }
-   return chipFile.empty() ? choice : readChipFile( chipFile, choice );
+   return chipFile ? readChipFile( *chipFile, choice ) : choice;
 }
 
 int runApply( const GlobalOptions &global, const ApplyOptions &options ) {

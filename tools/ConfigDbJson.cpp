@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include "agent/OneLine.h"
+
 namespace QuarraTool {
 namespace {
 
@@ -42,6 +44,7 @@ class ValueBuilder final : public nlohmann::json_sax<Json> {
    explicit ValueBuilder( const std::string &text ) : text_( text ) {}
 
    Json take() { return std::move( root_ ); }
+   [[noreturn]] void refuse( std::size_t offset, const std::string &message ) const;
 
    bool null() override { return put( nullptr ); }
    bool boolean( bool value ) override { return put( value ); }
@@ -85,11 +88,15 @@ bool ValueBuilder::key( string_t &key ) {
 
 // `position` counts the characters read, the offending one or the end of the text included.
 bool ValueBuilder::parse_error( std::size_t position, const std::string &, const Json::exception &error ) {
-   const std::string_view before = std::string_view( text_ ).substr( 0, position == 0 ? 0 : position - 1 );
+   refuse( position == 0 ? 0 : position - 1, syntaxMessage( error ) );
+}
+
+void ValueBuilder::refuse( std::size_t offset, const std::string &message ) const {
+   const std::string_view before = std::string_view( text_ ).substr( 0, offset );
    const auto line = 1 + static_cast<std::size_t>( std::ranges::count( before, '\n' ) );
    const std::size_t lineBreak = before.rfind( '\n' );
    const std::size_t lineStart = lineBreak == std::string_view::npos ? 0 : lineBreak + 1;
-   throw Complaint( line, before.size() - lineStart + 1, syntaxMessage( error ) );
+   throw Complaint( line, before.size() - lineStart + 1, message );
 }
 
 bool ValueBuilder::put( Json value ) {
@@ -146,10 +153,10 @@ std::string ValueBuilder::place() const {
 } // namespace
 
 Complaint::Complaint( std::size_t line, std::size_t column, const std::string &message )
-   : std::runtime_error( fmt::format( ":{}:{}: {}", line, column, message ) ) {}
+   : std::runtime_error( QuarraAgent::oneLine( fmt::format( ":{}:{}: {}", line, column, message ) ) ) {}
 
 Complaint::Complaint( const std::string &place, const std::string &message )
-   : std::runtime_error( ": " + ( place.empty() ? "" : place + ": " ) + message ) {}
+   : std::runtime_error( QuarraAgent::oneLine( ": " + ( place.empty() ? "" : place + ": " ) + message ) ) {}
 
 Json parseJson( const std::string &text ) {
    if ( text.find_first_not_of( " \t\r\n" ) == std::string::npos ) {
@@ -157,6 +164,9 @@ Json parseJson( const std::string &text ) {
    }
    ValueBuilder builder( text );
    Json::sax_parse( text, &builder );
+   if ( const std::size_t end = text.find( '\0' ); end != std::string::npos ) {
+      builder.refuse( end, "syntax error: a character of value 0" ); // where the parser takes the text to end
+   }
    return builder.take();
 }
 

@@ -18,7 +18,7 @@ struct GlobalOptions {
    std::string trace;
    std::string variant = "testSdk6";
    bool variantChosen = false;
-   std::string chipFile;
+   std::optional<std::string> chipFile;
    std::vector<std::string> failSdkCalls; // "N", "N:CODE", "FUNCTION:N[:CODE]"
    bool statistics = false;
 

@@ -28,17 +28,4 @@ std::string readText( const std::string &file ) {
    return text;
 }
 
-std::string oneLine( const std::string &text ) {
-   std::string line;
-   for ( const char c : text ) {
-      const auto byte = static_cast<unsigned char>( c );
-      if ( byte < 0x20 || byte == 0x7f ) {
-         line += fmt::format( "\\x{:02x}", byte );
-      } else {
-         line += c;
-      }
-   }
-   return line;
-}
-
 } // namespace QuarraTool

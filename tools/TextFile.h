@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "agent/OneLine.h"
+
 namespace QuarraTool {
 
 // Bad input: where it is and what was expected. what() is one line: "FILE:LINE:COLUMN: message" for a JSON
@@ -16,7 +18,6 @@ class InputError : public std::runtime_error {
 // Everything that a file holds. Throws InputError when it cannot be read.
 std::string readText( const std::string &file );
 
-// The text on one line: keys and file names may hold anything.
-std::string oneLine( const std::string &text );
+using QuarraAgent::oneLine;
 
 } // namespace QuarraTool

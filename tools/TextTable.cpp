@@ -1,10 +1,18 @@
 #include "tools/TextTable.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include <fmt/format.h>
 
+#include "tools/TextFile.h"
+
 namespace QuarraTool {
+
+void TextTable::row( const std::vector<std::string> &cells ) {
+   std::vector<std::string> &row = rows_.emplace_back();
+   std::ranges::transform( cells, std::back_inserter( row ), oneLine );
+}
 
 std::string TextTable::line( const std::vector<std::string> &cells,
                              const std::vector<std::size_t> &widths ) const {

@@ -17,7 +17,7 @@ class TextTable {
 
    explicit TextTable( std::vector<Column> columns ) : columns_( std::move( columns ) ) {}
 
-   void row( std::vector<std::string> cells ) { rows_.push_back( std::move( cells ) ); }
+   void row( const std::vector<std::string> &cells ); // each on one line, whatever it holds
    bool empty() const { return rows_.empty(); }
 
    // Indented by two blanks, two blanks between columns, no blanks at the end of a line.

@@ -35,7 +35,7 @@ constexpr auto examples =
 // Runs a command; whatever is wrong with its input is one line on standard error.
 int run( const GlobalOptions &global, const std::function<int()> &command ) {
    if ( const auto problem = Nodra::traceLevelsIs( global.trace ); !problem.empty() ) {
-      std::cerr << "quarra-tcam: --trace: " << problem << "\n";
+      std::cerr << "quarra-tcam: --trace: " << oneLine( problem ) << "\n";
       return exitBadInput;
    }
    try {
@@ -56,6 +56,9 @@ int main( int argc, char **argv ) {
    app.set_version_flag( "-V,--version", std::string( "quarra-tcam " ) + version );
    app.require_subcommand( 1 );
    app.fallthrough();
+   app.failure_message( []( const CLI::App *, const CLI::Error &error ) {
+      return "quarra-tcam: " + oneLine( error.what() ) + " (--help explains)\n";
+   } );
 
    GlobalOptions global;
    app.add_flag( "-j,--json", global.json, "Print one JSON document" );

@@ -1,0 +1,245 @@
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "agent/Trace.h"
+#include "tests/BadInputs.h"
+#include "tools/ApplyReport.h"
+
+// Bad input is refused in one line, with its code, and nothing is applied.
+namespace QuarraTest {
+namespace {
+
+using namespace QuarraTool;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+constexpr auto dumpLine = R"({"op":"dump"})";
+
+void expectRefused( const BadInput &input, const JsonOut &answer ) {
+   EXPECT_EQ( answerProblem( answer ), "" ) << input.where();
+   ASSERT_EQ( answer.at( "ok" ), false ) << input.where();
+   EXPECT_EQ( answer.at( "error" ).at( "code" ), input.field( "code" ) ) << input.where() << answer.dump();
+   EXPECT_THAT( answer.at( "error" ).at( "message" ).get<std::string>(), HasSubstr( input.field( "says" ) ) )
+      << input.where();
+}
+
+// What the command prints of input that it refuses, "" for input that it takes.
+std::string refusalOf( const std::function<void()> &read ) {
+   try {
+      read();
+   } catch ( const InputError &error ) {
+      return error.what();
+   } catch ( const QuarraAgent::RequestRefused &refused ) {
+      return refused.code() + ": " + refused.what();
+   }
+   return "";
+}
+
+void expectRefusal( const BadInput &input, const std::string &refusal ) {
+   EXPECT_EQ( lineProblem( refusal ), "" ) << input.where();
+   EXPECT_THAT( refusal, HasSubstr( input.field( "says" ) ) ) << input.where();
+   if ( const auto code = input.field( "code" ); !code.empty() ) {
+      EXPECT_THAT( refusal, StartsWith( code + ": " ) ) << input.where();
+   }
+}
+
+// A switch after the lines of a prelude.
+std::unique_ptr<Batch> batchAfter( const JsonOut &prelude ) {
+   auto batch = std::make_unique<Batch>( defaultChoice( "testSdk6" ) );
+   for ( const auto &line : prelude ) {
+      const auto answer = batch->answer( line.dump() );
+      EXPECT_EQ( answer.at( "ok" ), true ) << line.dump() << answer.dump();
+   }
+   return batch;
+}
+
+TEST( BadInput, IsListedInAtLeast200CasesAndForEveryCode ) {
+   const auto inputs = allBadInputs();
+   EXPECT_GE( inputs.size(), 200u );
+   std::set<std::string> codes;
+   for ( const auto &input : inputs ) {
+      codes.insert( input.field( "code" ) );
+   }
+   codes.erase( "" );
+   // Two port sets of one hash, and a group wider than a space that the rules at start-up fit into.
+   codes.insert( { "indexCollision", "spaceTooNarrow" } );
+   EXPECT_EQ( codes, documentedCodes() );
+}
+
+TEST( BadInput, InABatchIsRefusedAndChangesNothing ) {
+   JsonOut prelude;
+   JsonOut state;
+   std::unique_ptr<Batch> batch;
+   for ( const auto &input : badInputs( "line" ) ) {
+      if ( !batch || input.fields.at( "prelude" ) != prelude ) {
+         prelude = input.fields.at( "prelude" );
+         batch.reset();
+         batch = batchAfter( prelude );
+         state = batch->answer( dumpLine );
+      }
+      expectRefused( input, batch->answer( input.text ) );
+      EXPECT_EQ( JsonOut::diff( state, batch->answer( dumpLine ) ), JsonOut::array() ) << input.where();
+   }
+}
+
+TEST( BadInput, AsAChipIsRefusedInAFileAndInABatch ) {
+   const auto defaultState = batchAfter( {} )->answer( dumpLine );
+   for ( const auto &input : badInputs( "chip" ) ) {
+      expectRefusal( input, refusalOf( [ & ] {
+                        const Switch made(
+                           parseChip( input.text, "chip.json", defaultChoice( "testSdk6" ) ) );
+                     } ) );
+      auto line = input.fields.at( "json" );
+      line[ "op" ] = "chip";
+      Batch batch( defaultChoice( "testSdk6" ) );
+      expectRefused( input, batch.answer( line.dump() ) );
+      EXPECT_EQ( JsonOut::diff( defaultState, batch.answer( dumpLine ) ), JsonOut::array() ) << input.where();
+   }
+   for ( const auto &input : badInputs( "chipFile" ) ) {
+      const auto refusal =
+         refusalOf( [ & ] { parseChip( input.text, "chip.json", defaultChoice( "testSdk6" ) ); } );
+      expectRefusal( input, refusal );
+      EXPECT_THAT( refusal, HasSubstr( "chip.json:" ) ) << input.where();
+   }
+}
+
+TEST( BadInput, AsAConfigurationIsRefusedWithItsPlace ) {
+   for ( const auto &input : badInputs( "config" ) ) {
+      const auto refusal = refusalOf( [ & ] { parseConfigDb( input.text, "acl.json" ); } );
+      expectRefusal( input, refusal );
+      EXPECT_THAT( refusal, StartsWith( "acl.json:" ) ) << input.where();
+   }
+}
+
+TEST( BadInput, AsAnOptionIsRefused ) {
+   for ( const auto &input : badInputs( "map" ) ) {
+      GroupMap map;
+      expectRefusal( input, refusalOf( [ & ] {
+                        for ( const auto &text : input.fields.at( "texts" ) ) {
+                           addToMap( map, text );
+                        }
+                     } ) );
+   }
+   for ( const auto &input : badInputs( "failSdkCall" ) ) {
+      expectRefusal( input, refusalOf( [ & ] { sdkCallFailure( input.text ); } ) );
+   }
+   for ( const auto &input : badInputs( "variant" ) ) {
+      expectRefusal( input, refusalOf( [ & ] { defaultChoice( input.text ); } ) );
+   }
+   for ( const auto &input : badInputs( "trace" ) ) {
+      expectRefusal( input, Nodra::traceLevelsIs( input.text ) );
+      EXPECT_EQ( QuarraAgent::agentTrace.levels(), 0 ) << input.where();
+   }
+}
+
+// The command itself, in a folder of its own.
+class Command : public ::testing::Test {
+ protected:
+   Command() { std::filesystem::create_directories( folder_ ); }
+   ~Command() override { std::filesystem::remove_all( folder_ ); }
+
+   std::string write( const std::string &text ) const {
+      std::ofstream( folder_ / "input.json", std::ios::binary ) << text;
+      return folder_ / "input.json";
+   }
+
+   void expectBadInput( const BadInput &input, const std::vector<std::string> &arguments ) const {
+      std::string line = "cd '" QUARRA_SOURCES "' && '" QUARRA_TCAM "'";
+      for ( const auto &argument : arguments ) {
+         line += " '" + argument + "'";
+      }
+      const auto printed = ( folder_ / "printed" ).string();
+      const auto errors = ( folder_ / "errors" ).string();
+      const int status = std::system( ( line + " >'" + printed + "' 2>'" + errors + "'" ).c_str() );
+      EXPECT_TRUE( WIFEXITED( status ) && WEXITSTATUS( status ) == 2 ) << input.where() << " " << status;
+      EXPECT_EQ( readText( printed ), "" ) << input.where();
+      const auto error = readText( errors );
+      ASSERT_TRUE( error.ends_with( '\n' ) ) << input.where() << error;
+      EXPECT_THAT( error, StartsWith( "quarra-tcam: " ) ) << input.where();
+      expectRefusal( input, error.substr( 0, error.size() - 1 ) );
+   }
+
+ private:
+   const std::filesystem::path folder_ =
+      std::filesystem::temp_directory_path() / ( "quarra-bad-input-" + std::to_string( getpid() ) );
+};
+
+TEST_F( Command, RefusesBadInputWithExitCode2AndOneLine ) {
+   for ( const auto &input : badInputs( "command" ) ) {
+      expectBadInput( input, input.fields.at( "args" ) );
+   }
+   for ( const auto &input : badInputs( "config" ) ) {
+      if ( input.fields.contains( "command" ) ) {
+         expectBadInput( input, { "apply", write( input.text ) } );
+         expectBadInput( input, { "-j", "apply", write( input.text ), "--bindings" } );
+      }
+   }
+}
+
+TEST( Tolerated, LinesAreCarriedOut ) {
+   for ( const auto &input : badInputs( "toleratedLine" ) ) {
+      const auto answer = batchAfter( input.fields.at( "prelude" ) )->answer( input.text );
+      EXPECT_EQ( answer.at( "ok" ), true ) << input.where() << answer.dump();
+   }
+}
+
+std::vector<std::string> reportedLines( const Applied &applied ) {
+   std::vector<std::string> lines;
+   std::istringstream report( applyReport( applied, false ) );
+   for ( std::string line; std::getline( report, line ); ) {
+      lines.push_back( line );
+   }
+   return lines;
+}
+
+TEST( Tolerated, ConfigurationsAreAppliedAndTheOddIsReported ) {
+   for ( const auto &input : badInputs( "toleratedConfig" ) ) {
+      const Applied applied( parseConfigDb( input.text, "acl.json" ), defaultChoice( "testSdk6" ), {} );
+      EXPECT_TRUE( applied.allFitAndMatch() ) << input.where();
+      std::string reported;
+      for ( const auto &warning : applied.config().warnings ) {
+         reported += warning + "; ";
+      }
+      for ( const auto &table : applied.config().tables ) {
+         reported += table.name + " left out: " + table.leftOut + "; ";
+      }
+      EXPECT_THAT( reported, HasSubstr( input.field( "says" ) ) ) << input.where();
+   }
+}
+
+// Names of tables, rules, ports and files went to the terminal as they came: a name with a line break split a
+// line of the report in two, one with an escape sequence was obeyed.
+TEST( Tolerated, NamesWithControlCharactersAreOneLineInTheReport ) {
+   const auto text = R"({"PORT":{"E\u001b[2J":{},"E\u009b2J":{}},"ACL_RULE":{"T\nU|R\tS":{},"V|R\r":{}},
+      "ACL_TABLE":{"T\nU":{"type":"L3\b","ports":["E\u001b[2J"]},"V":{"type":"V","ports":["E\u009b2J"]},
+      "W\n":{"type":"L3","stage":"egress"}}})";
+   const GroupMap map = { { "V", 2 } }; // a system group refuses V's rule
+   const Applied applied( parseConfigDb( text, "a\nb.json" ), defaultChoice( "testSdk6" ), map );
+   EXPECT_EQ( applied.refused(), 1u );
+   const auto lines = reportedLines( applied );
+   for ( const auto &line : lines ) {
+      EXPECT_EQ( oneLine( line ), line );
+   }
+   EXPECT_THAT( lines, ::testing::Contains( HasSubstr( R"(V|R\x0d: unknownRule)" ) ) );
+   EXPECT_THAT( lines, ::testing::Contains( HasSubstr( R"(E\x1b[2J)" ) ) );
+}
+
+// A byte of value 0 ended the text for the parser: what followed, half a file or a second object, was ignored
+// without a word. In a name it cut the message short.
+TEST( BadInput, DoesNotEndAtAByteOfValue0 ) {
+   const auto refusal = []( std::string text ) { return refusalOf( [ & ] { parseConfigDb( text, "f" ); } ); };
+   EXPECT_EQ( refusal( std::string( "{\"ACL_TABLE\":{}}\0!", 18 ) ),
+              "f:1:17: syntax error: a character of value 0" );
+   EXPECT_EQ( refusal( R"({"ACL_TABLE":{"T":{"type":"L3","ports":["A\u0000B"]}},"PORT":{}})" ),
+              R"(f: ACL_TABLE|T.ports[0]: port "A\x00B" is not in PORT)" );
+}
+
+} // namespace
+} // namespace QuarraTest

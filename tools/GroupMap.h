@@ -1,0 +1,23 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "agent/Variants.h"
+
+namespace QuarraTool {
+
+// Which TCAM group the rules of a table type go to.
+using GroupMap = std::map<std::string, QuarraTcam::TcamGroupId>;
+
+// Stands in a map for every type that is not listed.
+inline constexpr auto otherTypes = "OTHER";
+
+// The default map of a generation.
+const GroupMap &defaultGroupMap( QuarraAgent::SdkGeneration generation );
+
+// Adds what one option --map says, "L3=16". Throws InputError for anything else, and for a type that is
+// there.
+void addToMap( GroupMap &map, const std::string &text );
+
+} // namespace QuarraTool
