@@ -332,8 +332,9 @@ TEST_F( Helpers, OfTheHsdkTwinReadTheTableBackIntoTheShadow ) {
    auto &twin = dynamic_cast<QuarraTcamTestHSDKPortsHelper &>( *helper );
    EXPECT_EQ( twin.aclGroupShadows(), 256u );
    EXPECT_EQ( twin.aclGroupShadow( 255 )->size(), 160u );
-   program( 33, ports( { 5 } ) );
-   EXPECT_EQ( portsWith( 33 ), Ports( { 5 } ) );
+   program( 33, ports( { 5, 255 } ) );
+   EXPECT_EQ( portsWith( 33 ), Ports( { 5, 255 } ) );
+   EXPECT_EQ( twin.aclGroupShadow( 255 )->setBits(), Ports( { 33 } ) ) << "the last port, too";
    for ( U32 first = 0, width = 32; first < 160; first += width, width = 16 ) {
       twin.aclGroupShadow( 5 )->rangeSet( 0, 159 );
       program( static_cast<U8>( first + 1 ), ports( { 5 } ) );

@@ -53,6 +53,7 @@ TEST_F( Programming, ABitIsTheUnionOfTheRequestsThatHoldIt ) {
    group( group500, { .width = 1 } );
    carry( group500, key( "a" ), 1, ports( { 1, 2 } ) );
    holdBitOf( key( "a" ), key( "b" ), 2 );
+   manager->classIdTcamGroupStatus( group500 )->requestStatus( key( "b" ) )->classIdIs( 3 );
    Nodra::MemoryTrace trace;
    Nodra::traceLevelsIs( "QuarraTcamPortsManager/2,QuarraTcamPortsManagerTypes/4" );
    program( key( "b" ), 2, ports( { 2, 3 } ) );
@@ -67,6 +68,7 @@ TEST_F( Programming, ABitIsTheUnionOfTheRequestsThatHoldIt ) {
    EXPECT_EQ( portsWithBit( 0 ), Ports( { 1, 2, 3 } ) );
    program( key( "a" ), 1, ports( {} ) );
    EXPECT_EQ( portsWithBit( 0 ), Ports( { 2, 3 } ) );
+   EXPECT_EQ( portsWithBit( 1 ), Ports() ) << "a class ID has no bit above its pool's width";
 }
 
 TEST_F( Programming, TheSamePortsAgainWritesNothing ) {
@@ -185,6 +187,7 @@ TEST_F( Programming, AQualifierComparesOnlyItsPoolsBits ) {
    EXPECT_EQ( qualifier->data()->setBits(), std::vector<U32>( { 3, 5 } ) );
    EXPECT_EQ( qualifier->mask()->setBits(), std::vector<U32>( { 3, 4, 5 } ) );
    EXPECT_EQ( std::pair( qualifier->data()->size(), qualifier->mask()->size() ), std::pair( 16u, 16u ) );
+   EXPECT_EQ( qualifier->data()->id() + qualifier->mask()->id(), 0u );
    qualifier->mask()->clear( 4 );
    EXPECT_EQ( manager->getClassId( group500, key( "5" ), 1 )->mask()->count(), 3u )
       << "the pool's mask is not shared";
