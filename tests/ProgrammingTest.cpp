@@ -59,11 +59,12 @@ TEST_F( Programming, ABitIsTheUnionOfTheRequestsThatHoldIt ) {
    program( key( "b" ), 2, ports( { 2, 3 } ) );
    Nodra::traceLevelsDelAll();
    EXPECT_EQ( portsWithBit( 0 ), Ports( { 1, 2, 3 } ) );
-   const std::vector<std::string> shown = {
-      "IntfGroup for bit pos is: ", "   interfaces : ", "   0/1", "   0/2", "   0/3", "   ethernet : 0"
-   };
-   const auto texts = textsFrom( trace, 0 );
-   EXPECT_TRUE( std::equal( shown.begin(), shown.end(), texts.begin() ) );
+   using ::testing::ElementsAre;
+   EXPECT_THAT( textsFrom( trace, 0 ),
+                ElementsAre( "IntfGroup for bit pos is: ", "   interfaces : ", "   0/1", "   0/2", "   0/3",
+                             "   ethernet : 0", "   interfaces : ", "   0/1", "   0/2", "   0/3",
+                             "   ethernet : 0" ) )
+      << "by the manager, then by the helper";
    program( key( "a" ), 1, ports( { 1 } ) );
    EXPECT_EQ( portsWithBit( 0 ), Ports( { 1, 2, 3 } ) );
    program( key( "a" ), 1, ports( {} ) );
