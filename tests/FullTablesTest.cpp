@@ -77,8 +77,9 @@ class Tables : public LibraryTest, public ::testing::WithParamInterface<Table> {
       if ( table.type != aclGroupFixedWidth ) {
          return chip->matches( entry, { 0, port }, table.type == vfpSourceTrunkMap ? 10 : 9 );
       }
-      const auto &[ kind, data, mask, word, wordMask ] = chip->tcamEntries().at( entry );
-      return std::all_of( mask.begin(), mask.end(), [ & ]( U32 bit ) {
+      const auto &entryOnChip = chip->tcamEntries().at( entry );
+      const auto &data = entryOnChip.dataBits;
+      return std::all_of( entryOnChip.maskBits.begin(), entryOnChip.maskBits.end(), [ & ]( U32 bit ) {
          return value.test( unionBits + bit ) == std::binary_search( data.begin(), data.end(), bit );
       } );
    }

@@ -82,6 +82,8 @@ TEST_F( Helpers, TurnBitmapsOfAclGroupKeysIntoPorts ) {
    scsd->quarraIntfToCpuPortIs( IntfId( "Cpu2" ), { 4, 0, 600, 0 } );
    scsd->quarraIntfToCpuPortIs( IntfId( "Cpu1" ), { 3, 0, 600, 0 } );
    EXPECT_EQ( portsOf( ofBits( ifpGroup, { 600 } ) ), ModPorts( { { 3, 600 } } ) ) << "the CPU's wins";
+   scsd->quarraIntfToCpuPortIs( IntfId( "Cpu3" ), { 5, 0, 601, 0 } );
+   EXPECT_EQ( portsOf( ofBits( aclGroup, { 601 } ) ), ModPorts( { { 5, 601 } } ) ) << "and needs no key";
    EXPECT_EQ( portsOf( ofBits( aclGroup, {} ) ), ModPorts() );
    const auto ethernet = ofBits( aclGroup, { 1, 600 }, true );
    EXPECT_TRUE( ethernet->ethernet() && !ethernet->portIds() );
@@ -326,23 +328,31 @@ TEST_F( Helpers, OfTheSdk6TwinShadowInsteadOfProgramming ) {
 }
 
 TEST_F( Helpers, OfTheHsdkTwinReadTheTableBackIntoTheShadow ) {
-   bringUp( "testHsdk", { .flexible = 32, .fixed = 32 } );
+   bringUp( "testHsdk" );
    auto &twin = dynamic_cast<QuarraTcamTestHSDKPortsHelper &>( *helper );
    EXPECT_EQ( twin.aclGroupShadows(), 256u );
    EXPECT_EQ( twin.aclGroupShadow( 255 )->size(), 160u );
-   program( 33, ports( { 5 } ) );
-   for ( const U32 stray : { 31u, 32u, 47u, 48u } ) {
-      twin.aclGroupShadow( 5 )->set( stray );
-      twin.aclGroupShadow( 6 )->set( stray );
+   program( 33, ports( { 5, 255 } ) );
+   EXPECT_EQ( portsWith( 33 ), Ports( { 5, 255 } ) );
+   EXPECT_EQ( twin.aclGroupShadow( 255 )->setBits(), Ports( { 33 } ) ) << "the last port, too";
+   for ( U32 first = 0, width = 32; first < 160; first += width, width = 16 ) {
+      twin.aclGroupShadow( 5 )->rangeSet( 0, 159 );
+      program( static_cast<U8>( first + 1 ), ports( { 5 } ) );
+      auto expected = from( 0, 159 ); // all but what the field of the bit does not hold
+      std::erase_if( expected, [ & ]( U32 bit ) {
+         return bit >= first && bit < first + width && !chip->aclGroup( 5 ).test( bit );
+      } );
+      EXPECT_EQ( twin.aclGroupShadow( 5 )->setBits(), expected ) << first;
    }
-   program( 40, ports( { 5 } ) );
-   EXPECT_EQ( twin.aclGroupShadow( 5 )->setBits(), Ports( { 31, 33, 40, 48 } ) ) << "the field is replaced";
-   EXPECT_EQ( twin.aclGroupShadow( 6 )->setBits(), Ports( { 31, 32, 47, 48 } ) ) << "there is no entry";
-   EXPECT_EQ( portsWith( 40 ), Ports( { 5 } ) );
-   twin.aclGroupShadowDel( 5 );
+   twin.aclGroupShadow( 6 )->set( 33 );
+   program( 33, ports( { 5 } ) );
+   EXPECT_EQ( twin.aclGroupShadow( 6 )->setBits(), Ports( { 33 } ) ) << "there is no entry";
+   bringUp( "testHsdk", { .flexible = 32, .fixed = 32 } );
+   auto &narrow = dynamic_cast<QuarraTcamTestHSDKPortsHelper &>( *helper );
+   narrow.aclGroupShadowDel( 5 );
    program( 2, ports( { 5 } ) );
-   EXPECT_EQ( twin.aclGroupShadow( 5 )->size(), 64u );
-   EXPECT_EQ( twin.aclGroupShadow( 5 )->setBits(), Ports( { 2 } ) );
+   EXPECT_EQ( narrow.aclGroupShadow( 5 )->size(), 64u ) << "a lost one is made as wide as the chip's value";
+   EXPECT_EQ( narrow.aclGroupShadow( 5 )->setBits(), Ports( { 2 } ) );
 }
 
 } // namespace

@@ -125,7 +125,11 @@ TEST_F( Pools, OfAFixedWidthGroupStayUntilItIsDeleted ) {
    ASSERT_TRUE( reserve( flexibleGroup, key( "a" ), 1 ) );
    manager->clearClassId( flexibleGroup, key( "a" ), 1 );
    EXPECT_EQ( reservedBits( aclGroupFixedWidth ), Bits( { 0, 1, 2, 3 } ) );
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "QuarraTcamPortsManager/2" );
    manager->clearClassIdPool( flexibleGroup );
+   ASSERT_EQ( trace.lines().size(), 1u ) << "a pool that still lends would be traced";
+   EXPECT_EQ( trace.lines()[ 0 ].text, "clearClassIdPoolunreserved classId for the group 500" );
    EXPECT_EQ( reservedBits( aclGroupFixedWidth ), Bits() );
    EXPECT_FALSE( manager->classIdTcamGroupStatusHas( flexibleGroup ) );
 }

@@ -10,6 +10,14 @@ constexpr U16 group500 = 500;
 constexpr U16 table9Group = 120;  // ifpSourceTrunkMap on SDK6
 constexpr U16 table10Group = 238; // vfpSourceTrunkMap on SDK6
 
+std::vector<std::string> textsFrom( const Nodra::MemoryTrace &trace, std::size_t first ) {
+   std::vector<std::string> texts;
+   for ( ; first < trace.lines().size(); ++first ) {
+      texts.push_back( trace.lines()[ first ].text );
+   }
+   return texts;
+}
+
 class Programming : public LibraryTest {
  protected:
    // Puts the request into the state in which it holds the bit of another request of its group.
@@ -45,12 +53,23 @@ TEST_F( Programming, ABitIsTheUnionOfTheRequestsThatHoldIt ) {
    group( group500, { .width = 1 } );
    carry( group500, key( "a" ), 1, ports( { 1, 2 } ) );
    holdBitOf( key( "a" ), key( "b" ), 2 );
+   manager->classIdTcamGroupStatus( group500 )->requestStatus( key( "b" ) )->classIdIs( 3 );
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "QuarraTcamPortsManager/2,QuarraTcamPortsManagerTypes/4" );
    program( key( "b" ), 2, ports( { 2, 3 } ) );
+   Nodra::traceLevelsDelAll();
    EXPECT_EQ( portsWithBit( 0 ), Ports( { 1, 2, 3 } ) );
+   using ::testing::ElementsAre;
+   EXPECT_THAT( textsFrom( trace, 0 ),
+                ElementsAre( "IntfGroup for bit pos is: ", "   interfaces : ", "   0/1", "   0/2", "   0/3",
+                             "   ethernet : 0", "   interfaces : ", "   0/1", "   0/2", "   0/3",
+                             "   ethernet : 0" ) )
+      << "by the manager, then by the helper";
    program( key( "a" ), 1, ports( { 1 } ) );
    EXPECT_EQ( portsWithBit( 0 ), Ports( { 1, 2, 3 } ) );
    program( key( "a" ), 1, ports( {} ) );
    EXPECT_EQ( portsWithBit( 0 ), Ports( { 2, 3 } ) );
+   EXPECT_EQ( portsWithBit( 1 ), Ports() ) << "a class ID has no bit above its pool's width";
 }
 
 TEST_F( Programming, TheSamePortsAgainWritesNothing ) {
@@ -169,6 +188,7 @@ TEST_F( Programming, AQualifierComparesOnlyItsPoolsBits ) {
    EXPECT_EQ( qualifier->data()->setBits(), std::vector<U32>( { 3, 5 } ) );
    EXPECT_EQ( qualifier->mask()->setBits(), std::vector<U32>( { 3, 4, 5 } ) );
    EXPECT_EQ( std::pair( qualifier->data()->size(), qualifier->mask()->size() ), std::pair( 16u, 16u ) );
+   EXPECT_EQ( qualifier->data()->id() + qualifier->mask()->id(), 0u );
    qualifier->mask()->clear( 4 );
    EXPECT_EQ( manager->getClassId( group500, key( "5" ), 1 )->mask()->count(), 3u )
       << "the pool's mask is not shared";
@@ -201,12 +221,31 @@ TEST_F( SourceTrunkMap, AddsToTheWordsAndTakesOffOnlyItsOwnPorts ) {
    program( { 2 } );
    EXPECT_TRUE( trace.has( "Asked interface set is already programmed with the class Id" ) );
    EXPECT_EQ( directory->takePosted().size(), 0u );
+   Nodra::traceLevelsIs( "QuarraTcamPortsManager/3,QuarraTcamPortsManagerTypes/4" );
+   const auto shownBefore = trace.lines().size();
    program( { 4 } );
+   EXPECT_EQ( textsFrom( trace, shownBefore ),
+              std::vector<std::string>(
+                 { " Programmed intf group: ", "   interfaces : ", "   0/2", "   ethernet : 0",
+                   " Supplied intf group: ", "   interfaces : ", "   0/4", "   ethernet : 0" } ) );
    EXPECT_EQ( posted( 2 ), 0x0001u ) << "its own bits are off, and bits 16 to 31 with them";
    EXPECT_EQ( posted( 4 ), 0x30u );
    manager->sourceTrunkMapConfigIs( nullptr );
    manager->initializeSourceTrunkMap(); // has nothing to clear
    EXPECT_EQ( posted( 4 ), 0x30u );
+}
+
+// A pool at the upper end of the word goes on at bit 0 when it is taken off.
+TEST_F( SourceTrunkMap, CountsBitsModuloTheWord ) {
+   emptySpaces();
+   manager->classIdHwStatusIs( ifpSourceTrunkMap,
+                               std::make_shared<Vesk::Bitmap>( 1, 40, Vesk::HBitmap::BitState::clear ) );
+   group( table9Group, { .type = ifpSourceTrunkMap, .width = 2, .poolBits = 0x80000000 } );
+   post( 1, 9, 3 );
+   carry( table9Group, key( "a" ), INVALID_ENTRY_ID, ports( { 1 } ) );
+   EXPECT_EQ( posted( 1 ), 0x80000003u );
+   manager->programClassIdForIntfGroup( table9Group, key( "a" ), INVALID_ENTRY_ID, ports( {} ) );
+   EXPECT_EQ( posted( 1 ), 2u );
 }
 
 TEST_F( SourceTrunkMap, OfTheVlanFieldProcessorGoesToItsOwnTable ) {

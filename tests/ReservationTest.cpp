@@ -62,8 +62,8 @@ TEST_F( Reservation, TakesTheFirstPoolWithAFreeClassId ) {
    ASSERT_EQ( manager->reservePoolOfWidth( group500, 1 ), 2 );
    ASSERT_TRUE( reserve( group500, key( "d" ), 1 ) );
    EXPECT_EQ( request( group500, key( "d" ) ).poolId(), 2 );
-   manager->maybeFreeClassId( group500, key( "d" ), 1 );
-   manager->maybeFreeClassId( group500, key( "b" ), 1 );
+   EXPECT_TRUE( manager->maybeFreeClassId( group500, key( "d" ), 1 ) &&
+                manager->maybeFreeClassId( group500, key( "b" ), 1 ) );
    ASSERT_TRUE( reserve( group500, key( "e" ), 1 ) );
    EXPECT_EQ( request( group500, key( "e" ) ).poolId(), 1 );
    EXPECT_EQ( request( group500, key( "e" ) ).classId(), 2 );
@@ -72,7 +72,10 @@ TEST_F( Reservation, TakesTheFirstPoolWithAFreeClassId ) {
 
 TEST_F( Reservation, AtStartUpCoversEveryRuleOfTheSystem ) {
    bringUp();
+   const QuarraCentral::PortTabWriteRequestKey word( 1, QuarraModPort( 0, 2 ), 9 );
+   directory->postRequest( word, 5 );
    manager->doSetup();
+   EXPECT_EQ( directory->request( word ), 0u ) << "the words start clear";
    const auto held = [ & ]( U16 id ) { return status( id ).requestStatuss(); };
    EXPECT_EQ( std::vector<U32>( { held( 1 ), held( 2 ), held( 3 ), held( 5 ), held( 6 ) } ),
               std::vector<U32>( { 1, 4, 3, 1, 5 } ) );
