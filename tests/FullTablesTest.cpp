@@ -179,7 +179,7 @@ TEST_P( FullTables, LendEveryClassIdAndNotOneMore ) {
 std::vector<Table> flexibleTables() {
    std::vector<Table> all;
    for ( U8 width = 1; width <= 8; ++width ) {
-      std::set<int> sizes = { width - 1, width, 2 * width + 1, 16, 64, 255 };
+      std::set<int> sizes = { width - 1, width, 2 * width + 1, 16, 64, width < 8 ? 255 : 128 };
       sizes.erase( 0 );
       for ( const int size : sizes ) {
          all.push_back( { aclGroupFlexibleWidth, width, static_cast<U8>( size ) } );

@@ -15,7 +15,7 @@ class SoakOnEveryVariant : public ::testing::TestWithParam<const char *> {};
 TEST_P( SoakOnEveryVariant, LibraryAndModelAgree ) {
    const SoakOptions options{ .variants = { QuarraAgent::variantOf( GetParam() ) },
                               .seed = 20,
-                              .operations = 8000 };
+                              .operations = 3000 };
    const auto result = soak( options, nullptr );
    ASSERT_FALSE( result.failure ) << "seed " << result.failure->seed << ": " << result.failure->what;
    EXPECT_GE( result.tally.operations, options.operations );
