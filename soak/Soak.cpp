@@ -14,7 +14,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr U32 operationsOfAnEpisode = 200;
+constexpr U32 operationsOfAnEpisode = 180;
 
 double secondsSince( Clock::time_point start ) {
    return std::chrono::duration<double>( Clock::now() - start ).count();
