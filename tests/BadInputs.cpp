@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <regex>
 #include <sstream>
 
 #include "tools/TextFile.h"
@@ -97,9 +96,11 @@ const std::set<std::string> &documentedCodes() {
       std::istringstream rows( document.substr( document.find( "\n## Error codes" ) ) );
       for ( std::string row; std::getline( rows, row ); ) {
          const auto cell = row.substr( 0, row.find( '|', 1 ) );
-         const std::regex code( "`([A-Za-z]+)`" );
-         for ( std::sregex_iterator at( cell.begin(), cell.end(), code ), end; at != end; ++at ) {
-            found.insert( ( *at )[ 1 ] );
+         auto from = cell.find( '`' );
+         while ( from != std::string::npos ) {
+            const auto to = cell.find( '`', from + 1 );
+            found.insert( cell.substr( from + 1, to - from - 1 ) );
+            from = cell.find( '`', to + 1 );
          }
       }
       return found;
