@@ -8,7 +8,7 @@
 // operation. They may not part.
 extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t *data, std::size_t size ) {
    using namespace QuarraSoak;
-   constexpr U32 mostOperations = 100;
+   constexpr U32 mostOperations = 40;
    ByteChoices choices( data, size );
    const auto variants = QuarraAgent::variants();
    const auto &variant = variants[ choices.below( static_cast<U32>( variants.size() ) ) ];
