@@ -4,6 +4,7 @@
 #include <set>
 
 #include "agent/RequestChecks.h"
+#include "tools/CostModel.h"
 
 namespace QuarraTool {
 namespace {
@@ -62,18 +63,6 @@ class PortWords {
    const Switch &switch_;
    std::vector<std::string> words_;
 };
-
-// TCAM rows that one entry takes when its key has so many bits.
-U64 rowsFor( const QuarraAgent::ChipConfig &chip, U32 bits ) {
-   return ( U64{ chip.ruleBits } + bits + chip.tcamRowBits - 1 ) / chip.tcamRowBits;
-}
-
-U32 spaceBits( const Switch &theSwitch, TcamGroupId group ) {
-   return theSwitch.agent()
-      .manager()
-      .classIdHwStatus( classIdTcamGroupsInfo.at( group )->classIdType() )
-      ->size();
-}
 
 } // namespace
 
@@ -163,10 +152,9 @@ void Applied::count() {
    const auto &chip = switch_->agent().chip();
    std::map<std::pair<TcamGroupId, std::vector<QuarraModPort>>, U64> sharers;
    for ( const auto &[ id, entry ] : switch_->agent().entries() ) {
-      costs_.qualifierBits = std::max( costs_.qualifierBits, spaceBits( *switch_, entry.request.group ) );
-      costs_.classIds.rows += rowsFor( chip, spaceBits( *switch_, entry.request.group ) );
+      costs_.qualifierBits = std::max( costs_.qualifierBits, qualifierBits( *switch_, entry.request.group ) );
+      costs_.classIds.rows += rowsFor( chip, qualifierBits( *switch_, entry.request.group ) );
       costs_.portBitmaps.rows += rowsFor( chip, chip.portBitmapBits );
-      constexpr U32 portNumberBits = 10;
       costs_.entryPerPort.rows += rowsFor( chip, portNumberBits ) * entry.request.ports.size();
       ++sharers[ { entry.request.group, entry.request.ports } ];
    }
