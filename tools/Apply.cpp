@@ -100,6 +100,7 @@ void Applied::plan() {
    for ( const auto &port : switch_->agent().chip().ports ) {
       portOf.emplace( port.intf, port.port );
    }
+   std::map<const void *, std::vector<QuarraModPort>> chipPorts; // by the list of names that rules share
    for ( const auto &table : config_.tables ) {
       if ( !table.leftOut.empty() ) {
          continue;
@@ -109,9 +110,13 @@ void Applied::plan() {
          entry.request.group = groupOf( table );
          entry.request.entry = static_cast<U32>( entries_.size() + 1 );
          entry.request.rule = RuleId( FeatureGroupType(), table.name + "|" + rule.name );
-         for ( const auto &name : rule.ports ) {
-            entry.request.ports.push_back( portOf.at( name ) );
+         auto &ports = chipPorts[ rule.ports.get() ];
+         if ( ports.empty() ) {
+            for ( const auto &name : *rule.ports ) {
+               ports.push_back( portOf.at( name ) );
+            }
          }
+         entry.request.ports = ports;
          entries_.push_back( std::move( entry ) );
       }
    }
