@@ -23,7 +23,9 @@ class AskedPorts {
  public:
    explicit AskedPorts( const InstallRequest &request )
       : ethernet_( request.ethernet ), ports_( request.ports ) {
-      std::sort( ports_.begin(), ports_.end() );
+      if ( !std::is_sorted( ports_.begin(), ports_.end() ) ) {
+         std::sort( ports_.begin(), ports_.end() );
+      }
    }
 
    bool has( const QuarraModPort &port ) {
