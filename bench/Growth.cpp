@@ -154,13 +154,13 @@ JsonOut growth() {
       result.push_back( std::move( row ) );
    };
    for ( const char *variant : { "sdk6", "hsdk" } ) {
-      for ( const U32 entries : { 10, 100, 1000, 10000 } ) {
+      for ( const U32 entries : { 10u, 100u, 1000u, 10000u } ) {
          add( "entries", variant, entries, 8, false );
       }
-      for ( const U32 requests : { 1, 32, 64, 128, 192, 255 } ) {
+      for ( const U32 requests : { 1u, 32u, 64u, 128u, 192u, 255u } ) {
          add( "requests", variant, 4 * requests, requests, false );
       }
-      for ( const U32 requests : { 1, 32, 64, 128, 192, 254 } ) { // and the new one
+      for ( const U32 requests : { 1u, 32u, 64u, 128u, 192u, 254u } ) { // and the new one
          add( "requests", variant, 4 * requests, requests, true );
       }
    }

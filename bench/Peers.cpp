@@ -343,14 +343,14 @@ constexpr Chip chips[] = {
 std::vector<Case> cases() {
    std::vector<Case> all;
    for ( const auto &chip : chips ) {
-      for ( const U32 portCount : { 1, 8, 64, 256 } ) {
+      for ( const U32 portCount : { 1u, 8u, 64u, 256u } ) {
          if ( portCount >= chip.portsAtMost ) {
             continue;
          }
-         for ( const U32 entries : { 1, 10, 100, 1000 } ) {
+         for ( const U32 entries : { 1u, 10u, 100u, 1000u } ) {
             all.push_back( { chip.profile, chip.variant, chip.sharedGroup, entries, portCount, true } );
          }
-         for ( const U32 entries : { 10, 50, 100 } ) {
+         for ( const U32 entries : { 10u, 50u, 100u } ) {
             all.push_back( { chip.profile, chip.variant, chip.ownGroup, entries, portCount, false } );
          }
       }
