@@ -1,7 +1,5 @@
 #include "agent/TcamAgent.h"
 
-#include <algorithm>
-
 #include "Nodra/Assert.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "Sdk/SdkCall.h"
@@ -115,7 +113,10 @@ Installed TcamAgent::install( const InstallRequest &request ) {
    auto installed = describe( request, key );
    manager_->programClassIdQualifierInHw( static_cast<U32>( unit ), request.group, entry,
                                           installed.qualifier );
-   entries_.emplace( entry, Entry{ request, key } );
+   const auto &added = entries_.emplace( entry, Entry{ request, key } ).first->second;
+   if ( reservedAtStartUp( request.group, key ) ) {
+      ++askers_[ AskedPorts( added, *intfGroup ) ];
+   }
    return installed;
 }
 
@@ -155,26 +156,35 @@ void TcamAgent::remove( TcamGroupId group, U32 entry ) {
    forgetPorts( removed );
 }
 
+TcamAgent::AskedPorts::AskedPorts( const Entry &entry, const IntfGroupInfo &intfGroup )
+   : group( entry.request.group ),
+     key( entry.key ),
+     ethernet( intfGroup.ethernet() ),
+     ports( intfGroup.portId().begin(), intfGroup.portId().end() ) {}
+
+bool TcamAgent::reservedAtStartUp( TcamGroupId group, const RequestKey &key ) const {
+   const auto &status = manager_->classIdTcamGroupStatus( group );
+   return status && status->requestStatusHas( key ) &&
+          status->requestStatus( key )->entryRefHas( INVALID_ENTRY_ID );
+}
+
 // A key that was reserved at start-up outlives its entries, and the library leaves the ports of each in its
 // index. There they would lead a later entry of the same ports to that key, and never go: the agent takes
-// them out.
+// them out with the last entry that asked for them.
 void TcamAgent::forgetPorts( const Entry &entry ) {
    const auto group = entry.request.group;
-   const auto &status = manager_->classIdTcamGroupStatus( group );
-   if ( !status || !status->requestStatusHas( entry.key ) ||
-        !status->requestStatus( entry.key )->entryRefHas( INVALID_ENTRY_ID ) ) {
+   if ( !reservedAtStartUp( group, entry.key ) ) {
       return;
    }
    const auto intfGroup = intfGroupOf( entry.request );
-   const auto wantsThem = [ & ]( const auto &item ) {
-      const auto &other = item.second;
-      return other.request.group == group && other.key == entry.key &&
-             intfGroupOf( other.request )->isEqual( intfGroup );
-   };
-   if ( std::any_of( entries_.begin(), entries_.end(), wantsThem ) ) {
+   const auto askers = askers_.find( AskedPorts( entry, *intfGroup ) );
+   NODRA_ASSERT( askers != askers_.end() );
+   if ( --askers->second ) {
       return;
    }
-   const auto &indexed = status->intfGroupHashToIntfGroupInfo( intfGroup->hash() );
+   askers_.erase( askers );
+   const auto &indexed =
+      manager_->classIdTcamGroupStatus( group )->intfGroupHashToIntfGroupInfo( intfGroup->hash() );
    if ( indexed && indexed->requestKeyToIntfGroupHas( entry.key ) ) {
       manager_->deleteIntfGroupFromIntfGroupInfo( group, entry.key, intfGroup );
    }

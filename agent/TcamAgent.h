@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <map>
 #include <optional>
 
@@ -73,6 +74,7 @@ class TcamAgent {
    QuarraTcam::IntfGroupInfo::PtrConst intfGroupOf( const InstallRequest &request ) const;
    QuarraTcam::RequestKey keyOf( const InstallRequest &request,
                                  const QuarraTcam::IntfGroupInfo::PtrConst &intfGroup ) const;
+   bool reservedAtStartUp( TcamGroupId group, const QuarraTcam::RequestKey &key ) const;
    void forgetPorts( const Entry &entry );
    Installed describe( const InstallRequest &request, const QuarraTcam::RequestKey &key ) const;
 
@@ -84,6 +86,18 @@ class TcamAgent {
    Nodra::Ptr<QuarraCentral::PortTabWriteRequestDir> directory_;
    PortTableService portTableService_;
    std::map<U32, Entry> entries_; // by entry id, which is unique on the chip
+
+   // How many entries of a key that was reserved at start-up ask for the same ports.
+   struct AskedPorts {
+      TcamGroupId group;
+      QuarraTcam::RequestKey key;
+      bool ethernet;
+      std::vector<QuarraCentral::QuarraModPort> ports;
+
+      AskedPorts( const Entry &entry, const QuarraTcam::IntfGroupInfo &intfGroup );
+      auto operator<=>( const AskedPorts & ) const = default;
+   };
+   std::map<AskedPorts, U32> askers_;
 };
 
 } // namespace QuarraAgent

@@ -9,12 +9,16 @@
 
 #include "bench/Allocations.h"
 #include "bench/Figures.h"
+#include "bench/Growth.h"
+#include "bench/Peers.h"
 
 // bench [--json]              the figures, each as the ratio of its two sides
 // bench --count SIDE N        N operations of one side ("P1/operation", "P1/floor") and nothing else, for a
 //                             tool that counts instructions
 // bench --allocations SIDE    how many allocations 1,000 operations of a side make
 // bench --list                the figures' ids, for such a tool
+// bench --peers               JSON: rows and chip writes of class IDs and of the two other ways
+// bench --growth              JSON: times of an entry with ever more entries and requests
 namespace QuarraBench {
 namespace {
 
@@ -143,6 +147,14 @@ int main( int argc, char **argv ) {
       for ( const auto &figure : figures() ) {
          std::cout << figure.id << " " << figure.target << " " << figure.what << "\n";
       }
+      return EXIT_SUCCESS;
+   }
+   if ( argc == 2 && std::strcmp( argv[ 1 ], "--peers" ) == 0 ) {
+      std::cout << peers().dump( 1 ) << "\n";
+      return EXIT_SUCCESS;
+   }
+   if ( argc == 2 && std::strcmp( argv[ 1 ], "--growth" ) == 0 ) {
+      std::cout << growth().dump( 1 ) << "\n";
       return EXIT_SUCCESS;
    }
    // The repetitions of the two sides take turns.

@@ -23,7 +23,7 @@ std::string summary( const AclConfig &config ) {
          fmt::format( "{} {} on {}{}", table.name, table.type, fmt::join( table.ports, "," ), leftOut ) );
       for ( const AclRule &rule : table.rules ) {
          parts.push_back( fmt::format( "{}|{} {} on {}", rule.table, rule.name, rule.priority,
-                                       fmt::join( rule.ports, "," ) ) );
+                                       fmt::join( *rule.ports, "," ) ) );
       }
    }
    parts.insert( parts.end(), config.warnings.begin(), config.warnings.end() );

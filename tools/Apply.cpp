@@ -4,6 +4,7 @@
 #include <set>
 
 #include "agent/RequestChecks.h"
+#include "tools/CostModel.h"
 
 namespace QuarraTool {
 namespace {
@@ -46,18 +47,6 @@ class PortWords {
    std::vector<std::string> words_;
 };
 
-// TCAM rows that one entry takes when its key has so many bits.
-U64 rowsFor( const QuarraAgent::ChipConfig &chip, U32 bits ) {
-   return ( U64{ chip.ruleBits } + bits + chip.tcamRowBits - 1 ) / chip.tcamRowBits;
-}
-
-U32 spaceBits( const Switch &theSwitch, TcamGroupId group ) {
-   return theSwitch.agent()
-      .manager()
-      .classIdHwStatus( classIdTcamGroupsInfo.at( group )->classIdType() )
-      ->size();
-}
-
 } // namespace
 
 Applied::Applied( AclConfig config, const ChipChoice &choice, const GroupMap &map )
@@ -90,6 +79,7 @@ void Applied::plan() {
    for ( const auto &port : switch_->agent().chip().ports ) {
       portOf.emplace( port.intf, port.port );
    }
+   std::map<const void *, std::vector<QuarraModPort>> chipPorts; // by the list of names that rules share
    for ( const auto &table : config_.tables ) {
       if ( !table.leftOut.empty() ) {
          continue;
@@ -99,9 +89,13 @@ void Applied::plan() {
          entry.request.group = groupOf( table );
          entry.request.entry = static_cast<U32>( entries_.size() + 1 );
          entry.request.rule = RuleId( FeatureGroupType(), table.name + "|" + rule.name );
-         for ( const auto &name : rule.ports ) {
-            entry.request.ports.push_back( portOf.at( name ) );
+         auto &ports = chipPorts[ rule.ports.get() ];
+         if ( ports.empty() ) {
+            for ( const auto &name : *rule.ports ) {
+               ports.push_back( portOf.at( name ) );
+            }
          }
+         entry.request.ports = ports;
          entries_.push_back( std::move( entry ) );
       }
    }
@@ -142,10 +136,9 @@ void Applied::count() {
    const auto &chip = switch_->agent().chip();
    std::map<std::pair<TcamGroupId, std::vector<QuarraModPort>>, U64> sharers;
    for ( const auto &[ id, entry ] : switch_->agent().entries() ) {
-      costs_.qualifierBits = std::max( costs_.qualifierBits, spaceBits( *switch_, entry.request.group ) );
-      costs_.classIds.rows += rowsFor( chip, spaceBits( *switch_, entry.request.group ) );
+      costs_.qualifierBits = std::max( costs_.qualifierBits, qualifierBits( *switch_, entry.request.group ) );
+      costs_.classIds.rows += rowsFor( chip, qualifierBits( *switch_, entry.request.group ) );
       costs_.portBitmaps.rows += rowsFor( chip, chip.portBitmapBits );
-      constexpr U32 portNumberBits = 10;
       costs_.entryPerPort.rows += rowsFor( chip, portNumberBits ) * entry.request.ports.size();
       ++sharers[ { entry.request.group, entry.request.ports } ];
    }

@@ -27,7 +27,7 @@ JsonOut entriesJson( const Applied &applied ) {
    for ( const auto &entry : applied.entries() ) {
       JsonOut json = { { "entry", entry.request.entry }, { "table", entry.table->name },
                        { "rule", entry.rule->name },     { "group", entry.request.group.value() },
-                       { "ports", entry.rule->ports },   { "installed", entry.refusedCode.empty() } };
+                       { "ports", *entry.rule->ports },  { "installed", entry.refusedCode.empty() } };
       if ( !entry.refusedCode.empty() ) {
          json[ "error" ] = { { "code", entry.refusedCode }, { "message", entry.refusedMessage } };
       } else {

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "tools/CostModel.h"
 #include "tools/TextFile.h"
 #include "tools/TextTable.h"
 
@@ -195,7 +196,7 @@ std::string costPart( const Applied &applied ) {
    };
    row( "class IDs", costs.qualifierBits, costs.classIds );
    row( "a port bitmap in each entry", chip.portBitmapBits, costs.portBitmaps );
-   row( "an entry for each port", 10, costs.entryPerPort );
+   row( "an entry for each port", portNumberBits, costs.entryPerPort );
    return table.text() +
           fmt::format(
              "  A row holds {} key bits; {} are the rule's own fields. {} of the writes with class IDs go to "

@@ -35,7 +35,8 @@ std::string sdkCallsText( const Switch &theSwitch ) {
 void addBindings( AclConfig &config ) {
    for ( auto &table : config.tables ) {
       if ( table.leftOut.empty() && table.rules.empty() ) {
-         table.rules.push_back( { "(binding)", table.name, 0, table.ports } );
+         table.rules.push_back(
+            { "(binding)", table.name, 0, std::make_shared<std::vector<std::string>>( table.ports ) } );
       }
    }
 }

@@ -15,6 +15,9 @@
 namespace QuarraTool {
 namespace {
 
+using Names = std::vector<std::string>;
+using SharedNames = std::shared_ptr<const Names>;
+
 constexpr int maxPriority = std::numeric_limits<std::int32_t>::max();
 constexpr const char *boundToNoPort = "bound to no port";
 constexpr const char *withoutPorts = "control-plane table without ports";
@@ -103,7 +106,7 @@ class AclReader {
    void readTable( const ConfigEntry &entry );
    void warnCoverage( const std::string &place, const AclTable &table, const PortSelection &selection );
    void readRule( const ConfigEntry &entry );
-   std::vector<std::string> narrow( const NameList &list, const AclTable &table );
+   SharedNames narrow( const NameList &list, const AclTable &table );
    void warn( const std::string &place, const std::string &sentence );
    void warnRepeated( const std::string &place, const PortSelection &selection );
 
@@ -111,6 +114,7 @@ class AclReader {
    ConfigTables tables_;
    SwitchPorts ports_;
    std::map<std::string, std::size_t> tableIndex_; // by name, in config_.tables
+   std::map<std::string, SharedNames> tablePorts_; // by name: the ports of rules that name none
 };
 
 AclConfig AclReader::read() {
@@ -142,6 +146,7 @@ void AclReader::readTable( const ConfigEntry &entry ) {
    warnRepeated( list.place, selection );
    warnCoverage( entry.place, table, selection );
    tableIndex_[ table.name ] = config_.tables.size();
+   tablePorts_[ table.name ] = std::make_shared<Names>( table.leftOut.empty() ? table.ports : Names() );
    config_.tables.push_back( std::move( table ) );
 }
 
@@ -164,23 +169,19 @@ void AclReader::readRule( const ConfigEntry &entry ) {
    }
    AclTable &table = config_.tables[ found->second ];
    const std::optional<NameList> inPorts = findNames( entry, "in_ports" );
-   AclRule rule{ entry.name.back(), tableName, priorityOf( entry ), {} };
-   if ( inPorts ) {
-      rule.ports = narrow( *inPorts, table );
-   } else if ( table.leftOut.empty() ) {
-      rule.ports = table.ports;
-   }
-   table.rules.push_back( std::move( rule ) );
+   const int priority = priorityOf( entry );
+   table.rules.push_back( { entry.name.back(), tableName, priority,
+                            inPorts ? narrow( *inPorts, table ) : tablePorts_.at( tableName ) } );
 }
 
 // The ports of the table that the list names. In a table that is left out, the list is only checked.
-std::vector<std::string> AclReader::narrow( const NameList &list, const AclTable &table ) {
+SharedNames AclReader::narrow( const NameList &list, const AclTable &table ) {
    if ( list.names.empty() ) {
       throw Complaint( list.place, "expected at least one port" );
    }
    const PortSelection selection = ports_.select( list );
    if ( !table.leftOut.empty() ) {
-      return {};
+      return tablePorts_.at( table.name );
    }
    std::vector<std::string> kept;
    std::vector<std::string> dropped;
@@ -196,7 +197,7 @@ std::vector<std::string> AclReader::narrow( const NameList &list, const AclTable
    if ( !selection.emptyChannels.empty() ) {
       warn( list.place, emptyChannelsText( selection.emptyChannels ) + outcome );
    }
-   return kept;
+   return std::make_shared<Names>( std::move( kept ) );
 }
 
 void AclReader::warn( const std::string &place, const std::string &sentence ) {

@@ -2,6 +2,7 @@
 // and which rules they hold. Nothing here knows of class IDs.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,8 @@ struct AclRule {
    std::string name;
    std::string table;
    int priority = 0;
-   std::vector<std::string> ports; // physical, in chip order, no duplicates; may be empty
+   // Physical, in chip order, no duplicates; may be empty. Rules that name no ports share the table's.
+   std::shared_ptr<const std::vector<std::string>> ports;
 };
 
 struct AclTable {

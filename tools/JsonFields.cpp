@@ -111,8 +111,14 @@ std::vector<QuarraModPort> JsonFields::ports( const std::string &name ) {
       wrongType( place_ + "." + name, "a list of ports", list );
    }
    std::vector<QuarraModPort> ports;
+   ports.reserve( list.size() );
    for ( std::size_t i = 0; i < list.size(); ++i ) {
-      ports.push_back( portOf( list[ i ], fmt::format( "{}.{}[{}]", place_, name, i ) ) );
+      const auto &port = list[ i ];
+      if ( port.is_number_unsigned() && port.get<std::uint64_t>() <= U10::max ) {
+         ports.emplace_back( 0, port.get<U32>() ); // the common case needs no text of its place
+         continue;
+      }
+      ports.push_back( portOf( port, fmt::format( "{}.{}[{}]", place_, name, i ) ) );
    }
    return ports;
 }

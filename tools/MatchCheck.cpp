@@ -18,6 +18,29 @@ bool asks( const InstallRequest &request, const QuarraModPort &port ) {
           std::find( request.ports.begin(), request.ports.end(), port ) != request.ports.end();
 }
 
+// The same for many ports of one entry, asked for in rising order.
+class AskedPorts {
+ public:
+   explicit AskedPorts( const InstallRequest &request )
+      : ethernet_( request.ethernet ), ports_( request.ports ) {
+      if ( !std::is_sorted( ports_.begin(), ports_.end() ) ) {
+         std::sort( ports_.begin(), ports_.end() );
+      }
+   }
+
+   bool has( const QuarraModPort &port ) {
+      while ( next_ < ports_.size() && ports_[ next_ ] < port ) {
+         ++next_;
+      }
+      return ethernet_ || ( next_ < ports_.size() && ports_[ next_ ] == port );
+   }
+
+ private:
+   bool ethernet_;
+   std::vector<QuarraModPort> ports_;
+   std::size_t next_ = 0;
+};
+
 // Whether the bits that an ACL-group qualifier lists read in the port's value as in the data. Positions count
 // from the start of the group's own space.
 bool matchesAclGroup( const QuarraSimulator::TcamEntry &entry, const Vesk::Bitmap &value, U32 spaceStart ) {
@@ -157,12 +180,13 @@ std::vector<Mismatch> checkMatches( const Switch &theSwitch ) {
    std::vector<Mismatch> mismatches;
    for ( const auto &[ id, entry ] : theSwitch.agent().entries() ) {
       const EntryOnChip onChip( theSwitch, id, entry );
+      AskedPorts asked( entry.request );
       for ( std::size_t i = 0; i < aclGroups.size(); ++i ) {
          const auto &port = theSwitch.ports()[ i ];
          if ( entry.request.ethernet && theSwitch.isCpuPort( port ) ) {
             continue;
          }
-         const bool expected = asks( entry.request, port );
+         const bool expected = asked.has( port );
          const bool found = onChip.matches( port, aclGroups[ i ] );
          if ( found != expected ) {
             mismatches.push_back(

@@ -1,0 +1,170 @@
+#include "bench/Growth.h"
+
+#include <algorithm>
+#include <bit>
+#include <chrono>
+
+#include <benchmark/benchmark.h>
+
+#include "tools/Switch.h"
+
+namespace QuarraBench {
+namespace {
+
+using namespace QuarraTool;
+using namespace QuarraTcam;
+using Clock = std::chrono::steady_clock;
+using JsonOut = nlohmann::ordered_json;
+
+// A group with one pool of eight bits, so of up to 255 requests. No SDK6 chip has one: there a number that
+// the helper does not know is registered as one.
+constexpr U16 sdk6Group = 500;
+constexpr U16 hsdkGroup = 16;
+constexpr U32 repetitions = 2001;
+constexpr U32 lookUpsAtOnce = 64;
+
+// On the HSDK chip each bit of a class ID is rewritten on every system port: a small chip, so that the chip
+// calls do not drown the rest. It has 16 system ports.
+ChipChoice choiceOf( const char *variant ) {
+   auto choice = defaultChoice( variant );
+   if ( choice.variant->generation == QuarraAgent::SdkGeneration::hsdk ) {
+      choice.chip.profile = "16 system ports";
+      choice.chip.portBits = 4;
+      choice.chip.ports.resize( 15 );
+   }
+   return choice;
+}
+
+// A set of ports 1 to 8 that no other request has. In this group a port carries one class ID, and the newest
+// request takes it: the newest has all of its ports, older ones may be left without any.
+std::vector<QuarraModPort> portsOf( U32 request ) {
+   std::vector<QuarraModPort> ports;
+   for ( U32 bit = 0; bit < 8; ++bit ) {
+      if ( request >> bit & 1 ) {
+         ports.emplace_back( 0, bit + 1 );
+      }
+   }
+   return ports;
+}
+
+const std::vector<QuarraModPort> portsOfNobody = { QuarraModPort( 0, 15 ) };
+
+double nanoseconds( Clock::duration time ) {
+   return std::chrono::duration<double, std::nano>( time ).count();
+}
+
+double median( std::vector<double> values ) {
+   std::sort( values.begin(), values.end() );
+   return values[ values.size() / 2 ];
+}
+
+// What reading the clock twice takes, which every time below holds.
+double clockItself() {
+   std::vector<double> times;
+   for ( U32 i = 0; i < repetitions; ++i ) {
+      const auto start = Clock::now();
+      times.push_back( nanoseconds( Clock::now() - start ) );
+   }
+   return median( times );
+}
+
+// A group with so many entries, spread over so many requests, the entries of each installed in a row.
+class Scene {
+ public:
+   Scene( const char *variant, U32 entries, U32 requests )
+      : switch_( choiceOf( variant ) ), entries_( entries ), requests_( requests ) {
+      if ( group_ == sdk6Group ) {
+         addClassIdInfoToMap(
+            group_, getGroupConfigType( group_, aclGroupFlexibleWidth, 0, 8, 1, allocateOnDemand ) );
+      }
+      switch_.agent().createGroup( group_ );
+      for ( U32 n = 0; n < entries; ++n ) {
+         const auto request = static_cast<U32>( U64{ n } * requests / entries + 1 );
+         switch_.agent().install( { group_, entryOf( n ), portsOf( request ), false, {} } );
+      }
+   }
+
+   JsonOut measure( bool newRequest ) {
+      const auto ports = newRequest ? portsOfNobody : portsOf( requests_ );
+      std::vector<double> installs;
+      std::vector<double> removes;
+      std::vector<double> lookUps;
+      double bits = 0;
+      auto &agent = switch_.agent();
+      const auto calls = switch_.chip().calls();
+      for ( U32 i = 0; i < repetitions; ++i ) {
+         const U32 entry = entryOf( somewhere() ) + 1; // between the others
+         const auto start = Clock::now();
+         const auto installed = agent.install( { group_, entry, ports, false, {} } );
+         const auto between = Clock::now();
+         agent.remove( group_, entry );
+         const auto end = Clock::now();
+         installs.push_back( nanoseconds( between - start ) );
+         removes.push_back( nanoseconds( end - between ) );
+         bits += std::popcount( installed.classId );
+      }
+      const auto callsMade = switch_.chip().calls() - calls;
+      for ( U32 i = 0; i < repetitions; ++i ) {
+         lookUps.push_back( lookUp() );
+      }
+      const double clock = clockItself();
+      return { { "entries", entries_ },
+               { "requests", requests_ },
+               { "ports", newRequest ? "new" : "known" },
+               { "installNanoseconds", median( installs ) - clock },
+               { "removeNanoseconds", median( removes ) - clock },
+               { "lookUpNanoseconds", ( median( lookUps ) - clock ) / lookUpsAtOnce },
+               { "bitsOfClassId", bits / repetitions },
+               { "sdkCalls", static_cast<double>( callsMade ) / repetitions } };
+   }
+
+ private:
+   static U32 entryOf( U32 n ) { return 2 * n + 2; }
+
+   U32 somewhere() {
+      state_ = state_ * 1664525u + 1013904223u;
+      return ( state_ >> 8 ) % entries_;
+   }
+
+   double lookUp() {
+      auto &manager = switch_.agent().manager();
+      const auto start = Clock::now();
+      for ( U32 i = 0; i < lookUpsAtOnce; ++i ) {
+         benchmark::DoNotOptimize( manager.getRequestKeyForEntryId( group_, entryOf( somewhere() ), rule_ ) );
+      }
+      return nanoseconds( Clock::now() - start );
+   }
+
+   Switch switch_;
+   TcamGroupId group_ =
+      switch_.agent().variant().generation == QuarraAgent::SdkGeneration::sdk6 ? sdk6Group : hsdkGroup;
+   U32 entries_;
+   U32 requests_;
+   U32 state_ = 1;
+   const RuleId rule_;
+};
+
+} // namespace
+
+JsonOut growth() {
+   auto result = JsonOut::array();
+   const auto add = [ & ]( const char *by, const char *variant, U32 entries, U32 requests, bool newRequest ) {
+      JsonOut row = { { "by", by }, { "variant", variant }, { "chip", choiceOf( variant ).chip.profile } };
+      row.update( Scene( variant, entries, requests ).measure( newRequest ) );
+      result.push_back( std::move( row ) );
+   };
+   for ( const char *variant : { "sdk6", "hsdk" } ) {
+      for ( const U32 entries : { 10u, 100u, 1000u, 10000u } ) {
+         add( "entries", variant, entries, 8, false );
+      }
+      for ( const U32 requests : { 1u, 32u, 64u, 128u, 192u, 255u } ) {
+         add( "requests", variant, 4 * requests, requests, false );
+      }
+      for ( const U32 requests : { 1u, 32u, 64u, 128u, 192u, 254u } ) { // and the new one
+         add( "requests", variant, 4 * requests, requests, true );
+      }
+   }
+   return result;
+}
+
+} // namespace QuarraBench
