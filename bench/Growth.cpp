@@ -144,25 +144,66 @@ class Scene {
    const RuleId rule_;
 };
 
-} // namespace
+// One point of the curves.
+struct Point {
+   const char *by;
+   const char *variant;
+   U32 entries;
+   U32 requests;
+   bool newRequest;
+};
 
-JsonOut growth() {
-   auto result = JsonOut::array();
-   const auto add = [ & ]( const char *by, const char *variant, U32 entries, U32 requests, bool newRequest ) {
-      JsonOut row = { { "by", by }, { "variant", variant }, { "chip", choiceOf( variant ).chip.profile } };
-      row.update( Scene( variant, entries, requests ).measure( newRequest ) );
-      result.push_back( std::move( row ) );
-   };
+std::vector<Point> points() {
+   std::vector<Point> all;
    for ( const char *variant : { "sdk6", "hsdk" } ) {
       for ( const U32 entries : { 10u, 100u, 1000u, 10000u } ) {
-         add( "entries", variant, entries, 8, false );
+         all.push_back( { "entries", variant, entries, 8, false } );
       }
       for ( const U32 requests : { 1u, 32u, 64u, 128u, 192u, 255u } ) {
-         add( "requests", variant, 4 * requests, requests, false );
+         all.push_back( { "requests", variant, 4 * requests, requests, false } );
       }
       for ( const U32 requests : { 1u, 32u, 64u, 128u, 192u, 254u } ) { // and the new one
-         add( "requests", variant, 4 * requests, requests, true );
+         all.push_back( { "requests", variant, 4 * requests, requests, true } );
       }
+   }
+   return all;
+}
+
+// The median of what the rounds say, with the least and the most.
+JsonOut merged( const Point &point, const std::vector<JsonOut> &ofRounds ) {
+   JsonOut row = { { "by", point.by },
+                   { "variant", point.variant },
+                   { "chip", choiceOf( point.variant ).chip.profile } };
+   row.update( ofRounds.front() );
+   for ( const char *field : { "installNanoseconds", "removeNanoseconds", "lookUpNanoseconds" } ) {
+      std::vector<double> values;
+      for ( const auto &round : ofRounds ) {
+         values.push_back( round.at( field ).get<double>() );
+      }
+      const auto [ least, most ] = std::minmax_element( values.begin(), values.end() );
+      row[ field ] = median( values );
+      row[ std::string( field ) + "Spread" ] = { *least, *most };
+   }
+   return row;
+}
+
+} // namespace
+
+// In rounds, so that another process that disturbs does not disturb all of a point's measurements.
+JsonOut growth() {
+   constexpr U32 rounds = 7;
+   const auto all = points();
+   std::vector<std::vector<JsonOut>> ofRounds( all.size() );
+   for ( U32 round = 0; round < rounds; ++round ) {
+      for ( std::size_t i = 0; i < all.size(); ++i ) {
+         const auto &point = all[ i ];
+         ofRounds[ i ].push_back(
+            Scene( point.variant, point.entries, point.requests ).measure( point.newRequest ) );
+      }
+   }
+   auto result = JsonOut::array();
+   for ( std::size_t i = 0; i < all.size(); ++i ) {
+      result.push_back( merged( all[ i ], ofRounds[ i ] ) );
    }
    return result;
 }
