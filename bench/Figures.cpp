@@ -4,7 +4,6 @@
 #include <bit>
 #include <bitset>
 #include <cstring>
-#include <deque>
 #include <map>
 #include <unordered_map>
 #include <unordered_set>
@@ -179,17 +178,23 @@ Operation fragmentedPool() {
    };
 }
 
-// The search by words, and a bare record of a pool in and out.
+// The search by words, and the records that the interface has, bare: a group by pointer, in it by id a pool
+// by pointer, with the values to lend and a mask by pointer.
 Operation fragmentedPoolFloor() {
+   using Words = std::array<U64, 4>;
    struct Pool {
-      std::deque<U16> free;
-      U8 base;
-      U8 size;
-      std::vector<U64> mask;
+      std::vector<U16> free;
+      std::shared_ptr<Words> mask;
+      U8 base = 0;
+      U8 size = 0;
+   };
+   struct Group {
+      U16 lastPool = 0;
+      std::map<U16, std::shared_ptr<Pool>> pools;
    };
    struct State {
-      std::vector<U64> words = std::vector<U64>( 4 );
-      std::unordered_map<U16, std::map<U16, std::shared_ptr<Pool>>> groups;
+      Words words{};
+      std::unordered_map<U16, std::shared_ptr<Group>> groups;
    };
    auto state = std::make_shared<State>();
    for ( U32 bit = 1; bit + 2 < spaceBits; bit += 2 ) {
@@ -206,19 +211,22 @@ Operation fragmentedPoolFloor() {
             break;
          }
       }
-      words[ place / 64 ] |= U64{ 3 } << place % 64;
-      auto pool = std::make_shared<Pool>();
-      pool->mask.resize( 4 );
-      pool->mask[ place / 64 ] |= U64{ 3 } << place % 64;
-      pool->base = static_cast<U8>( place );
-      pool->size = 2;
-      for ( U16 classId = 1; classId < 4; ++classId ) {
-         pool->free.push_back( classId );
-      }
-      state->groups[ group500 ].emplace( U16{ 1 }, pool );
+      const U64 run = U64{ 3 } << place % 64;
+      words[ place / 64 ] |= run;
+      const auto group = state->groups.emplace( U16{ group500 }, std::make_shared<Group>() ).first;
+      const auto pool =
+         group->second->pools.emplace( ++group->second->lastPool, std::make_shared<Pool>() ).first;
+      pool->second->mask = std::make_shared<Words>();
+      ( *pool->second->mask )[ place / 64 ] |= run;
+      pool->second->base = static_cast<U8>( place );
+      pool->second->size = 2;
+      pool->second->free = { 1, 2, 3 };
       benchmark::ClobberMemory();
-      words[ place / 64 ] &= ~( U64{ 3 } << place % 64 );
-      state->groups.erase( group500 );
+      const auto given = state->groups.find( group500 );
+      const auto free = given->second->pools.begin();
+      words[ free->second->base / 64 ] &= ~( U64{ 3 } << free->second->base % 64 );
+      given->second->pools.erase( free );
+      state->groups.erase( given );
    };
 }
 

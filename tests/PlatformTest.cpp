@@ -1,6 +1,7 @@
 #include "tests/Library.h"
 
 #include <cstdio>
+#include <deque>
 #include <numeric>
 #include <thread>
 
@@ -116,12 +117,24 @@ TEST( Containers, AHashMapIsWalkedInTheOrderOfInsertion ) {
 TEST( Containers, AQueueIsFirstInFirstOut ) {
    Nodra::Queue<U16> queue;
    EXPECT_EQ( queue.deq(), 0 ) << "an empty queue gives the default";
-   queue.push_back( 7 );
-   queue.push_back( 8 );
+   queue.enq( 7 );
+   queue.enq( 8 );
    EXPECT_TRUE( queue.first() == 7 && queue.last() == 8 );
    EXPECT_EQ( queue.deq(), 7 );
    EXPECT_EQ( queue.deq(), 8 );
    EXPECT_TRUE( queue.empty() && queue.first() == 0 && queue.last() == 0 );
+
+   std::deque<U16> plain;
+   for ( U16 turn = 1; turn < 400; ++turn ) {
+      queue.enq( turn );
+      plain.push_back( turn );
+      for ( U16 taken = 0; taken < turn % 7 && turn / 50 % 2 && !plain.empty(); ++taken ) {
+         ASSERT_EQ( queue.deq(), plain.front() );
+         plain.pop_front();
+      }
+      ASSERT_EQ( std::vector<U16>( queue.begin(), queue.end() ),
+                 std::vector<U16>( plain.begin(), plain.end() ) );
+   }
 }
 
 TEST( Ranges, AnEnumerationTakesItsNumbersAndNamesOnly ) {

@@ -20,43 +20,38 @@ struct BitRun {
    U8 endIdx;
 };
 
-// As many words as a bit index of 8 bits counts.
-using SpaceWords = std::array<U64, 4>;
+constexpr U32 wordBits = 64;
 
-SpaceWords freeBits( const Vesk::Bitmap &bitmap ) {
-   SpaceWords words{};
-   for ( U32 word = 0; word < words.size() && word * 64 < bitmap.size(); ++word ) {
-      const U32 left = bitmap.size() - word * 64;
-      words[ word ] = ~bitmap.word( word ) & ( left < 64 ? ( U64{ 1 } << left ) - 1 : ~U64{ 0 } );
-   }
-   return words;
+// The free bits of a word of the bitmap; the bits past its end are not free.
+U64 freeBits( const Vesk::Bitmap &bitmap, U32 firstBit ) {
+   const U32 left = bitmap.size() - firstBit;
+   return ~bitmap.word( firstBit / wordBits ) & ( left < wordBits ? ( U64{ 1 } << left ) - 1 : ~U64{ 0 } );
 }
 
-// Keeps of each bit what the bit `distance` above it has.
-void keepWhereAbove( SpaceWords &words, U32 distance ) {
-   const U32 whole = distance / 64;
-   const U32 part = distance % 64;
-   for ( U32 word = 0; word < words.size(); ++word ) {
-      const U64 low = word + whole < words.size() ? words[ word + whole ] >> part : 0;
-      const U64 high =
-         part && word + whole + 1 < words.size() ? words[ word + whole + 1 ] << ( 64 - part ) : 0;
-      words[ word ] &= low | high;
-   }
-}
-
-// The first bit of the lowest run of free bits; a run may start at any bit. All runs are found at once: after
-// each step a bit is left where a free run of `found` bits starts.
-std::optional<U32> lowestFreeRun( const Vesk::Bitmap &bitmap, U32 bits ) {
-   auto starts = freeBits( bitmap );
-   for ( U32 found = 1; found < bits; ) {
+// The bits where `bits` free ones start, all of them in this word.
+U64 startsOfRuns( U64 free, U32 bits ) {
+   for ( U32 found = 1; found < bits && free; ) {
       const U32 more = std::min( found, bits - found );
-      keepWhereAbove( starts, more );
+      free &= free >> more;
       found += more;
    }
-   for ( U32 word = 0; word < starts.size(); ++word ) {
-      if ( starts[ word ] ) {
-         return word * 64 + static_cast<U32>( std::countr_zero( starts[ word ] ) );
+   return free;
+}
+
+// The first bit of the lowest run of free bits; a run may start at any bit.
+std::optional<U32> lowestFreeRun( const Vesk::Bitmap &bitmap, U32 bits ) {
+   U32 freeBefore = 0; // free bits below this word, down to the next taken one
+   for ( U32 firstBit = 0; firstBit < bitmap.size(); firstBit += wordBits ) {
+      const U64 free = freeBits( bitmap, firstBit );
+      if ( freeBefore + static_cast<U32>( std::countr_one( free ) ) >= bits ) {
+         return firstBit - freeBefore;
       }
+      if ( bits <= wordBits ) {
+         if ( const U64 starts = startsOfRuns( free, bits ) ) {
+            return firstBit + static_cast<U32>( std::countr_zero( starts ) );
+         }
+      }
+      freeBefore = free == ~U64{ 0 } ? freeBefore + wordBits : static_cast<U32>( std::countl_one( free ) );
    }
    return std::nullopt;
 }
@@ -183,7 +178,7 @@ bool QuarraTcamPortsManager::maybeFreeClassIdPool( TcamGroupId tcamGroupId, cons
    if ( classIdConfig->classIdType() == aclGroupFixedWidth ) {
       return true;
    }
-   const auto classIdStatus = classIdTcamGroupStatus( tcamGroupId );
+   const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
    NODRA_ASSERT( !!classIdStatus );
    for ( auto item = classIdStatus->poolStatus().begin(); item != classIdStatus->poolStatus().end(); ) {
       const auto pool = item++->second;

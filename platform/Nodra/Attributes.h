@@ -1,6 +1,5 @@
 #pragma once
 
-#include <deque>
 #include <map>
 #include <utility>
 
@@ -39,7 +38,9 @@ const typename Map::mapped_type &memberOf( const Map &map, const Key &key ) {
 template <typename Key, typename Value>
 class ValueMap : public std::map<Key, Value> {
  public:
-   void put( const Key &key, Value value ) { this->insert_or_assign( key, std::move( value ) ); }
+   Value &put( const Key &key, Value value ) {
+      return this->insert_or_assign( key, std::move( value ) ).first->second;
+   }
    Types::U32 count() const { return static_cast<Types::U32>( this->size() ); }
 };
 
@@ -58,12 +59,11 @@ class HashedValueMap : public HashMap<Key, Value, HashOf<Key>> {
  public:
    using mapped_type = Value;
 
-   void put( const Key &key, Value value ) {
+   Value &put( const Key &key, Value value ) {
       if ( const auto item = this->find( key ); item != this->end() ) {
-         item->second = std::move( value );
-      } else {
-         this->add( key, std::move( value ) );
+         return item->second = std::move( value );
       }
+      return this->add( key, std::move( value ) )->second;
    }
    Types::U32 count() const { return this->size(); }
 };
@@ -73,26 +73,9 @@ template <template <typename, typename> typename Map, typename Key, typename Rec
 class RecordMap : public Map<Key, Ptr<Record>> {
  public:
    const Ptr<Record> &make( const Key &key ) {
-      if ( this->find( key ) == this->end() ) {
-         this->put( key, std::make_shared<Record>( key ) );
-      }
-      return this->find( key )->second;
+      const auto item = this->find( key );
+      return item == this->end() ? this->put( key, std::make_shared<Record>( key ) ) : item->second;
    }
-};
-
-// First in, first out; reading an empty queue gives a default value and changes nothing.
-template <typename T>
-class Queue : public std::deque<T> {
- public:
-   T deq() {
-      const T value = first();
-      if ( !this->empty() ) {
-         this->pop_front();
-      }
-      return value;
-   }
-   T first() const { return this->empty() ? T() : this->front(); }
-   T last() const { return this->empty() ? T() : this->back(); }
 };
 
 } // namespace Nodra
@@ -144,8 +127,8 @@ class Queue : public std::deque<T> {
 #define ATTR_QUEUE( name, ... )                                                                              \
  public:                                                                                                     \
    const Nodra::Queue<__VA_ARGS__> &name() const { return name##_; }                                         \
-   Nodra::Types::U32 name##s() const { return static_cast<Nodra::Types::U32>( name##_.size() ); }            \
-   void name##Enq( __VA_ARGS__ value ) { name##_.push_back( value ); }                                       \
+   Nodra::Types::U32 name##s() const { return name##_.size(); }                                              \
+   void name##Enq( __VA_ARGS__ value ) { name##_.enq( value ); }                                             \
    __VA_ARGS__ name##Deq() { return name##_.deq(); }                                                         \
    __VA_ARGS__ name##Front() const { return name##_.first(); }                                               \
    __VA_ARGS__ name##Back() const { return name##_.last(); }                                                 \

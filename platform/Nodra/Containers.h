@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <type_traits>
 #include <vector>
@@ -62,6 +63,44 @@ class FlatSet {
 
  private:
    std::vector<T> items_;
+};
+
+// First in, first out; reading an empty queue gives a default value and changes nothing.
+template <typename T>
+class Queue {
+ public:
+   using const_iterator = typename std::vector<T>::const_iterator;
+
+   void enq( T value ) {
+      constexpr std::size_t fewest = 8;
+      if ( items_.empty() ) {
+         items_.reserve( fewest );
+      }
+      items_.push_back( value );
+   }
+   // Taken items are dropped when they outnumber those that are left.
+   T deq() {
+      const T value = first();
+      if ( !empty() && 2 * ++taken_ > items_.size() ) {
+         items_.erase( items_.begin(), begin() );
+         taken_ = 0;
+      }
+      return value;
+   }
+   T first() const { return empty() ? T() : *begin(); }
+   T last() const { return empty() ? T() : items_.back(); }
+   void clear() {
+      items_.clear();
+      taken_ = 0;
+   }
+   bool empty() const { return size() == 0; }
+   Types::U32 size() const { return static_cast<Types::U32>( items_.size() - taken_ ); }
+   const_iterator begin() const { return items_.begin() + static_cast<std::ptrdiff_t>( taken_ ); }
+   const_iterator end() const { return items_.end(); }
+
+ private:
+   std::vector<T> items_;
+   std::size_t taken_ = 0; // from the front
 };
 
 } // namespace Nodra

@@ -79,6 +79,7 @@ class HashMap {
       newest_ = node;
       enter( node );
       ++size_;
+      found_ = node;
       return iterator( node );
    }
 
@@ -159,7 +160,7 @@ class HashMap {
    std::vector<Node *> buckets_;
    Node *oldest_ = nullptr;
    Node *newest_ = nullptr;
-   mutable Node *found_ = nullptr; // last: the next look-up is most often for the same key
+   mutable Node *found_ = nullptr; // last found or added: the next look-up is most often for the same key
    Types::U32 size_ = 0;
 };
 

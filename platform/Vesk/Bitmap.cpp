@@ -12,7 +12,9 @@ constexpr U32 wordBits = 64;
 } // namespace
 
 Bitmap::Bitmap( U64 id, U32 size, HBitmap::BitState state )
-   : id_( id ), size_( size ), words_( ( size + wordBits - 1 ) / wordBits, 0 ) {
+   : id_( id ),
+     size_( size ),
+     many_( size > few_.size() * wordBits ? ( size + wordBits - 1 ) / wordBits : 0 ) {
    if ( size_ && state == HBitmap::BitState::set ) {
       rangeSet( 0, size_ - 1 );
    }
@@ -36,38 +38,39 @@ void Bitmap::eachWord( U32 first, U32 last, Action action ) const {
 
 bool Bitmap::test( U32 bit ) const {
    NODRA_ASSERT( bit < size_ ) << " bit " << bit << " of " << size_;
-   return ( words_[ bit / wordBits ] >> bit % wordBits ) & 1u;
+   return ( words()[ bit / wordBits ] >> bit % wordBits ) & 1u;
 }
 
 void Bitmap::rangeSet( U32 first, U32 last ) {
-   eachWord( first, last, [ this ]( U32 word, U64 mask ) { words_[ word ] |= mask; } );
+   eachWord( first, last, [ words = words() ]( U32 word, U64 mask ) { words[ word ] |= mask; } );
 }
 
 void Bitmap::rangeClear( U32 first, U32 last ) {
-   eachWord( first, last, [ this ]( U32 word, U64 mask ) { words_[ word ] &= ~mask; } );
+   eachWord( first, last, [ words = words() ]( U32 word, U64 mask ) { words[ word ] &= ~mask; } );
 }
 
 U32 Bitmap::count( U32 first, U32 last ) const {
    int found = 0;
-   eachWord( first, last, [ & ]( U32 word, U64 mask ) { found += std::popcount( words_[ word ] & mask ); } );
+   eachWord( first, last, [ & ]( U32 word, U64 mask ) { found += std::popcount( words()[ word ] & mask ); } );
    return static_cast<U32>( found );
 }
 
 bool Bitmap::anySet( U32 first, U32 last ) const {
    U64 found = 0;
-   eachWord( first, last, [ & ]( U32 word, U64 mask ) { found |= words_[ word ] & mask; } );
+   eachWord( first, last, [ & ]( U32 word, U64 mask ) { found |= words()[ word ] & mask; } );
    return found != 0;
 }
 
 void Bitmap::copyFrom( const Bitmap &other ) {
    NODRA_ASSERT( size_ == other.size_ );
-   words_ = other.words_;
+   few_ = other.few_;
+   many_ = other.many_;
 }
 
 std::vector<U32> Bitmap::setBits() const {
    std::vector<U32> bits;
-   for ( U32 word = 0; word < words_.size(); ++word ) {
-      for ( U64 rest = words_[ word ]; rest; rest &= rest - 1 ) {
+   for ( U32 word = 0; word < words().size(); ++word ) {
+      for ( U64 rest = words()[ word ]; rest; rest &= rest - 1 ) {
          bits.push_back( word * wordBits + static_cast<U32>( std::countr_zero( rest ) ) );
       }
    }
@@ -77,8 +80,8 @@ std::vector<U32> Bitmap::setBits() const {
 std::string Bitmap::hex() const {
    constexpr U32 digitBits = 4;
    std::string digits;
-   for ( U32 bit = 0; bit < words_.size() * wordBits; bit += digitBits ) {
-      digits += "0123456789abcdef"[ ( words_[ bit / wordBits ] >> bit % wordBits ) & 0xf ];
+   for ( U32 bit = 0; bit < words().size() * wordBits; bit += digitBits ) {
+      digits += "0123456789abcdef"[ ( words()[ bit / wordBits ] >> bit % wordBits ) & 0xf ];
    }
    digits.resize( std::min( digits.size(), digits.find_last_not_of( '0' ) + 1 ) );
    return "0x" + ( digits.empty() ? std::string( "0" ) : std::string( digits.rbegin(), digits.rend() ) );

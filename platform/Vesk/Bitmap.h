@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -40,24 +42,30 @@ class Bitmap {
    bool anySet( U32 first, U32 last ) const;
 
    // Bits 64 * index and up, the lowest first; clear past the end.
-   U64 word( U32 index ) const { return index < words_.size() ? words_[ index ] : 0; }
+   U64 word( U32 index ) const { return index < words().size() ? words()[ index ] : 0; }
 
    // Takes over the bits of `other`, which must have the same size.
    void copyFrom( const Bitmap &other );
 
    std::vector<U32> setBits() const; // in rising order
-   bool operator==( const Bitmap &other ) const { return size_ == other.size_ && words_ == other.words_; }
+   bool operator==( const Bitmap &other ) const {
+      return size_ == other.size_ && few_ == other.few_ && many_ == other.many_;
+   }
 
    // "0x" and the value as hexadecimal digits, bit 0 the lowest, without leading zeros: "0x28".
    std::string hex() const;
 
  private:
+   std::span<U64> words() { return many_.empty() ? few_ : std::span( many_ ); }
+   std::span<const U64> words() const { return many_.empty() ? few_ : std::span( many_ ); }
+
    template <typename Action>
    void eachWord( U32 first, U32 last, Action action ) const;
 
    U64 id_;
    U32 size_;
-   std::vector<U64> words_;
+   std::array<U64, 4> few_{};
+   std::vector<U64> many_; // in place of the few, when there are more
 };
 
 } // namespace Vesk
