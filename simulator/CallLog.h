@@ -1,8 +1,8 @@
 #pragma once
 
-#include <functional>
+#include <algorithm>
+#include <array>
 #include <map>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,19 +14,39 @@ namespace QuarraSimulator {
 using namespace Nodra::Types;
 
 // The SDK functions of the simulated chip, in alphabetical order.
-std::span<const std::string_view> sdkFunctions();
+inline constexpr std::array<std::string_view, 12> sdkFunctions = {
+   "bcm_field_qualify_InterfaceClassPort",
+   "bcm_subport_port_group_subport_multi_set",
+   "bcmlt_entry_allocate",
+   "bcmlt_entry_commit",
+   "bcmlt_entry_field_add",
+   "bcmlt_entry_field_get",
+   "bcmlt_entry_free",
+   "fieldEntryCreate",
+   "fieldEntryDestroy",
+   "portTableSet",
+   "velmor_bcm_field_qualify_SubportGroupIds",
+   "vm_field_qualify_SubportGroupIds",
+};
+
+// The place of a function in sdkFunctions: sdkFunction( __func__ ). Another name does not compile.
+consteval std::size_t sdkFunction( std::string_view name ) {
+   const auto place = std::find( sdkFunctions.begin(), sdkFunctions.end(), name );
+   return place != sdkFunctions.end() ? static_cast<std::size_t>( place - sdkFunctions.begin() )
+                                      : throw "not a function of the simulated chip";
+}
 
 // Counts the calls of SDK functions and fails those that it is told to.
 class CallLog {
  public:
    // Counts a call. Returns the code to fail it with, or 0.
-   int enter( std::string_view function );
+   int enter( std::size_t function );
 
    // As SimulatedChip::failCall.
    void failCall( U64 nth, int code, const std::string &function );
    U32 pendingFailures() const { return static_cast<U32>( failures_.size() ); }
 
-   std::map<std::string, U64> counts() const { return { counts_.begin(), counts_.end() }; }
+   std::map<std::string, U64> counts() const; // of functions that were called
    U64 calls() const { return calls_; }
 
  private:
@@ -36,7 +56,7 @@ class CallLog {
       std::string function; // empty: any
    };
 
-   std::map<std::string, U64, std::less<>> counts_;
+   std::array<U64, sdkFunctions.size()> counts_{};
    U64 calls_ = 0;
    std::vector<Failure> failures_;
 };

@@ -36,6 +36,12 @@ bool ChipState::aclGroupBit( U32 port, U32 bit ) const {
                                                  : logicalTables.systemPortTable().bit( port, bit );
 }
 
+Vesk::Bitmap ChipState::aclGroup( U32 port ) const {
+   return options.generation == Generation::sdk6
+             ? portTables.groupsOf( port )
+             : logicalTables.systemPortTable().value( port, options.aclGroupBits );
+}
+
 U32 ChipState::aclGroupPort( const QuarraCentral::QuarraModPort &port ) const {
    return options.generation == Generation::hsdk && options.systemPort ? options.systemPort( port )
                                                                        : port.port();

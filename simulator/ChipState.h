@@ -23,7 +23,7 @@ class ChipState {
    // Makes one call of an SDK function: counts it, fails it when that was asked for, when it names another
    // unit (unit) or is one of the other generation (unavailable), and only then does its work.
    template <typename Operation>
-   int call( const char *function, const CallTarget &target, Operation operation ) {
+   int call( std::size_t function, const CallTarget &target, Operation operation ) {
       const int failure = calls.enter( function );
       const int code = failure ? failure : check( target );
       return code ? code : operation( *this );
@@ -31,6 +31,7 @@ class ChipState {
 
    // Bit of the ACL-group value of a port (HSDK: system port), below aclGroupBits.
    bool aclGroupBit( U32 port, U32 bit ) const;
+   Vesk::Bitmap aclGroup( U32 port ) const; // all of them
 
    // The port under which the chip looks up a port's ACL-group value.
    U32 aclGroupPort( const QuarraCentral::QuarraModPort &port ) const;
@@ -52,7 +53,7 @@ ChipState *&installedChip();
 
 // One call of an SDK function on the chip that lives. Without a chip there is no unit.
 template <typename Operation>
-int callChip( const char *function, const CallTarget &target, Operation operation ) {
+int callChip( std::size_t function, const CallTarget &target, Operation operation ) {
    ChipState *const chip = installedChip();
    return chip ? chip->call( function, target, operation ) : Code::unit;
 }

@@ -1,6 +1,7 @@
 #include "simulator/LogicalTable.h"
 
 #include <algorithm>
+#include <bit>
 
 #include "Nodra/Assert.h"
 #include "simulator/ReturnCode.h"
@@ -65,6 +66,25 @@ int LogicalTable::update( WorkingCopy &copy ) {
    }
    writeAdded( copy, item->second );
    return Code::ok;
+}
+
+Vesk::Bitmap LogicalTable::value( U64 key, U32 size ) const {
+   Vesk::Bitmap value( 0, size, Vesk::HBitmap::BitState::clear );
+   const auto item = entries_.find( key );
+   if ( item == entries_.end() ) {
+      return value;
+   }
+   U32 firstBit = 0;
+   for ( std::size_t field = keyField + 1; field < layout_.fields.size() && firstBit < size; ++field ) {
+      for ( U64 rest = item->second[ field ]; rest; rest &= rest - 1 ) {
+         const U32 bit = firstBit + static_cast<U32>( std::countr_zero( rest ) );
+         if ( bit < size ) {
+            value.set( bit );
+         }
+      }
+      firstBit += layout_.fields[ field ].bits;
+   }
+   return value;
 }
 
 bool LogicalTable::bit( U64 key, U32 position ) const {

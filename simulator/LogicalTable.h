@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "Nodra/Types.h"
+#include "Vesk/Bitmap.h"
 
 namespace QuarraSimulator {
 
@@ -59,6 +60,7 @@ class LogicalTable {
    // Bit `position` of an entry's fields, the key left out, taken as one value that starts with the lowest
    // bit of the first field. Clear past its end, and when there is no entry.
    bool bit( U64 key, U32 position ) const;
+   Vesk::Bitmap value( U64 key, U32 size ) const; // the lowest `size` of them
 
  private:
    TableLayout layout_;

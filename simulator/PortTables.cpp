@@ -21,6 +21,17 @@ int PortTables::membersIs( U32 group, U32 count, const U32 *ports ) {
    return Code::ok;
 }
 
+Vesk::Bitmap PortTables::groupsOf( U32 port ) const {
+   const auto groups = static_cast<U32>( members_.size() );
+   Vesk::Bitmap value( 0, groups, Vesk::HBitmap::BitState::clear );
+   for ( U32 group = 0; group < groups; ++group ) {
+      if ( isMember( group, port ) ) {
+         value.set( group );
+      }
+   }
+   return value;
+}
+
 PortTables::Ports PortTables::membersOfAny() const {
    Ports any;
    for ( const Ports &members : members_ ) {

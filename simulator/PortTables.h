@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "QuarraCentral/QuarraModPort.h"
+#include "Vesk/Bitmap.h"
 
 namespace QuarraSimulator {
 
@@ -24,6 +25,7 @@ class PortTables {
    // not there and for a list that is missing or has a port twice or above 1023.
    int membersIs( U32 group, U32 count, const U32 *ports );
    bool isMember( U32 group, U32 port ) const { return port <= U10::max && members_[ group ].test( port ); }
+   Vesk::Bitmap groupsOf( U32 port ) const; // a bit a group
    Ports membersOfAny() const;
 
    // Fails for a table other than 9 and 10 (not found) and for a port without module (parameter).

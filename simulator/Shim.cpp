@@ -58,17 +58,17 @@ const char *SimulatedChip::errorText( int code ) const {
 }
 
 int SimulatedChip::fieldEntryCreate( int unit, U32 entry ) {
-   return state_->call( __func__, { .unit = unit },
+   return state_->call( sdkFunction( __func__ ), { .unit = unit },
                         [ & ]( ChipState &chip ) { return chip.tcam.create( entry ); } );
 }
 
 int SimulatedChip::fieldEntryDestroy( int unit, U32 entry ) {
-   return state_->call( __func__, { .unit = unit },
+   return state_->call( sdkFunction( __func__ ), { .unit = unit },
                         [ & ]( ChipState &chip ) { return chip.tcam.destroy( entry ); } );
 }
 
 int SimulatedChip::portTableSet( int unit, U8 table, const QuarraCentral::QuarraModPort &port, U32 value ) {
-   return state_->call( __func__, { .unit = unit },
+   return state_->call( sdkFunction( __func__ ), { .unit = unit },
                         [ & ]( ChipState &chip ) { return chip.portTables.wordIs( table, port, value ); } );
 }
 

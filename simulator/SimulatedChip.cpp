@@ -86,13 +86,7 @@ SimulatedChip::~SimulatedChip() {
 }
 
 Vesk::Bitmap SimulatedChip::aclGroup( U32 port ) const {
-   Vesk::Bitmap value( 0, state_->options.aclGroupBits, Vesk::HBitmap::BitState::clear );
-   for ( U32 bit = 0; bit < value.size(); ++bit ) {
-      if ( state_->aclGroupBit( port, bit ) ) {
-         value.set( bit );
-      }
-   }
-   return value;
+   return state_->aclGroup( port );
 }
 
 std::vector<U32> SimulatedChip::portsWithAclGroup() const {

@@ -30,7 +30,7 @@ class PortWords {
       read();
       U64 changed = 0;
       for ( std::size_t i = 0; i < words_.size(); ++i ) {
-         changed += words_[ i ] != before[ i ];
+         changed += !( words_[ i ] == before[ i ] );
       }
       return changed;
    }
@@ -39,12 +39,12 @@ class PortWords {
    void read() {
       words_.clear();
       for ( const auto &port : switch_.ports() ) {
-         words_.push_back( switch_.aclGroup( port ).hex() );
+         words_.push_back( switch_.aclGroup( port ) );
       }
    }
 
    const Switch &switch_;
-   std::vector<std::string> words_;
+   std::vector<Vesk::Bitmap> words_;
 };
 
 } // namespace

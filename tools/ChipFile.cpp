@@ -104,7 +104,7 @@ ChipChoice readChip( JsonFields &fields, const ChipChoice &before ) {
 SdkCallFailure sdkCallFailure( const std::string &text ) {
    SdkCallFailure failure{ 0, QuarraSimulator::Code::internal, {} };
    std::string_view rest = text;
-   const auto known = QuarraSimulator::sdkFunctions();
+   const auto &known = QuarraSimulator::sdkFunctions;
    if ( const auto name = rest.substr( 0, rest.find( ':' ) );
         std::find( known.begin(), known.end(), name ) != known.end() ) {
       failure.function = name;

@@ -40,8 +40,13 @@ int compareUnits( std::string_view left, std::string_view right ) {
 } // namespace
 
 bool NaturalLess::operator()( std::string_view left, std::string_view right ) const {
-   std::string_view leftRest = left;
-   std::string_view rightRest = right;
+   // A start that both have in common is passed over, but for the digits of a number that goes on.
+   auto start = static_cast<std::size_t>( std::ranges::mismatch( left, right ).in1 - left.begin() );
+   while ( start > 0 && isDigit( left[ start - 1 ] ) ) {
+      --start;
+   }
+   std::string_view leftRest = left.substr( start );
+   std::string_view rightRest = right.substr( start );
    while ( !leftRest.empty() && !rightRest.empty() ) {
       const int order = compareUnits( takeUnit( leftRest ), takeUnit( rightRest ) );
       if ( order != 0 ) {

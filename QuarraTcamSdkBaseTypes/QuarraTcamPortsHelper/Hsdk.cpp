@@ -38,10 +38,11 @@ struct FieldBit {
 };
 
 // Rewrites the bit in the entry of one system port. No entry is created just to clear a bit.
-void programSystemPort( int unit, U32 system_source, U8 bitToSet, const FieldBit &bit, bool clear ) {
-   const auto BCMLT_OPCODE_UPDATE = SdkShim->opcode( Sdk::Opcode::update );
-   const auto BCMLT_OPCODE_INSERT = SdkShim->opcode( Sdk::Opcode::insert );
-   const auto BCMLT_PRIORITY_NORMAL = SdkShim->priorityNormal();
+void programSystemPort( int unit, const TableNumbers &numbers, U32 system_source, U8 bitToSet,
+                        const FieldBit &bit, bool clear ) {
+   const auto BCMLT_OPCODE_UPDATE = numbers.update;
+   const auto BCMLT_OPCODE_INSERT = numbers.insert;
+   const auto BCMLT_PRIORITY_NORMAL = numbers.priority;
    const char *field_name = bit.field.c_str();
    const U64 group_bitmap = bit.mask;
    U64 entry_grp_bmap = 0;
@@ -49,7 +50,7 @@ void programSystemPort( int unit, U32 system_source, U8 bitToSet, const FieldBit
    TRACE( 4, "setAclGroupClassId"
                 << " system source: " << system_source << " unit: " << unit << "bit: " << bitToSet
                 << "clear:" << clear );
-   const bool found = lookUpSystemPort( unit, system_source, systemPortEntry );
+   const bool found = lookUpSystemPort( unit, numbers, system_source, systemPortEntry );
    if ( found ) {
       SDK_CALL( bcmlt_entry_field_get( systemPortEntry, field_name, &entry_grp_bmap ) );
       entry_grp_bmap = clear ? entry_grp_bmap & ~group_bitmap : entry_grp_bmap | group_bitmap;
@@ -74,9 +75,10 @@ void programSystemPort( int unit, U32 system_source, U8 bitToSet, const FieldBit
 
 } // namespace
 
-bool lookUpSystemPort( int unit, U32 system_source, bcmlt_entry_handle_t &systemPortEntry ) {
-   const auto BCMLT_OPCODE_LOOKUP = SdkShim->opcode( Sdk::Opcode::lookup );
-   const auto BCMLT_PRIORITY_NORMAL = SdkShim->priorityNormal();
+bool lookUpSystemPort( int unit, const TableNumbers &numbers, U32 system_source,
+                       bcmlt_entry_handle_t &systemPortEntry ) {
+   const auto BCMLT_OPCODE_LOOKUP = numbers.lookup;
+   const auto BCMLT_PRIORITY_NORMAL = numbers.priority;
    SDK_CALL( bcmlt_entry_allocate( unit, "ING_SYSTEM_PORT_TABLE", &systemPortEntry ) );
    SDK_CALL( bcmlt_entry_field_add( systemPortEntry, "SYSTEM_SOURCE", system_source ) );
    return SDK_TRY( bcmlt_entry_commit( systemPortEntry, BCMLT_OPCODE_LOOKUP, BCMLT_PRIORITY_NORMAL ) ) >= 0;
@@ -139,8 +141,9 @@ void QuarraTcamHSDKPortsHelper::setAclGroupClassId( U8 bitToSet, const IntfGroup
       NODRA_ASSERT( index == intfGroup->portIds() );
    }
    const FieldBit bit( bitToSet );
+   const TableNumbers numbers;
    for ( U32 system_source = 0; system_source <= systemPortMax(); ++system_source ) {
-      programSystemPort( unit, system_source, bitToSet, bit, !systemPorts[ system_source ] );
+      programSystemPort( unit, numbers, system_source, bitToSet, bit, !systemPorts[ system_source ] );
    }
 }
 

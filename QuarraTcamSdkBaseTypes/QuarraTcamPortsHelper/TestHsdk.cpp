@@ -37,7 +37,7 @@ const FieldPlace &placeOf( std::string_view field ) {
 // Reads a field of a system port's entry; false when there is no entry.
 bool readField( int unit, U32 system_source, const std::string &field_name, U64 &entry_grp_bmap ) {
    bcmlt_entry_handle_t systemPortEntry{};
-   const bool found = lookUpSystemPort( unit, system_source, systemPortEntry );
+   const bool found = lookUpSystemPort( unit, TableNumbers(), system_source, systemPortEntry );
    if ( found ) {
       SDK_CALL( bcmlt_entry_field_get( systemPortEntry, field_name.c_str(), &entry_grp_bmap ) );
    }

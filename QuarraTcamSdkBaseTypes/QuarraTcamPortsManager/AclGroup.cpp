@@ -5,6 +5,14 @@
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
 
 namespace QuarraTcam {
+namespace {
+
+// Of most requests no port is asked for: they are passed over before anything is copied.
+bool holdsOtherPorts( const IntfGroupInfo::Ptr &held, const IntfGroupInfo &asked ) {
+   return held && !held->ethernet() && !held->portId().meets( asked.portId() );
+}
+
+} // namespace
 
 bool QuarraTcamPortsManager::programClassIdForIntfGroup( TcamGroupId tcamGroupId,
                                                          const RequestKey &requestKey, U32 entryId,
@@ -167,7 +175,7 @@ void QuarraTcamPortsManager::cleanupConflictingIntfs( TcamGroupId tcamGroupId, c
    const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
    NODRA_ASSERT( !!classIdStatus );
    for ( const auto &[ otherKey, other ] : classIdStatus->requestStatus() ) {
-      if ( otherKey == requestKey ) {
+      if ( otherKey == requestKey || holdsOtherPorts( other->intfGroup(), *intfGroup ) ) {
          continue;
       }
       const auto intfs = intfGroupInfoFactory();

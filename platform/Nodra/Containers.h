@@ -43,6 +43,18 @@ class FlatSet {
    }
 
    bool has( const T &value ) const { return std::binary_search( items_.begin(), items_.end(), value ); }
+   // Whether some item is in both.
+   bool meets( const FlatSet &other ) const {
+      auto mine = begin();
+      auto theirs = other.begin();
+      while ( mine != end() && theirs != other.end() ) {
+         if ( *mine == *theirs ) {
+            return true;
+         }
+         *mine < *theirs ? ++mine : ++theirs;
+      }
+      return false;
+   }
    void clear() { items_.clear(); }
    bool empty() const { return items_.empty(); }
    Types::U32 size() const { return static_cast<Types::U32>( items_.size() ); }
