@@ -37,6 +37,16 @@ struct FieldBit {
    U64 mask;
 };
 
+// Every call costs in the loop over all system ports, of which this is half.
+[[gnu::always_inline]] inline bool lookUp( int unit, const TableNumbers &numbers, U32 system_source,
+                                           bcmlt_entry_handle_t &systemPortEntry ) {
+   const auto BCMLT_OPCODE_LOOKUP = numbers.lookup;
+   const auto BCMLT_PRIORITY_NORMAL = numbers.priority;
+   SDK_CALL( bcmlt_entry_allocate( unit, "ING_SYSTEM_PORT_TABLE", &systemPortEntry ) );
+   SDK_CALL( bcmlt_entry_field_add( systemPortEntry, "SYSTEM_SOURCE", system_source ) );
+   return SDK_TRY( bcmlt_entry_commit( systemPortEntry, BCMLT_OPCODE_LOOKUP, BCMLT_PRIORITY_NORMAL ) ) >= 0;
+}
+
 // Rewrites the bit in the entry of one system port. No entry is created just to clear a bit.
 void programSystemPort( int unit, const TableNumbers &numbers, U32 system_source, U8 bitToSet,
                         const FieldBit &bit, bool clear ) {
@@ -50,7 +60,7 @@ void programSystemPort( int unit, const TableNumbers &numbers, U32 system_source
    TRACE( 4, "setAclGroupClassId"
                 << " system source: " << system_source << " unit: " << unit << "bit: " << bitToSet
                 << "clear:" << clear );
-   const bool found = lookUpSystemPort( unit, numbers, system_source, systemPortEntry );
+   const bool found = lookUp( unit, numbers, system_source, systemPortEntry );
    if ( found ) {
       SDK_CALL( bcmlt_entry_field_get( systemPortEntry, field_name, &entry_grp_bmap ) );
       entry_grp_bmap = clear ? entry_grp_bmap & ~group_bitmap : entry_grp_bmap | group_bitmap;
@@ -77,11 +87,7 @@ void programSystemPort( int unit, const TableNumbers &numbers, U32 system_source
 
 bool lookUpSystemPort( int unit, const TableNumbers &numbers, U32 system_source,
                        bcmlt_entry_handle_t &systemPortEntry ) {
-   const auto BCMLT_OPCODE_LOOKUP = numbers.lookup;
-   const auto BCMLT_PRIORITY_NORMAL = numbers.priority;
-   SDK_CALL( bcmlt_entry_allocate( unit, "ING_SYSTEM_PORT_TABLE", &systemPortEntry ) );
-   SDK_CALL( bcmlt_entry_field_add( systemPortEntry, "SYSTEM_SOURCE", system_source ) );
-   return SDK_TRY( bcmlt_entry_commit( systemPortEntry, BCMLT_OPCODE_LOOKUP, BCMLT_PRIORITY_NORMAL ) ) >= 0;
+   return lookUp( unit, numbers, system_source, systemPortEntry );
 }
 
 QuarraTcamHSDKPortsHelper::QuarraTcamHSDKPortsHelper( Scsd scsd )

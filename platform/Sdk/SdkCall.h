@@ -18,18 +18,21 @@ struct CallSite {
 void traceCode( const Nodra::TraceHandle &handle, const CallSite &site, int code );
 [[noreturn]] void callFailed( const CallSite &site, int code );
 
-// Traces the return code of a call and gives it back.
-inline int traceCall( const Nodra::TraceHandle &handle, const CallSite &site, int code ) {
+// Traces the return code of a call and gives it back. The site, here and below, is a function that makes it,
+// for few calls need theirs.
+template <typename Site>
+int traceCall( const Nodra::TraceHandle &handle, Site site, int code ) {
    if ( handle.isOn( 4 ) ) {
-      traceCode( handle, site, code );
+      traceCode( handle, site(), code );
    }
    return code;
 }
 
 // The same, but a negative code aborts the process.
-inline void checkCall( const Nodra::TraceHandle &handle, const CallSite &site, int code ) {
+template <typename Site>
+void checkCall( const Nodra::TraceHandle &handle, Site site, int code ) {
    if ( code < 0 ) {
-      callFailed( site, code );
+      callFailed( site(), code );
    }
    traceCall( handle, site, code );
 }
@@ -38,6 +41,9 @@ inline void checkCall( const Nodra::TraceHandle &handle, const CallSite &site, i
 template <typename Call>
 int callUnlocked( Call call ) {
    ::SdkShim->preCall();
+   if ( !Nodra::interpreterLock().heldByThisThread() && !Nodra::activityLock().heldByThisThread() ) {
+      return call(); // as mostly: nothing to release
+   }
    const Nodra::LocksReleased released;
    return call();
 }
@@ -45,9 +51,7 @@ int callUnlocked( Call call ) {
 } // namespace Sdk
 
 #define SDK_CALL_SITE( ... )                                                                                 \
-   Sdk::CallSite {                                                                                           \
-      __FILE__, __LINE__, __PRETTY_FUNCTION__, #__VA_ARGS__                                                  \
-   }
+   [ function = __PRETTY_FUNCTION__ ] { return Sdk::CallSite{ __FILE__, __LINE__, function, #__VA_ARGS__ }; }
 
 // Makes an SDK call that must succeed. Traces through the unit's handle, `unitTrace`.
 #define SDK_CALL( ... )                                                                                      \
