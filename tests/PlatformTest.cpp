@@ -205,6 +205,23 @@ TEST( Bitmaps, CopyPrintAndCompareAllTheirBits ) {
    EXPECT_FALSE( Bitmap( 0, 130, clear ) == Bitmap( 0, 131, clear ) );
 }
 
+// Up to 256 bits are kept in another place than more of them.
+TEST( Bitmaps, OfEverySizeKeepTheirLastBits ) {
+   for ( const U32 size : { 1u, 255u, 256u, 257u, 1000u } ) {
+      SCOPED_TRACE( size );
+      Bitmap bitmap( 0, size, set );
+      EXPECT_EQ( bitmap.count(), size );
+      EXPECT_EQ( bitmap.word( size / 64 ), ( U64{ 1 } << size % 64 ) - 1 ) << "clear past the end";
+      bitmap.clear( size - 1 );
+      Bitmap copy( 0, size, set );
+      EXPECT_FALSE( copy == bitmap );
+      copy.copyFrom( bitmap );
+      EXPECT_TRUE( copy == bitmap );
+      copy.set( size - 1 );
+      EXPECT_EQ( bitmap.count(), size - 1 ) << "the copy has its own bits";
+   }
+}
+
 TEST( Bitmaps, ABitOutsideAborts ) {
    const auto bitmap = std::make_shared<Bitmap>( 0, 130u, set );
    EXPECT_ABORT( bitmap->test( 130 ), "bit 130 of 130" );
