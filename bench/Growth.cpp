@@ -6,11 +6,13 @@
 
 #include <benchmark/benchmark.h>
 
-#include "tools/Switch.h"
+#include "lab/Switch.h"
 
 namespace QuarraBench {
 namespace {
 
+using namespace QuarraAcl;
+using namespace QuarraLab;
 using namespace QuarraTool;
 using namespace QuarraTcam;
 using Clock = std::chrono::steady_clock;

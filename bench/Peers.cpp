@@ -6,11 +6,13 @@
 
 #include "Nodra/Assert.h"
 #include "agent/SystemAclFeatures.h"
-#include "tools/CostModel.h"
+#include "lab/CostModel.h"
 
 namespace QuarraBench {
 namespace {
 
+using namespace QuarraAcl;
+using namespace QuarraLab;
 using namespace QuarraTool;
 using QuarraAgent::InstallRequest;
 using QuarraTcam::IntfGroupInfo;

@@ -1,7 +1,7 @@
 #include "bench/Scene.h"
 
 #include "agent/ChipState.h"
-#include "tools/Switch.h"
+#include "lab/Switch.h"
 
 namespace QuarraBench {
 
@@ -11,7 +11,7 @@ Scene::Scene( const char *variantName, U8 flexibleBits, U8 portBits ) {
    config.flexibleBits = flexibleBits;
    config.portBits = portBits;
    QuarraAgent::forgetEarlierAgents();
-   chip_ = std::make_unique<QuarraSimulator::SimulatedChip>( QuarraTool::chipOptions( variant, config ) );
+   chip_ = std::make_unique<QuarraSimulator::SimulatedChip>( QuarraLab::chipOptions( variant, config ) );
    const auto scsd = QuarraAgent::bringUpChip( variant, config );
    helper_ = variant.factory( scsd );
    manager_ = quarraTcamPortsManagerFactory( "bench" );

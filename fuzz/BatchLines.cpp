@@ -7,7 +7,7 @@
 namespace {
 
 using namespace QuarraFuzz;
-using QuarraTool::JsonOut;
+using QuarraLab::JsonOut;
 
 constexpr std::size_t mostLines = 32;
 constexpr std::size_t mostPorts = 32; // a larger chip only takes longer

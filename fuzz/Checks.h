@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "agent/RequestRefused.h"
-#include "tools/ChipFile.h"
-#include "tools/TextFile.h"
+#include "lab/ChipFile.h"
+#include "lab/TextFile.h"
 
 // What holds for every input, good or bad. A breach ends the process, so that the fuzzer keeps the input.
 namespace QuarraFuzz {
@@ -22,7 +22,7 @@ inline void require( bool holds, const char *what, const std::string &text ) {
 }
 
 inline void requireOneLine( const std::string &text ) {
-   require( !text.empty() && QuarraTool::oneLine( text ) == text, "a message is one line of text", text );
+   require( !text.empty() && QuarraLab::oneLine( text ) == text, "a message is one line of text", text );
 }
 
 // Runs what reads an input.
@@ -30,7 +30,7 @@ template <typename Read>
 void readOrRefuse( const Read &read ) {
    try {
       read();
-   } catch ( const QuarraTool::InputError &error ) {
+   } catch ( const QuarraLab::InputError &error ) {
       requireOneLine( error.what() );
    } catch ( const QuarraAgent::RequestRefused &refused ) {
       requireOneLine( refused.code() );
@@ -39,9 +39,9 @@ void readOrRefuse( const Read &read ) {
 }
 
 // The default chip of a variant, cut down to a few ports.
-inline QuarraTool::ChipChoice smallChip( const std::string &variant ) {
+inline QuarraLab::ChipChoice smallChip( const std::string &variant ) {
    constexpr std::size_t ports = 8;
-   auto choice = QuarraTool::defaultChoice( variant );
+   auto choice = QuarraLab::defaultChoice( variant );
    choice.chip.ports.resize( ports );
    return choice;
 }

@@ -6,6 +6,8 @@
 namespace {
 
 using namespace QuarraFuzz;
+using namespace QuarraAcl;
+using namespace QuarraLab;
 using namespace QuarraTool;
 
 constexpr std::size_t most = 32; // ports, tables, rules of a table: more only take longer

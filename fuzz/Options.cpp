@@ -12,12 +12,12 @@ extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t *data, std::size_t siz
    Nodra::traceLevelsIs( text );
    Nodra::traceLevelsDelAll();
    readOrRefuse( [ & ] {
-      const auto failure = QuarraTool::sdkCallFailure( text );
+      const auto failure = QuarraLab::sdkCallFailure( text );
       require( failure.nth > 0 && failure.code < 0, "calls count from 1 and fail with a negative code",
                text );
    } );
    readOrRefuse(
-      [ & ] { require( QuarraTool::defaultChoice( text ).variant->name == text, "variant", text ); } );
+      [ & ] { require( QuarraLab::defaultChoice( text ).variant->name == text, "variant", text ); } );
    readOrRefuse( [ & ] {
       QuarraTool::GroupMap map;
       std::istringstream words( text );

@@ -2,16 +2,16 @@
 
 #include <algorithm>
 
-#include "tools/ConfigDbJson.h"
-#include "tools/Dump.h"
+#include "lab/Dump.h"
+#include "lab/JsonText.h"
 
 namespace QuarraSoak {
 namespace {
 
-using QuarraTool::Json;
-using QuarraTool::JsonFields;
-using QuarraTool::JsonOut;
-using QuarraTool::portJson;
+using QuarraLab::Json;
+using QuarraLab::JsonFields;
+using QuarraLab::JsonOut;
+using QuarraLab::portJson;
 
 constexpr std::pair<Operation::Kind, const char *> kindNames[] = {
    { Operation::Kind::createGroup, "createGroup" },
@@ -78,7 +78,7 @@ std::string Operation::line() const {
 }
 
 Operation Operation::ofLine( const std::string &line ) {
-   const Json json = QuarraTool::parseJson( line );
+   const Json json = QuarraLab::parseJson( line );
    JsonFields fields( json, "history" );
    const auto name = fields.text( "op" );
    const auto *const kind = std::find_if( std::begin( kindNames ), std::end( kindNames ),
@@ -105,7 +105,7 @@ Operation Operation::ofLine( const std::string &line ) {
 // The start-up rules of an SDK6 chip need 14 flexible bits and bit 5 of the source trunk map, those of an
 // HSDK chip 12.
 ChipChoice drawChip( const QuarraAgent::Variant &variant, Choices &choices ) {
-   auto choice = QuarraTool::defaultChoice( std::string( variant.name ) );
+   auto choice = QuarraLab::defaultChoice( std::string( variant.name ) );
    auto &chip = choice.chip;
    const bool sdk6 = variant.generation == QuarraAgent::SdkGeneration::sdk6;
    const U32 least = sdk6 ? 14 : 12;

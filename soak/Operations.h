@@ -1,12 +1,12 @@
 #pragma once
 
+#include "lab/ChipFile.h"
 #include "soak/Choices.h"
 #include "soak/Model.h"
-#include "tools/ChipFile.h"
 
 namespace QuarraSoak {
 
-using QuarraTool::ChipChoice;
+using QuarraLab::ChipChoice;
 
 struct Operation {
    enum class Kind { createGroup, deleteGroup, install, remove };

@@ -181,10 +181,10 @@ std::string playEpisode( const QuarraAgent::Variant &variant, Choices &choices, 
 }
 
 std::string replay( const History &history ) {
-   const auto json = QuarraTool::parseJson( history.front() );
-   QuarraTool::JsonFields fields( json, "history" );
+   const auto json = QuarraLab::parseJson( history.front() );
+   QuarraLab::JsonFields fields( json, "history" );
    fields.value( "op" );
-   Trial trial( readChip( fields, QuarraTool::defaultChoice( "testSdk6" ) ) );
+   Trial trial( readChip( fields, QuarraLab::defaultChoice( "testSdk6" ) ) );
    for ( std::size_t i = 1; i < history.size(); ++i ) {
       const auto difference = trial.carryOut( Operation::ofLine( history[ i ] ) );
       if ( !difference.empty() ) {

@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include "agent/SystemAclFeatures.h"
-#include "tools/Dump.h"
+#include "lab/Dump.h"
 
 namespace QuarraSoak {
 

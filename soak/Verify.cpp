@@ -211,8 +211,8 @@ void verifyPortValues( const Model &model, const Switch &theSwitch ) {
    for ( const auto &[ bit, ports ] : carriers ) {
       same( fmt::format( "ports with bit {}", bit ), ports, model.aclGroupBits().at( bit ) );
    }
-   const std::pair<Space, U8> tables[] = { { Space::ifpSourceTrunkMap, QuarraTool::ifpTable },
-                                           { Space::vfpSourceTrunkMap, QuarraTool::vfpTable } };
+   const std::pair<Space, U8> tables[] = { { Space::ifpSourceTrunkMap, QuarraLab::ifpTable },
+                                           { Space::vfpSourceTrunkMap, QuarraLab::vfpTable } };
    std::size_t posted = 0;
    for ( const auto &[ space, table ] : tables ) {
       for ( const auto &[ port, word ] : model.words( space ) ) {

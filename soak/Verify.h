@@ -1,11 +1,11 @@
 #pragma once
 
+#include "lab/Switch.h"
 #include "soak/Model.h"
-#include "tools/Switch.h"
 
 namespace QuarraSoak {
 
-using QuarraTool::Switch;
+using QuarraLab::Switch;
 
 // The model of a switch after set-up: the same chip, and the groups as they are registered.
 Model modelOf( const Switch &theSwitch );

@@ -5,6 +5,8 @@
 namespace QuarraTest {
 namespace {
 
+using namespace QuarraAcl;
+using namespace QuarraLab;
 using namespace QuarraTool;
 using ::testing::HasSubstr;
 using ::testing::Not;

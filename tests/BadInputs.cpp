@@ -4,12 +4,12 @@
 #include <filesystem>
 #include <sstream>
 
-#include "tools/TextFile.h"
+#include "lab/TextFile.h"
 
 namespace QuarraTest {
 namespace {
 
-using QuarraTool::JsonOut;
+using QuarraLab::JsonOut;
 
 std::string pieceOf( const JsonOut &part ) {
    std::string text;
@@ -57,7 +57,7 @@ std::string BadInput::field( const std::string &name ) const {
 std::string BadInput::where() const {
    constexpr std::size_t shown = 200;
    const auto input = text.empty() ? fields.dump() : text;
-   return group + ": " + QuarraTool::oneLine( input.substr( 0, shown ) );
+   return group + ": " + QuarraLab::oneLine( input.substr( 0, shown ) );
 }
 
 std::vector<BadInput> allBadInputs() {
@@ -109,7 +109,7 @@ const std::set<std::string> &documentedCodes() {
 }
 
 std::string fileText( const std::string &file ) {
-   return QuarraTool::readText( std::string( QUARRA_SOURCES ) + "/" + file );
+   return QuarraLab::readText( std::string( QUARRA_SOURCES ) + "/" + file );
 }
 
 std::vector<std::string> textsIn( const std::string &folder ) {
@@ -124,7 +124,7 @@ std::vector<std::string> textsIn( const std::string &folder ) {
 }
 
 std::string lineProblem( const std::string &text ) {
-   return !text.empty() && QuarraTool::oneLine( text ) == text ? "" : "not one line of text: " + text;
+   return !text.empty() && QuarraLab::oneLine( text ) == text ? "" : "not one line of text: " + text;
 }
 
 std::string answerProblem( const JsonOut &answer ) {

@@ -20,7 +20,7 @@ struct BadInput {
    std::string group;
    std::string kind;
    std::string text;
-   QuarraTool::JsonOut fields;
+   QuarraLab::JsonOut fields;
 
    std::string field( const std::string &name ) const; // empty when it has none
    std::string where() const;                          // for messages: group and input, shortened
@@ -41,6 +41,6 @@ std::vector<std::string> textsIn( const std::string &folder );
 std::string lineProblem( const std::string &text );
 
 // "" when the answer to a batch line is JSON with "ok", or a one-line error of a documented code.
-std::string answerProblem( const QuarraTool::JsonOut &answer );
+std::string answerProblem( const QuarraLab::JsonOut &answer );
 
 } // namespace QuarraTest

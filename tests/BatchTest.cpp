@@ -143,7 +143,7 @@ TEST_F( BatchOnSdk6Twin, ExplainsWhatEntriesLeftBehind ) {
 TEST( BatchLines, AllEthernetPortsOfAChipWithoutPortsAreNone ) {
    for ( const char *chip : { R"({"op":"chip","ports":[],"cpuPorts":[]})",
                               R"({"op":"chip","ports":[],"cpuPorts":[{"module":63,"port":1}]})" } ) {
-      Batch batch( QuarraTool::defaultChoice( "sdk6" ) );
+      Batch batch( QuarraLab::defaultChoice( "sdk6" ) );
       batch.answer( chip );
       const auto line = R"({"op":"install","group":88,"entry":1,"ethernet":true,)"
                         R"("rule":{"name":"PBMP_E_ALL for a Rillway group"}})";
@@ -219,7 +219,7 @@ TEST_F( BatchOnSdk6Twin, DumpShowsTheWholeState ) {
 }
 
 TEST( BatchLines, AreAnsweredOneForOneWithTheirNumber ) {
-   Batch batch( QuarraTool::defaultChoice( "testSdk6" ) );
+   Batch batch( QuarraLab::defaultChoice( "testSdk6" ) );
    std::istringstream in( "nonsense\n{\"op\":\"createGroup\",\"group\":16}\n\n{\"op\":\"check\"}" );
    std::ostringstream out;
    batch.run( in, out );
@@ -259,7 +259,7 @@ TEST( BatchLines, TheFirstMayChooseTheChip ) {
       { R"({"op":"chip","colour":1})", "unknownField" },
    };
    for ( const auto &[ line, outcome ] : cases ) {
-      Batch batch( QuarraTool::defaultChoice( "testSdk6" ) );
+      Batch batch( QuarraLab::defaultChoice( "testSdk6" ) );
       const auto answer = batch.answer( line );
       EXPECT_EQ( answer.at( "ok" ).get<bool>() ? answer.at( "profile" ) : answer.at( "error" ).at( "code" ),
                  outcome )

@@ -1,4 +1,4 @@
-#include "tools/ConfigDb.h"
+#include "acl/ConfigDb.h"
 
 #include <filesystem>
 #include <functional>
@@ -9,7 +9,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-namespace QuarraTool {
+namespace QuarraAcl {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -352,4 +352,4 @@ TEST( ConfigDbFile, ThatCannotBeReadIsRefused ) {
 }
 
 } // namespace
-} // namespace QuarraTool
+} // namespace QuarraAcl

@@ -103,7 +103,7 @@ const Scenario scenarios[] = {
        entryLine( 51, 2, R"({"module":40,"port":6})" ), removeLine( 13, 1 ), removeLine( 51, 2 ) } },
 };
 
-using Calls = std::map<std::string, QuarraTool::U64>;
+using Calls = std::map<std::string, QuarraLab::U64>;
 
 struct OnVariant {
    std::string variant;
@@ -125,7 +125,7 @@ class Scenarios : public LinesTest, public ::testing::WithParamInterface<OnVaria
 
    // How a run of the line ends whose n-th SDK call, of all functions, fails.
    enum Outcome { refused = 1, noSuchCall, tolerated };
-   QuarraSoak::Ending failing( const std::string &line, QuarraTool::U64 nth ) {
+   QuarraSoak::Ending failing( const std::string &line, QuarraLab::U64 nth ) {
       return QuarraSoak::Child( [ & ]( std::FILE * ) -> int {
                 chip().failCall( nth, QuarraSimulator::Code::busy );
                 if ( !answer( line ).at( "ok" ).get<bool>() ) {
@@ -158,9 +158,9 @@ class Scenarios : public LinesTest, public ::testing::WithParamInterface<OnVaria
    // Fails each SDK call of the line, then carries it out: every call was named as often as it is made.
    void failEachCall( const std::string &line ) {
       std::vector<std::string> errors;
-      QuarraTool::U64 lookUps = 0;
+      QuarraLab::U64 lookUps = 0;
       auto ending = failing( line, 1 );
-      for ( QuarraTool::U64 nth = 1; !ending.exitedWith( noSuchCall ); ending = failing( line, ++nth ) ) {
+      for ( QuarraLab::U64 nth = 1; !ending.exitedWith( noSuchCall ); ending = failing( line, ++nth ) ) {
          if ( ending.exitedWith( tolerated ) ) {
             ++lookUps;
             continue;

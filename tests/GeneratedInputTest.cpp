@@ -14,6 +14,8 @@
 namespace QuarraTest {
 namespace {
 
+using namespace QuarraAcl;
+using namespace QuarraLab;
 using namespace QuarraTool;
 
 // QUARRA_CASES_PERCENT makes fewer of them, for a slow build.

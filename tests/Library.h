@@ -12,7 +12,7 @@
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
 #include "agent/ChipState.h"
-#include "tools/Switch.h"
+#include "lab/Switch.h"
 
 // What tests of the library's own operations share: a chip, a helper of some variant, and a manager whose
 // spaces are empty, with groups of the test's own.
@@ -80,7 +80,7 @@ class LibraryTest : public ::testing::Test {
          static_cast<U8>( sizes.sourceTrunkMap < 0 ? config.sourceTrunkMapBits : sizes.sourceTrunkMap );
       QuarraAgent::forgetEarlierAgents();
       chip.reset();
-      chip = std::make_unique<QuarraSimulator::SimulatedChip>( QuarraTool::chipOptions( variant, config ) );
+      chip = std::make_unique<QuarraSimulator::SimulatedChip>( QuarraLab::chipOptions( variant, config ) );
       scsd =
          std::const_pointer_cast<Quarra::QuarraCommonSmData>( QuarraAgent::bringUpChip( variant, config ) );
       helper = variant.factory( scsd );

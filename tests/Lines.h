@@ -10,8 +10,8 @@
 
 namespace QuarraTest {
 
+using QuarraLab::JsonOut;
 using QuarraTool::Batch;
-using QuarraTool::JsonOut;
 
 // Names of all variants, for tests that run on each.
 inline std::vector<std::string> everyVariant() {
@@ -27,7 +27,7 @@ inline std::vector<std::string> everyVariant() {
 class LinesTest : public ::testing::Test {
  protected:
    void use( const std::string &variant, const std::string &more = "" ) {
-      batch_ = std::make_unique<Batch>( QuarraTool::defaultChoice( variant ) );
+      batch_ = std::make_unique<Batch>( QuarraLab::defaultChoice( variant ) );
       ok( R"({"op":"chip","variant":")" + variant + "\"" + more + "}" );
       const auto &helper = *batch_->usedSwitch()->agent().manager().portsHelper();
       ASSERT_TRUE( QuarraAgent::variantOf( variant )->made( helper ) ) << "another variant than " << variant;

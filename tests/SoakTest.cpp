@@ -81,7 +81,7 @@ TEST( VerifyAll, SeesEveryKindOfState ) {
         } },
    };
    for ( const auto &change : changes ) {
-      Trial trial( QuarraTool::defaultChoice( "sdk6" ) );
+      Trial trial( QuarraLab::defaultChoice( "sdk6" ) );
       const Operation install{ Operation::Kind::install, { 13, 1, { { port( 1 ), port( 2 ) } } } };
       ASSERT_EQ( trial.carryOut( install ), "" );
       change.make( trial.theSwitch().agent().manager() );

@@ -4,7 +4,7 @@
 #include <set>
 
 #include "agent/RequestChecks.h"
-#include "tools/CostModel.h"
+#include "lab/CostModel.h"
 
 namespace QuarraTool {
 namespace {

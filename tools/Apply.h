@@ -1,11 +1,14 @@
 #pragma once
 
-#include "tools/ChipFile.h"
-#include "tools/ConfigDb.h"
+#include "acl/ConfigDb.h"
+#include "lab/ChipFile.h"
+#include "lab/MatchCheck.h"
 #include "tools/GroupMap.h"
-#include "tools/MatchCheck.h"
 
 namespace QuarraTool {
+
+using namespace QuarraAcl;
+using namespace QuarraLab;
 
 // One rule of a configuration as a TCAM entry.
 struct PlannedEntry {

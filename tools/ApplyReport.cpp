@@ -4,8 +4,8 @@
 
 #include <fmt/format.h>
 
-#include "tools/CostModel.h"
-#include "tools/TextFile.h"
+#include "lab/CostModel.h"
+#include "lab/TextFile.h"
 #include "tools/TextTable.h"
 
 namespace QuarraTool {

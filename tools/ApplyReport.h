@@ -2,10 +2,12 @@
 
 #include <string>
 
+#include "lab/Dump.h"
 #include "tools/Apply.h"
-#include "tools/Dump.h"
 
 namespace QuarraTool {
+
+using namespace QuarraLab;
 
 // What `quarra-tcam apply` prints for a person; `colour` marks the verdicts.
 std::string applyReport( const Applied &applied, bool colour );

@@ -4,10 +4,12 @@
 #include <memory>
 #include <ostream>
 
-#include "tools/ChipFile.h"
-#include "tools/Dump.h"
+#include "lab/ChipFile.h"
+#include "lab/Dump.h"
 
 namespace QuarraTool {
+
+using namespace QuarraLab;
 
 // Drives a switch by JSON lines: one object a line in, one object a line out, in order (docs/tool.md). A line
 // that cannot be carried out is answered with an error and changes nothing; the run goes on.

@@ -4,10 +4,13 @@
 
 #include <fmt/format.h>
 
-#include "tools/ConfigDbTables.h"
-#include "tools/TextFile.h"
+#include "acl/ConfigDbTables.h"
+#include "lab/TextFile.h"
 
 namespace QuarraTool {
+
+using namespace QuarraAcl;
+using namespace QuarraLab;
 namespace {
 
 using namespace QuarraTcam;

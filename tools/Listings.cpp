@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "tools/Dump.h"
+#include "lab/Dump.h"
 #include "tools/Options.h"
 #include "tools/TextTable.h"
 

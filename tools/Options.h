@@ -4,9 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "tools/ChipFile.h"
+#include "lab/ChipFile.h"
 
 namespace QuarraTool {
+
+using namespace QuarraLab;
 
 // Exit codes of the command.
 enum ExitCode { exitGood = 0, exitDoesNotFit = 1, exitBadInput = 2 };

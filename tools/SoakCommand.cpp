@@ -5,8 +5,8 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "lab/Dump.h"
 #include "soak/Soak.h"
-#include "tools/Dump.h"
 #include "tools/Options.h"
 #include "tools/TextTable.h"
 

@@ -5,9 +5,11 @@
 
 #include <fmt/format.h>
 
-#include "tools/TextFile.h"
+#include "lab/TextFile.h"
 
 namespace QuarraTool {
+
+using namespace QuarraLab;
 
 void TextTable::row( const std::vector<std::string> &cells ) {
    std::vector<std::string> &row = rows_.emplace_back();

@@ -6,7 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Nodra/Trace.h"
-#include "tools/ConfigDb.h"
+#include "acl/ConfigDb.h"
 #include "tools/Options.h"
 #include "tools/Version.h"
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "tools/ConfigDbTables.h"
+#include "acl/ConfigDbTables.h"
 
-namespace QuarraTool {
+namespace QuarraAcl {
 
 using NameSet = std::set<std::string, NaturalLess>;
 
@@ -49,4 +49,4 @@ class SwitchPorts {
 // "Ethernet0", "Ethernet0 and Ethernet4", "Ethernet0, Ethernet4 and Ethernet8".
 std::string joinNames( const std::vector<std::string> &names );
 
-} // namespace QuarraTool
+} // namespace QuarraAcl

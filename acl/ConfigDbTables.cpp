@@ -1,11 +1,11 @@
-#include "tools/ConfigDbTables.h"
+#include "acl/ConfigDbTables.h"
 
 #include <algorithm>
 #include <initializer_list>
 
 #include <fmt/format.h>
 
-namespace QuarraTool {
+namespace QuarraAcl {
 namespace {
 
 // The tables that are read, and what the full key of an object in them looks like.
@@ -182,4 +182,4 @@ std::string upperCase( std::string text ) {
    return text;
 }
 
-} // namespace QuarraTool
+} // namespace QuarraAcl

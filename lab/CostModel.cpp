@@ -1,6 +1,6 @@
-#include "tools/CostModel.h"
+#include "lab/CostModel.h"
 
-namespace QuarraTool {
+namespace QuarraLab {
 
 U64 rowsFor( const QuarraAgent::ChipConfig &chip, U32 bits ) {
    return ( U64{ chip.ruleBits } + bits + chip.tcamRowBits - 1 ) / chip.tcamRowBits;
@@ -13,4 +13,4 @@ U32 qualifierBits( const Switch &theSwitch, TcamGroupId group ) {
       ->size();
 }
 
-} // namespace QuarraTool
+} // namespace QuarraLab

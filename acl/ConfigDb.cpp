@@ -1,4 +1,4 @@
-#include "tools/ConfigDb.h"
+#include "acl/ConfigDb.h"
 
 #include <algorithm>
 #include <charconv>
@@ -9,10 +9,10 @@
 
 #include <fmt/format.h>
 
-#include "tools/ConfigDbPorts.h"
-#include "tools/ConfigDbTables.h"
+#include "acl/ConfigDbPorts.h"
+#include "acl/ConfigDbTables.h"
 
-namespace QuarraTool {
+namespace QuarraAcl {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -229,4 +229,4 @@ AclConfig parseConfigDb( const std::string &text, const std::string &file ) {
    }
 }
 
-} // namespace QuarraTool
+} // namespace QuarraAcl

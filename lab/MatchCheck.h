@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "tools/Switch.h"
+#include "lab/Switch.h"
 
-namespace QuarraTool {
+namespace QuarraLab {
 
 // An entry that matches a port that it should not match, or the other way round.
 struct Mismatch {
@@ -23,4 +23,4 @@ struct Mismatch {
 // (docs/tool.md says why).
 std::vector<Mismatch> checkMatches( const Switch &theSwitch );
 
-} // namespace QuarraTool
+} // namespace QuarraLab

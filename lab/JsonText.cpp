@@ -1,4 +1,4 @@
-#include "tools/ConfigDbJson.h"
+#include "lab/JsonText.h"
 
 #include <algorithm>
 #include <string_view>
@@ -9,7 +9,7 @@
 
 #include "agent/OneLine.h"
 
-namespace QuarraTool {
+namespace QuarraLab {
 namespace {
 
 constexpr std::pair<Json::value_t, std::string_view> typeNames[] = {
@@ -180,4 +180,4 @@ std::string valueText( const Json &value ) {
    return value.is_string() || value.is_number() ? value.dump() : typeName( value );
 }
 
-} // namespace QuarraTool
+} // namespace QuarraLab

@@ -2,11 +2,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "tools/MatchCheck.h"
-#include "tools/Switch.h"
+#include "lab/MatchCheck.h"
+#include "lab/Switch.h"
 
 // The state of library and chip as JSON, in a canonical order: equal states give equal text.
-namespace QuarraTool {
+namespace QuarraLab {
 
 using JsonOut = nlohmann::ordered_json;
 
@@ -19,4 +19,4 @@ JsonOut portJson( const QuarraModPort &port ); // a number in module 0, else { "
 JsonOut keyJson( const QuarraTcam::RequestKey &key );
 JsonOut mismatchJson( const Mismatch &mismatch );
 
-} // namespace QuarraTool
+} // namespace QuarraLab

@@ -3,10 +3,10 @@
 #include <memory>
 
 #include "agent/TcamAgent.h"
+#include "lab/ChipFile.h"
 #include "simulator/SimulatedChip.h"
-#include "tools/ChipFile.h"
 
-namespace QuarraTool {
+namespace QuarraLab {
 
 using namespace Nodra::Types;
 using QuarraAgent::TcamAgent;
@@ -50,4 +50,4 @@ class Switch {
 inline constexpr U8 ifpTable = 9;
 inline constexpr U8 vfpTable = 10;
 
-} // namespace QuarraTool
+} // namespace QuarraLab

@@ -7,7 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace QuarraTool {
+namespace QuarraLab {
 
 using Json = nlohmann::json;
 
@@ -25,4 +25,4 @@ Json parseJson( const std::string &text );
 std::string typeName( const Json &value );  // "a number", "an object", ...
 std::string valueText( const Json &value ); // a string or a number as written, otherwise its type
 
-} // namespace QuarraTool
+} // namespace QuarraLab

@@ -1,10 +1,10 @@
-#include "tools/ConfigDbPorts.h"
+#include "acl/ConfigDbPorts.h"
 
 #include <algorithm>
 
 #include <fmt/format.h>
 
-namespace QuarraTool {
+namespace QuarraAcl {
 namespace {
 
 constexpr std::size_t maxPorts = 1023;
@@ -168,4 +168,4 @@ std::string joinNames( const std::vector<std::string> &names ) {
    return fmt::format( "{} and {}", fmt::join( names.begin(), names.end() - 1, ", " ), names.back() );
 }
 
-} // namespace QuarraTool
+} // namespace QuarraAcl

@@ -1,10 +1,10 @@
-#include "tools/Switch.h"
+#include "lab/Switch.h"
 
 #include <algorithm>
 
 #include "agent/ChipState.h"
 
-namespace QuarraTool {
+namespace QuarraLab {
 
 using namespace QuarraTcam;
 
@@ -66,4 +66,4 @@ bool Switch::isCpuPort( const QuarraModPort &port ) const {
    return std::find( cpuPorts.begin(), cpuPorts.end(), port ) != cpuPorts.end();
 }
 
-} // namespace QuarraTool
+} // namespace QuarraLab

@@ -1,4 +1,4 @@
-#include "tools/TextFile.h"
+#include "lab/TextFile.h"
 
 #include <array>
 #include <cerrno>
@@ -8,7 +8,7 @@
 
 #include <fmt/format.h>
 
-namespace QuarraTool {
+namespace QuarraLab {
 
 InputError::InputError( const std::string &message ) : std::runtime_error( oneLine( message ) ) {}
 
@@ -28,4 +28,4 @@ std::string readText( const std::string &file ) {
    return text;
 }
 
-} // namespace QuarraTool
+} // namespace QuarraLab

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "tools/Switch.h"
+#include "lab/Switch.h"
 
 // What TCAM keys cost on a chip: the numbers behind `apply` and `bench --peers`.
-namespace QuarraTool {
+namespace QuarraLab {
 
 // Bits of one port's number in a key.
 inline constexpr U32 portNumberBits = 10;
@@ -14,4 +14,4 @@ U64 rowsFor( const QuarraAgent::ChipConfig &chip, U32 bits );
 // Bits of a class-ID qualifier of the group: all of its class-ID space.
 U32 qualifierBits( const Switch &theSwitch, TcamGroupId group );
 
-} // namespace QuarraTool
+} // namespace QuarraLab

@@ -8,10 +8,12 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/ConfigDbJson.h"
-#include "tools/NaturalOrder.h"
+#include "acl/NaturalOrder.h"
+#include "lab/JsonText.h"
 
-namespace QuarraTool {
+namespace QuarraAcl {
+
+using namespace QuarraLab;
 
 // One object of a table, e.g. ACL_RULE|DATAACL|RULE_1.
 struct ConfigEntry {
@@ -69,4 +71,4 @@ std::optional<NameList> findNames( const ConfigEntry &entry, const std::string &
 std::string lowerCase( std::string text );
 std::string upperCase( std::string text );
 
-} // namespace QuarraTool
+} // namespace QuarraAcl

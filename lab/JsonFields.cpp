@@ -1,10 +1,10 @@
-#include "tools/JsonFields.h"
+#include "lab/JsonFields.h"
 
 #include <algorithm>
 
 #include <fmt/format.h>
 
-namespace QuarraTool {
+namespace QuarraLab {
 namespace {
 
 using QuarraAgent::RequestRefused;
@@ -132,4 +132,4 @@ void JsonFields::finish() const {
    }
 }
 
-} // namespace QuarraTool
+} // namespace QuarraLab

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace QuarraTool {
+namespace QuarraAcl {
 
 // Natural order: a run of digits counts as one number, so Ethernet2 comes before Ethernet10. Names that
 // differ only in leading zeros are different names.
@@ -10,4 +10,4 @@ struct NaturalLess {
    bool operator()( std::string_view left, std::string_view right ) const;
 };
 
-} // namespace QuarraTool
+} // namespace QuarraAcl

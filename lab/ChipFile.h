@@ -3,9 +3,9 @@
 #include <string>
 
 #include "agent/ChipConfig.h"
-#include "tools/JsonFields.h"
+#include "lab/JsonFields.h"
 
-namespace QuarraTool {
+namespace QuarraLab {
 
 // An SDK call that is to fail: the n-th from the start of the switch, of all functions or of one.
 struct SdkCallFailure {
@@ -42,4 +42,4 @@ ChipChoice parseChip( const std::string &text, const std::string &file, const Ch
 // The same for a file; throws InputError when it cannot be read.
 ChipChoice readChipFile( const std::string &file, const ChipChoice &choice );
 
-} // namespace QuarraTool
+} // namespace QuarraLab

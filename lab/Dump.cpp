@@ -1,4 +1,4 @@
-#include "tools/Dump.h"
+#include "lab/Dump.h"
 
 #include <algorithm>
 #include <set>
@@ -7,7 +7,7 @@
 
 #include "agent/SystemAclFeatures.h"
 
-namespace QuarraTool {
+namespace QuarraLab {
 namespace {
 
 using namespace QuarraTcam;
@@ -182,4 +182,4 @@ JsonOut dumpChip( const Switch &theSwitch ) {
    return { { "ports", chipPorts( theSwitch ) }, { "entries", chipEntries( theSwitch ) } };
 }
 
-} // namespace QuarraTool
+} // namespace QuarraLab

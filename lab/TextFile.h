@@ -5,7 +5,7 @@
 
 #include "agent/OneLine.h"
 
-namespace QuarraTool {
+namespace QuarraLab {
 
 // Bad input: where it is and what was expected. what() is one line: "FILE:LINE:COLUMN: message" for a JSON
 // syntax error, "FILE: PLACE: message" for a wrong value, e.g. `acl.json: ACL_TABLE|DATAACL.ports[2]: port
@@ -20,4 +20,4 @@ std::string readText( const std::string &file );
 
 using QuarraAgent::oneLine;
 
-} // namespace QuarraTool
+} // namespace QuarraLab

@@ -1,4 +1,4 @@
-#include "tools/MatchCheck.h"
+#include "lab/MatchCheck.h"
 
 #include <algorithm>
 #include <bit>
@@ -6,7 +6,7 @@
 
 #include "Nodra/Text.h"
 
-namespace QuarraTool {
+namespace QuarraLab {
 namespace {
 
 using namespace QuarraTcam;
@@ -197,4 +197,4 @@ std::vector<Mismatch> checkMatches( const Switch &theSwitch ) {
    return mismatches;
 }
 
-} // namespace QuarraTool
+} // namespace QuarraLab

@@ -6,9 +6,9 @@
 
 #include "QuarraCentral/QuarraModPort.h"
 #include "agent/RequestRefused.h"
-#include "tools/ConfigDbJson.h"
+#include "lab/JsonText.h"
 
-namespace QuarraTool {
+namespace QuarraLab {
 
 using namespace Nodra::Types;
 
@@ -47,4 +47,4 @@ class JsonFields {
    std::set<std::string> known_;
 };
 
-} // namespace QuarraTool
+} // namespace QuarraLab

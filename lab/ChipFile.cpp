@@ -1,4 +1,4 @@
-#include "tools/ChipFile.h"
+#include "lab/ChipFile.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,11 +6,11 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "lab/TextFile.h"
 #include "simulator/CallLog.h"
 #include "simulator/ReturnCode.h"
-#include "tools/TextFile.h"
 
-namespace QuarraTool {
+namespace QuarraLab {
 namespace {
 
 using namespace QuarraAgent;
@@ -139,4 +139,4 @@ ChipChoice readChipFile( const std::string &file, const ChipChoice &choice ) {
    return parseChip( readText( file ), file, choice );
 }
 
-} // namespace QuarraTool
+} // namespace QuarraLab

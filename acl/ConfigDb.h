@@ -6,9 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "tools/TextFile.h"
+#include "lab/TextFile.h"
 
-namespace QuarraTool {
+namespace QuarraAcl {
+
+using namespace QuarraLab;
 
 struct AclRule {
    std::string name;
@@ -41,4 +43,4 @@ AclConfig readConfigDb( const std::string &file );
 // Throws InputError for any text that is not such a file; `file` is its name in messages.
 AclConfig parseConfigDb( const std::string &text, const std::string &file );
 
-} // namespace QuarraTool
+} // namespace QuarraAcl

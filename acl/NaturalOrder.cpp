@@ -1,8 +1,8 @@
-#include "tools/NaturalOrder.h"
+#include "acl/NaturalOrder.h"
 
 #include <algorithm>
 
-namespace QuarraTool {
+namespace QuarraAcl {
 namespace {
 
 bool isDigit( char c ) {
@@ -59,4 +59,4 @@ bool NaturalLess::operator()( std::string_view left, std::string_view right ) co
    return left < right;
 }
 
-} // namespace QuarraTool
+} // namespace QuarraAcl
