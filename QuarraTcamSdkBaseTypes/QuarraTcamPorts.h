@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,56 +21,76 @@
 // Main thread only.
 namespace QuarraTcam {
 
-// ---- Class-ID spaces
-// -----------------------------------------------------------------------------------------------
+// ---- Class-ID spaces ---------------------------------------------------------------------------------------
 
-struct ClassIdTypeNames {
-   static constexpr auto typeName = "ClassIdType";
-   static constexpr std::array<std::string_view, 6> names = {
-      "classIdInvalid",        "ifpSourceTrunkMap",  "vfpSourceTrunkMap",
-      "aclGroupFlexibleWidth", "aclGroupFixedWidth", "classIdMax",
-   };
-};
-
-// The hardware class-ID space that a group draws from. The values 1 to 4 are the real ones.
-using ClassIdType = Nodra::Enumeration<ClassIdTypeNames>;
-
-inline constexpr ClassIdType classIdInvalid = ClassIdType::of( 0 ); // no space
-inline constexpr ClassIdType ifpSourceTrunkMap =
-   ClassIdType::of( 1 ); // source-trunk-map table, ingress field processor
-inline constexpr ClassIdType vfpSourceTrunkMap = ClassIdType::of( 2 ); // the same, VLAN field processor
-inline constexpr ClassIdType aclGroupFlexibleWidth =
-   ClassIdType::of( 3 ); // low part of the per-port ACL-group value
-inline constexpr ClassIdType aclGroupFixedWidth = ClassIdType::of( 4 ); // the part above it
-inline constexpr ClassIdType classIdMax = ClassIdType::of( 5 );         // end marker, never a group's type
-
-struct ClassIdAllocationStrategyNames {
-   static constexpr auto typeName = "ClassIdAllocationStrategy";
-   static constexpr std::array<std::string_view, 3> names = { "invalidStrategy", "allocateOnInit",
-                                                              "allocateOnDemand" };
+// The hardware class-ID space that a group draws from.
+enum class ClassIdType : U8 {
+   classIdInvalid = 0,        // no space
+   ifpSourceTrunkMap = 1,     // source-trunk-map table, ingress field processor
+   vfpSourceTrunkMap = 2,     // the same, VLAN field processor
+   aclGroupFlexibleWidth = 3, // low part of the per-port ACL-group value
+   aclGroupFixedWidth = 4,    // the part above it
+   classIdMax = 5,            // end marker, never a group's type
 };
 
 // When a group's class IDs are reserved.
-using ClassIdAllocationStrategy = Nodra::Enumeration<ClassIdAllocationStrategyNames>;
+enum class ClassIdAllocationStrategy : U8 {
+   invalidStrategy = 0,
+   allocateOnInit = 1,   // every key, at set-up
+   allocateOnDemand = 2, // with the first entry
+};
 
-inline constexpr ClassIdAllocationStrategy invalidStrategy = ClassIdAllocationStrategy::of( 0 );
-inline constexpr ClassIdAllocationStrategy allocateOnInit =
-   ClassIdAllocationStrategy::of( 1 ); // every key, at set-up
-inline constexpr ClassIdAllocationStrategy allocateOnDemand =
-   ClassIdAllocationStrategy::of( 2 ); // with the first entry
+// The name of an enumerator; "" for a value that is none.
+constexpr std::string_view stringValue( ClassIdType type ) {
+   using enum ClassIdType;
+   switch ( type ) {
+   case classIdInvalid:
+      return "classIdInvalid";
+   case ifpSourceTrunkMap:
+      return "ifpSourceTrunkMap";
+   case vfpSourceTrunkMap:
+      return "vfpSourceTrunkMap";
+   case aclGroupFlexibleWidth:
+      return "aclGroupFlexibleWidth";
+   case aclGroupFixedWidth:
+      return "aclGroupFixedWidth";
+   case classIdMax:
+      return "classIdMax";
+   }
+   return {};
+}
+constexpr std::string_view stringValue( ClassIdAllocationStrategy strategy ) {
+   using enum ClassIdAllocationStrategy;
+   switch ( strategy ) {
+   case invalidStrategy:
+      return "invalidStrategy";
+   case allocateOnInit:
+      return "allocateOnInit";
+   case allocateOnDemand:
+      return "allocateOnDemand";
+   }
+   return {};
+}
 
-// From a number or a name; anything that names no value raises the range error.
-inline ClassIdType ClassIdTypeInstance( unsigned int value ) {
-   return ClassIdType::of( value );
+// From a number or a name; anything that names no enumerator raises the range error.
+constexpr ClassIdType ClassIdTypeInstance( unsigned int value ) {
+   return Nodra::enumeratorOf<ClassIdType>( "ClassIdType", value );
 }
-inline ClassIdType ClassIdTypeInstance( std::string_view name ) {
-   return ClassIdType::of( name );
+constexpr ClassIdType ClassIdTypeInstance( std::string_view name ) {
+   return Nodra::enumeratorOf<ClassIdType>( "ClassIdType", name );
 }
-inline ClassIdAllocationStrategy ClassIdAllocationStrategyInstance( unsigned int value ) {
-   return ClassIdAllocationStrategy::of( value );
+constexpr ClassIdAllocationStrategy ClassIdAllocationStrategyInstance( unsigned int value ) {
+   return Nodra::enumeratorOf<ClassIdAllocationStrategy>( "ClassIdAllocationStrategy", value );
 }
-inline ClassIdAllocationStrategy ClassIdAllocationStrategyInstance( std::string_view name ) {
-   return ClassIdAllocationStrategy::of( name );
+constexpr ClassIdAllocationStrategy ClassIdAllocationStrategyInstance( std::string_view name ) {
+   return Nodra::enumeratorOf<ClassIdAllocationStrategy>( "ClassIdAllocationStrategy", name );
+}
+
+inline std::ostream &operator<<( std::ostream &out, ClassIdType type ) {
+   return out << stringValue( type );
+}
+inline std::ostream &operator<<( std::ostream &out, ClassIdAllocationStrategy strategy ) {
+   return out << stringValue( strategy );
 }
 
 // ---- Group configuration and registry

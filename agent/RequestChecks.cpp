@@ -10,6 +10,8 @@ namespace QuarraAgent::RequestChecks {
 namespace {
 
 using namespace QuarraTcam;
+using enum ClassIdType;
+using enum ClassIdAllocationStrategy;
 using Nodra::Text;
 
 [[noreturn]] void refuse( const char *code, const Text &message ) {

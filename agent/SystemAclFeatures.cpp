@@ -10,13 +10,15 @@ using namespace QuarraTcam;
 
 struct GroupFeature {
    U16 tcamGroupId;
-   std::string_view feature;
+   FeatureGroupType feature;
 };
 
+using enum FeatureGroupType;
+
 constexpr GroupFeature groupFeatures[] = {
-   { 1, "openflow" }, { 2, "l3Ctrl" },        { 3, "dot1x" },    { 4, "mirrorCtrl" }, { 5, "arpInspection" },
-   { 6, "l2Ctrl" },   { 51, "stormControl" }, { 88, "rillway" }, { 89, "rillway" },   { 90, "rillway" },
-   { 91, "rillway" }, { 92, "rillway" },      { 94, "rillway" }, { 102, "rillway" },  { 129, "ipLocking" },
+   { 1, openflow }, { 2, l3Ctrl },        { 3, dot1x },    { 4, mirrorCtrl }, { 5, arpInspection },
+   { 6, l2Ctrl },   { 51, stormControl }, { 88, rillway }, { 89, rillway },   { 90, rillway },
+   { 91, rillway }, { 92, rillway },      { 94, rillway }, { 102, rillway },  { 129, ipLocking },
 };
 
 } // namespace
@@ -24,10 +26,10 @@ constexpr GroupFeature groupFeatures[] = {
 FeatureGroupType featureOf( TcamGroupId tcamGroupId ) {
    for ( const auto &row : groupFeatures ) {
       if ( row.tcamGroupId == tcamGroupId.value() ) {
-         return FeatureGroupType::of( row.feature );
+         return row.feature;
       }
    }
-   return FeatureGroupType();
+   return FeatureGroupType::acl;
 }
 
 void publishSystemAclAttributes( const QuarraCentral::ChipInfo &chipInfo ) {

@@ -11,6 +11,7 @@
 namespace QuarraAgent {
 
 using namespace QuarraTcam;
+using enum ClassIdType;
 
 Nodra::TraceHandle agentTrace( "TcamAgent" );
 

@@ -16,6 +16,8 @@
 namespace QuarraBench {
 namespace {
 
+using enum QuarraTcam::ClassIdType;
+
 constexpr U16 group500 = 500; // of no number that the helper knows: flexible on SDK6
 
 // ---- P1, P3: an entry joins and leaves an existing group

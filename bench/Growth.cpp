@@ -15,6 +15,8 @@ using namespace QuarraAcl;
 using namespace QuarraLab;
 using namespace QuarraTool;
 using namespace QuarraTcam;
+using enum ClassIdType;
+using enum ClassIdAllocationStrategy;
 using Clock = std::chrono::steady_clock;
 using JsonOut = nlohmann::ordered_json;
 

@@ -292,7 +292,7 @@ class ClassIds {
    bool matches( U32 n, const Vesk::Bitmap &aclGroup ) const {
       const auto type = QuarraTcam::classIdTcamGroupsInfo.at( scene_.group )->classIdType();
       const U32 start =
-         type == QuarraTcam::aclGroupFixedWidth ? switch_.agent().chip().flexibleBits : U32{ 0 };
+         type == QuarraTcam::ClassIdType::aclGroupFixedWidth ? switch_.agent().chip().flexibleBits : U32{ 0 };
       const auto &entry = switch_.chip().tcamEntries().at( n + 1 );
       return std::all_of( entry.maskBits.begin(), entry.maskBits.end(), [ & ]( U32 bit ) {
          return aclGroup.test( start + bit ) ==

@@ -5,6 +5,9 @@
 
 namespace QuarraBench {
 
+using enum QuarraTcam::ClassIdType;
+using enum QuarraTcam::ClassIdAllocationStrategy;
+
 Scene::Scene( const char *variantName, U8 flexibleBits, U8 portBits ) {
    const auto &variant = *QuarraAgent::variantOf( variantName );
    auto config = QuarraAgent::defaultChip( variant.generation );

@@ -11,6 +11,7 @@ namespace QuarraLab {
 namespace {
 
 using namespace QuarraTcam;
+using enum ClassIdType;
 
 JsonOut portsJson( const IntfGroupInfo &intfGroup ) {
    auto ports = JsonOut::array();
@@ -117,13 +118,13 @@ JsonOut configJson( const ClassIdTcamGroupConfig &config ) {
    for ( const auto &[ key, flag ] : config.requestKey() ) {
       reserved.push_back( key.name() );
    }
-   return { { "type", config.classIdType().stringValue() },
+   return { { "type", stringValue( config.classIdType() ) },
             { "poolBits", config.classIdPoolBits() },
             { "poolWidth", config.classIdPoolWidth() },
             { "numPools", config.classIdNumPools() },
-            { "allocation", config.allocationType().stringValue() },
+            { "allocation", stringValue( config.allocationType() ) },
             { "system", isSystemAclGroup( config.tcamGroupId() ) },
-            { "feature", QuarraAgent::featureOf( config.tcamGroupId() ).stringValue() },
+            { "feature", stringValue( QuarraAgent::featureOf( config.tcamGroupId() ) ) },
             { "rules", reserved } };
 }
 
@@ -147,8 +148,8 @@ JsonOut mismatchJson( const Mismatch &mismatch ) {
 JsonOut dumpSpaces( const Switch &theSwitch ) {
    JsonOut spaces = JsonOut::object();
    for ( const auto &[ type, bitmap ] : theSwitch.agent().manager().classIdHwStatus() ) {
-      spaces[ std::string( type.stringValue() ) ] = { { "size", bitmap->size() },
-                                                      { "set", bitmap->setBits() } };
+      spaces[ std::string( stringValue( type ) ) ] = { { "size", bitmap->size() },
+                                                       { "set", bitmap->setBits() } };
    }
    return spaces;
 }

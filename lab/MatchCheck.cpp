@@ -10,6 +10,7 @@ namespace QuarraLab {
 namespace {
 
 using namespace QuarraTcam;
+using enum ClassIdType;
 using QuarraAgent::Entry;
 using QuarraAgent::InstallRequest;
 

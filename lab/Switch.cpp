@@ -7,6 +7,7 @@
 namespace QuarraLab {
 
 using namespace QuarraTcam;
+using enum ClassIdType;
 
 QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
                                           const QuarraAgent::ChipConfig &config ) {

@@ -47,7 +47,7 @@ class Switch {
 };
 
 // The tables in which the two source-trunk-map types are kept.
-inline constexpr U8 ifpTable = 9;
-inline constexpr U8 vfpTable = 10;
+inline constexpr U8 ifpTable = QuarraCentral::ifpSourceTrunkMapTable;
+inline constexpr U8 vfpTable = QuarraCentral::vfpSourceTrunkMapTable;
 
 } // namespace QuarraLab

@@ -69,7 +69,7 @@ PortSet portSetOf( const IntfGroupInfo &intfGroup ) {
 void verifySpaces( const Model &model, const QuarraTcamPortsManager &manager ) {
    for ( const auto &[ space, size ] : model.chip().sizes ) {
       const ClassIdType type = ClassIdTypeInstance( static_cast<unsigned>( space ) );
-      const auto place = fmt::format( "space {}", type.stringValue() );
+      const auto place = fmt::format( "space {}", stringValue( type ) );
       same( place + " exists", manager.classIdHwStatusHas( type ), size != 0 );
       if ( size ) {
          same( place + " size", manager.classIdHwStatus( type )->size(), size );
@@ -276,7 +276,7 @@ Model modelOf( const Switch &theSwitch ) {
    }
    std::map<U16, ModelGroup> groups;
    for ( const auto &[ id, group ] : classIdTcamGroupsInfo ) {
-      ModelGroup described{ static_cast<Space>( group->classIdType().value() ),
+      ModelGroup described{ static_cast<Space>( group->classIdType() ),
                             group->classIdPoolWidth(),
                             group->classIdNumPools(),
                             group->classIdPoolBits(),

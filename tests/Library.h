@@ -19,6 +19,8 @@
 namespace QuarraTest {
 
 using namespace QuarraTcam;
+using enum ClassIdType;
+using enum ClassIdAllocationStrategy;
 using QuarraCentral::QuarraModPort;
 
 // The process aborts, and what it printed contains `text`.

@@ -143,14 +143,14 @@ TEST( Ranges, AnEnumerationTakesItsNumbersAndNamesOnly ) {
                                             "aclGroupFixedWidth", "classIdMax" };
    for ( unsigned value = 0; value < names.size(); ++value ) {
       EXPECT_EQ( Nodra::toText( ClassIdTypeInstance( value ) ), names[ value ] );
-      EXPECT_EQ( ClassIdTypeInstance( names[ value ] ).value(), value );
+      EXPECT_EQ( static_cast<unsigned>( ClassIdTypeInstance( names[ value ] ) ), value );
    }
    EXPECT_THROW( ClassIdTypeInstance( 6 ), Nodra::RangeError );
    EXPECT_THROW( ClassIdTypeInstance( 0x100 ), Nodra::RangeError ) << "not the low byte of it";
    EXPECT_THROW( ClassIdTypeInstance( "SourceTrunkMap" ), Nodra::RangeError );
    EXPECT_EQ( ClassIdAllocationStrategyInstance( "invalidStrategy" ), ClassIdAllocationStrategy() );
-   EXPECT_EQ( ClassIdAllocationStrategyInstance( "allocateOnInit" ).value(), 1 );
-   EXPECT_EQ( ClassIdAllocationStrategyInstance( 2 ), allocateOnDemand() );
+   EXPECT_EQ( static_cast<int>( ClassIdAllocationStrategyInstance( "allocateOnInit" ) ), 1 );
+   EXPECT_EQ( ClassIdAllocationStrategyInstance( 2 ), ClassIdAllocationStrategy::allocateOnDemand );
 }
 
 TEST( Ranges, APortModuleOrLogicalPortOutsideIsRefusedWithItsText ) {

@@ -94,7 +94,7 @@ TEST_F( Reservation, AtStartUpCoversEveryRuleOfTheSystem ) {
 TEST_F( RequestKeys, AreSharedByEqualPortsWhateverTheirOrder ) {
    emptySpaces();
    group( group500, { .width = 2 } );
-   const RuleId rule( FeatureGroupType::of( "acl" ), "r" );
+   const RuleId rule( FeatureGroupType::acl, "r" );
    const auto first = manager->getRequestKey( group500, 1, rule, ports( { 1, 2 } ) );
    EXPECT_NE( first, manager->getRequestKey( group500, 1, rule, ports( { 1, 2 } ) ) )
       << "nothing is reserved yet";
@@ -146,7 +146,7 @@ TEST_F( RequestKeys, AreNotSharedByEqualHashesAlone ) {
 
 TEST_F( RequestKeys, OfSystemRulesComeFromTheReservationTable ) {
    bringUp();
-   const auto l2Ctrl = FeatureGroupType::of( "l2Ctrl" );
+   const auto l2Ctrl = FeatureGroupType::l2Ctrl;
    const auto acls = std::make_shared<SystemAclAttributes>();
    const auto &table = acls->reservationAttrIs();
    table->featureGroupIs( SystemAclFeatureGroupKey( l2Ctrl, 1 ) )
@@ -156,7 +156,7 @@ TEST_F( RequestKeys, OfSystemRulesComeFromTheReservationTable ) {
    systemAclAttributesIs( getQuarraTcamCommonData()->chipInfo(), acls );
    EXPECT_EQ( manager->getRequestKey( 6, 1, RuleId( l2Ctrl, "r" ), nullptr ), key( "second" ) );
    EXPECT_EQ( manager->getRequestKeyForRuleId( 6, RuleId( l2Ctrl, "t" ) ), key( "invalid RequestKey" ) );
-   EXPECT_EQ( manager->getRequestKeyForRuleId( 6, RuleId( FeatureGroupType::of( "dot1x" ), "r" ) ),
+   EXPECT_EQ( manager->getRequestKeyForRuleId( 6, RuleId( FeatureGroupType::dot1x, "r" ) ),
               key( "invalid RequestKey" ) );
 }
 

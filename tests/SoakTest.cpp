@@ -9,6 +9,7 @@ namespace {
 
 using namespace QuarraSoak;
 using namespace QuarraTcam;
+using enum ClassIdType;
 
 class SoakOnEveryVariant : public ::testing::TestWithParam<const char *> {};
 

@@ -88,7 +88,7 @@ void Applied::plan() {
          PlannedEntry entry{ &table, &rule, {}, {}, {} };
          entry.request.group = groupOf( table );
          entry.request.entry = static_cast<U32>( entries_.size() + 1 );
-         entry.request.rule = RuleId( FeatureGroupType(), table.name + "|" + rule.name );
+         entry.request.rule = RuleId( FeatureGroupType::acl, table.name + "|" + rule.name );
          auto &ports = chipPorts[ rule.ports.get() ];
          if ( ports.empty() ) {
             for ( const auto &name : *rule.ports ) {

@@ -145,7 +145,7 @@ std::string classIdsPart( const Applied &applied, const PortNames &names ) {
          if ( entries == 0 ) {
             continue;
          }
-         table.row( { fmt::format( "{}", group.value() ), std::string( type.stringValue() ),
+         table.row( { fmt::format( "{}", group.value() ), std::string( stringValue( type ) ),
                       fmt::format( "{}", request->poolId() ), fmt::format( "{}", request->classId() ),
                       bitsOf( *request, *status->poolStatus( request->poolId() ) ),
                       fmt::format( "{}", entries ), usersOf( applied, *request ),
@@ -168,7 +168,7 @@ std::string spacesPart( const Applied &applied ) {
          picture += bit && bit % 16 == 0 ? " " : "";
          picture += bitmap->test( bit ) ? '#' : '.';
       }
-      table.row( { std::string( type.stringValue() ), fmt::format( "{}", bitmap->size() ),
+      table.row( { std::string( stringValue( type ) ), fmt::format( "{}", bitmap->size() ),
                    fmt::format( "{}", bitmap->count() ),
                    fmt::format( "{}", bitmap->size() - bitmap->count() ), picture } );
    }

@@ -33,11 +33,11 @@ TcamGroupId groupOf( JsonFields &fields ) {
 
 FeatureGroupType featureNamed( const std::string &name, const std::string &place ) {
    try {
-      return FeatureGroupType::of( name );
+      return FeatureGroupTypeInstance( name );
    } catch ( const Nodra::RangeError & ) {
       std::string names;
-      for ( const auto known : FeatureGroupTypeNames::names ) {
-         names += ( names.empty() ? "" : ", " ) + std::string( known );
+      for ( const auto known : Nodra::enumerators<FeatureGroupType>() ) {
+         names += ( names.empty() ? "" : ", " ) + std::string( stringValue( known ) );
       }
       throw RequestRefused( "unknownFeature",
                             fmt::format( "{}.feature \"{}\": expected one of {}", place, name, names ) );

@@ -46,9 +46,9 @@ int runGroups( const GlobalOptions &global ) {
    auto groups = JsonOut::array();
    for ( const auto group : getTcamGroups() ) {
       const auto &config = *classIdTcamGroupsInfo.at( group );
-      table.row( { text( group.value() ), std::string( config.classIdType().stringValue() ),
+      table.row( { text( group.value() ), std::string( stringValue( config.classIdType() ) ),
                    text( config.classIdPoolWidth() ), text( config.classIdPoolBits() ),
-                   text( config.classIdNumPools() ), std::string( config.allocationType().stringValue() ),
+                   text( config.classIdNumPools() ), std::string( stringValue( config.allocationType() ) ),
                    isSystemAclGroup( group ) ? "yes" : "",
                    fmt::format( "{}", fmt::join( rulesOf( config ), "; " ) ) } );
       auto json = configJson( config );

@@ -1,5 +1,6 @@
 #include "Nodra/Assert.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/Trace.h"
 
 namespace QuarraTcam {
@@ -56,18 +57,9 @@ U8 getClassIdSize( ClassIdType classIdType, QuarraCentral::ChipInfo chipInfo ) {
    NODRA_ASSERT( activeChipProfile );
    const auto &attributes = activeChipProfile->tcamFeatureAttributes();
    NODRA_ASSERT( !!attributes );
-   switch ( classIdType.value() ) {
-   case aclGroupFlexibleWidth.value():
-      return attributes->aclGroupFlexibleWidthSize();
-   case aclGroupFixedWidth.value():
-      return attributes->aclGroupFixedWidthSize();
-   case ifpSourceTrunkMap.value():
-   case vfpSourceTrunkMap.value():
-      return attributes->sourceTrunkMapClassIdSize();
-   default:
-      NODRA_ASSERT( 0 && "Invalid classId type" );
-      return 0;
-   }
+   const auto *space = classIdSpace( classIdType );
+   NODRA_ASSERT_TEXT( space, "0 && \"Invalid classId type\"" );
+   return space->size( *attributes );
 }
 
 std::string getAclGroupFieldType( U8 bit ) {

@@ -30,7 +30,7 @@ void QuarraTcamPortsHelper::populateStaticClassIdReservation( TcamGroupId ) {
 
 ClassIdType QuarraTcamPortsHelper::getClassIdTypeForGroup( TcamGroupId ) {
    NODRA_ASSERT( 0 && " call to unimplemented base class function" );
-   return classIdInvalid;
+   return ClassIdType::classIdInvalid;
 }
 
 U32 QuarraTcamPortsHelper::getPoolBitsForGroup( TcamGroupId ) {
@@ -57,6 +57,7 @@ void QuarraTcamPortsHelper::populateCpuIntfGroup( const IntfGroupInfo::Ptr & ) {
 }
 
 ClassIdAllocationStrategy QuarraTcamPortsHelper::getAllocationStrategyForGroup( TcamGroupId tcamGroupId ) {
+   using enum ClassIdAllocationStrategy;
    return isSystemAclGroup( tcamGroupId ) || isSourceTrunkMapGroup( tcamGroupId ) ? allocateOnInit
                                                                                   : allocateOnDemand;
 }

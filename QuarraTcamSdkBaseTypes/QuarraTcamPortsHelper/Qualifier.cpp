@@ -2,6 +2,7 @@
 
 #include "Nodra/Assert.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/AclGroupSize.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
@@ -61,17 +62,15 @@ void QuarraTcamPortsHelper::setClassIdQualifier( U32 unit, TcamGroupId tcamGroup
    const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
    NODRA_ASSERT( !!classIdConfig );
    NODRA_ASSERT( classId->data()->size() == classId->mask()->size() );
-   switch ( classIdConfig->classIdType().value() ) {
-   case ifpSourceTrunkMap.value():
-   case vfpSourceTrunkMap.value():
+   const auto *space = classIdSpace( classIdConfig->classIdType() );
+   NODRA_ASSERT_TEXT( space, "0 && \"Unknown class Id\"" );
+   switch ( space->field ) {
+   case ClassIdField::sourceTrunkMapWord:
       qualifySourceTrunkMap( static_cast<int>( unit ), entryId, *classId );
       break;
-   case aclGroupFlexibleWidth.value():
-   case aclGroupFixedWidth.value():
+   case ClassIdField::aclGroupValue:
       qualifyAclGroup( *this, unit, entryId, classId );
       break;
-   default:
-      NODRA_ASSERT( 0 && "Unknown class Id" );
    }
 }
 

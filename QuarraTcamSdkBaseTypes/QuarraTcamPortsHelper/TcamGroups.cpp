@@ -26,6 +26,8 @@ struct GroupShape {
    U8 twinWidth;
 };
 
+using enum ClassIdType;
+
 constexpr auto ifp = ifpSourceTrunkMap;
 constexpr auto vfp = vfpSourceTrunkMap;
 constexpr auto flexible = aclGroupFlexibleWidth;

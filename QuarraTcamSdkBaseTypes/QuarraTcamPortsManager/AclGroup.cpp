@@ -1,5 +1,6 @@
 #include "Nodra/Assert.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/PortUnion.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
@@ -33,18 +34,10 @@ bool QuarraTcamPortsManager::programClassIdForIntfGroup( TcamGroupId tcamGroupId
    if ( classIdConfig->classIdPoolWidth() > 1 ) {
       cleanupConflictingIntfs( tcamGroupId, requestKey, intfGroup );
    }
-   switch ( classIdConfig->classIdType().value() ) {
-   case aclGroupFlexibleWidth.value():
-   case aclGroupFixedWidth.value():
-      NODRA_ASSERT( programAclGroupClassId( tcamGroupId, requestKey, entryId, intfGroup ) );
-      break;
-   case ifpSourceTrunkMap.value():
-   case vfpSourceTrunkMap.value():
-      NODRA_ASSERT( programSourceTrunkMapClassId( tcamGroupId, requestKey, entryId, intfGroup ) );
-      break;
-   default:
-      NODRA_ASSERT( 0 && "Invalid classId type" );
-   }
+   const auto *space = classIdSpace( classIdConfig->classIdType() );
+   NODRA_ASSERT_TEXT( space, "0 && \"Invalid classId type\"" );
+   NODRA_ASSERT_TEXT( ( this->*space->program )( tcamGroupId, requestKey, entryId, intfGroup ),
+                      space->programText( "tcamGroupId, requestKey, entryId, intfGroup" ).c_str() );
    return true;
 }
 
@@ -68,12 +61,11 @@ bool QuarraTcamPortsManager::programAclGroupClassId( TcamGroupId tcamGroupId, co
    NODRA_ASSERT( classIdStatus->poolStatusHas( requestStatus->poolId() ) );
    const auto &pool = classIdStatus->poolStatus( requestStatus->poolId() );
    const U8 widthOfClassId = pool->size();
-   U8 startBit = pool->baseOffset();
    const auto &quarraTcamAttr = getTcamAttr( StageType::ingressFieldProcessor );
    NODRA_ASSERT( !!quarraTcamAttr );
-   if ( getClassIdTypeForGroup( tcamGroupId ) == aclGroupFixedWidth ) {
-      startBit = static_cast<U8>( startBit + quarraTcamAttr->aclGroupFlexibleWidthSize() );
-   }
+   const auto *space = classIdSpace( getClassIdTypeForGroup( tcamGroupId ) );
+   const U8 firstBit = space ? space->firstBit( *quarraTcamAttr ) : U8{ 0 };
+   const auto startBit = static_cast<U8>( pool->baseOffset() + firstBit );
    NODRA_ASSERT( widthOfClassId );
    if ( intfGroup->ethernet() ) {
       NODRA_ASSERT( widthOfClassId == 1 );
@@ -206,18 +198,10 @@ void QuarraTcamPortsManager::reprogram( TcamGroupId tcamGroupId, const RequestKe
                                         const IntfGroupInfo::Ptr &otherIntfGroup ) {
    const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
    NODRA_ASSERT( !!classIdConfig );
-   switch ( classIdConfig->classIdType().value() ) {
-   case aclGroupFlexibleWidth.value():
-   case aclGroupFixedWidth.value():
-      NODRA_ASSERT( programAclGroupClassId( tcamGroupId, otherKey, otherEntryId, otherIntfGroup ) );
-      break;
-   case ifpSourceTrunkMap.value():
-   case vfpSourceTrunkMap.value():
-      NODRA_ASSERT( programSourceTrunkMapClassId( tcamGroupId, otherKey, otherEntryId, otherIntfGroup ) );
-      break;
-   default:
-      NODRA_ASSERT( 0 && "Invalid classId type" );
-   }
+   const auto *space = classIdSpace( classIdConfig->classIdType() );
+   NODRA_ASSERT_TEXT( space, "0 && \"Invalid classId type\"" );
+   NODRA_ASSERT_TEXT( ( this->*space->program )( tcamGroupId, otherKey, otherEntryId, otherIntfGroup ),
+                      space->programText( "tcamGroupId, otherKey, otherEntryId, otherIntfGroup" ).c_str() );
 }
 
 QuarraTcamPortsManager::IntfGroupConst QuarraTcamPortsManager::getIntfGroupFromPbmp( TcamGroupId tcamGroupId,

@@ -1,16 +1,13 @@
-#include <array>
 #include <bit>
-#include <cmath>
 #include <optional>
 
 #include "Nodra/Assert.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
 
 namespace QuarraTcam {
-
-using std::pow;
 
 namespace {
 
@@ -175,7 +172,7 @@ bool QuarraTcamPortsManager::maybeFreeClassIdPool( TcamGroupId tcamGroupId, cons
                 << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey );
    const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
    NODRA_ASSERT( !!classIdConfig );
-   if ( classIdConfig->classIdType() == aclGroupFixedWidth ) {
+   if ( poolsComeWithGroup( classIdConfig->classIdType() ) ) {
       return true;
    }
    const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
@@ -214,10 +211,12 @@ void QuarraTcamPortsManager::clearClassIdPool( TcamGroupId tcamGroupId ) {
          TRACE( 2, "clearClassIdPool"
                       << "poolStatus->classIdPools() : " << poolStatus->classIdPools() );
       }
-      // clang-format off
-      NODRA_ASSERT( poolStatus->classIdPools() == ( pow( 2, poolStatus->size() ) - 1 ) && "group is being deleted. All classId's should have been released" );
-      NODRA_ASSERT( classIdConfig->classIdType() == aclGroupFixedWidth() && "other classIdType should have cleared classId during entry deletion" );
-      // clang-format on
+      NODRA_ASSERT_TEXT( isWhollyFree( *poolStatus ),
+                         "poolStatus->classIdPools() == ( pow( 2, poolStatus->size() ) - 1 ) && "
+                         "\"group is being deleted. All classId's should have been released\"" );
+      NODRA_ASSERT_TEXT( poolsComeWithGroup( classIdConfig->classIdType() ),
+                         "classIdConfig->classIdType() == aclGroupFixedWidth() && "
+                         "\"other classIdType should have cleared classId during entry deletion\"" );
       const auto &bitmap = classIdHwStatus( classIdConfig->classIdType() );
       NODRA_ASSERT( !!bitmap );
       giveBackBits( *bitmap, *poolStatus );
@@ -242,8 +241,9 @@ QualifierHintInfo QuarraTcamPortsManager::createAclGroupBitmapHint( TcamGroupId 
    const U8 flexibleWidth = quarraTcamAttr->aclGroupFlexibleWidthSize();
    U8 startBit = 0;
    U8 endBit = static_cast<U8>( flexibleWidth - 1 );
-   if ( classIdConfig->classIdType() != aclGroupFlexibleWidth ) {
-      NODRA_ASSERT( classIdConfig->classIdType() == aclGroupFixedWidth() )
+   if ( classIdConfig->classIdType() != ClassIdType::aclGroupFlexibleWidth ) {
+      NODRA_ASSERT_TEXT( classIdConfig->classIdType() == ClassIdType::aclGroupFixedWidth,
+                         "classIdConfig->classIdType() == aclGroupFixedWidth()" )
          << " for tcamGroupId: " << tcamGroupId;
       if ( !classIdTcamGroupStatusHas( tcamGroupId ) ) {
          reservePoolOfWidth( tcamGroupId, classIdConfig->classIdPoolWidth() );

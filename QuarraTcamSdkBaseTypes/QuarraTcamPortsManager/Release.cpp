@@ -1,4 +1,5 @@
 #include "Nodra/Assert.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
 
@@ -39,7 +40,8 @@ bool QuarraTcamPortsManager::clearClassId( TcamGroupId tcamGroupId, const Reques
    NODRA_ASSERT( !!classIdStatus->requestStatus( requestKey )->intfGroup() );
    const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
    NODRA_ASSERT( !!classIdConfig );
-   NODRA_ASSERT( classIdConfig->classIdType() != classIdInvalid() );
+   NODRA_ASSERT_TEXT( classIdConfig->classIdType() != ClassIdType::classIdInvalid,
+                      "classIdConfig->classIdType() != classIdInvalid()" );
    // The caller's key may be the one inside of the record that goes.
    const auto requestStatus = classIdStatus->requestStatus( requestKey );
    maybeFreeClassId( tcamGroupId, requestStatus->requestKey(), entryId );
@@ -82,7 +84,8 @@ bool QuarraTcamPortsManager::maybeFreeClassId( TcamGroupId tcamGroupId, const Re
       TRACE( 2, " Ref count of tcam entries to class id is 1 with only invalid entry pointing to class id, "
                 "clear acl "
                 "group table only" );
-      NODRA_ASSERT( classIdConfig->allocationType() == allocateOnInit() );
+      NODRA_ASSERT_TEXT( classIdConfig->allocationType() == ClassIdAllocationStrategy::allocateOnInit,
+                         "classIdConfig->allocationType() == allocateOnInit()" );
       unprogram( tcamGroupId, requestKey, entryId );
    }
    return true;
@@ -91,18 +94,11 @@ bool QuarraTcamPortsManager::maybeFreeClassId( TcamGroupId tcamGroupId, const Re
 // Programs an empty interface group: takes the class ID off every port that carries it.
 void QuarraTcamPortsManager::unprogram( TcamGroupId tcamGroupId, const RequestKey &requestKey, U32 entryId ) {
    const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
-   switch ( getClassIdInfoForTcamGroup( tcamGroupId )->classIdType().value() ) {
-   case aclGroupFlexibleWidth.value():
-   case aclGroupFixedWidth.value():
-      NODRA_ASSERT( programAclGroupClassId( tcamGroupId, requestKey, entryId, intfGroupInfoFactory() ) );
-      break;
-   case ifpSourceTrunkMap.value():
-   case vfpSourceTrunkMap.value():
-      NODRA_ASSERT(
-         programSourceTrunkMapClassId( tcamGroupId, requestKey, entryId, intfGroupInfoFactory() ) );
-      break;
-   default:
-      break;
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   if ( const auto *space = classIdSpace( classIdConfig->classIdType() ) ) {
+      NODRA_ASSERT_TEXT(
+         ( this->*space->program )( tcamGroupId, requestKey, entryId, intfGroupInfoFactory() ),
+         space->programText( "tcamGroupId, requestKey, entryId, intfGroupInfoFactory()" ).c_str() );
    }
    NODRA_ASSERT( !classIdStatus->requestStatus( requestKey )->intfGroup()->portIds() );
    NODRA_ASSERT( !classIdStatus->requestStatus( requestKey )->intfGroup()->ethernet() );

@@ -88,7 +88,7 @@ RequestKey QuarraTcamPortsManager::getRequestKeyForRuleId( TcamGroupId tcamGroup
 RequestKey QuarraTcamPortsManager::createRequestKeyForRule( U32 entryId, const RuleId &ruleId ) {
    TRACE( 1, "createRequestKeyForRule"
                 << " EntryId: " << entryId << " RuleId: " << ruleId );
-   const std::string text = std::string( ruleId.featureGroupType().stringValue() ) + "-" +
+   const std::string text = std::string( stringValue( ruleId.featureGroupType() ) ) + "-" +
                             std::to_string( entryId ) + "-" + Vesk::UniqueId().toStrep();
    return { text, 0, text };
 }

@@ -1,4 +1,5 @@
 #include "Nodra/Assert.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
 
@@ -65,7 +66,7 @@ bool QuarraTcamPortsManager::getClassIdFromPoolWidth( TcamGroupId tcamGroupId, c
                 << " poolWidth: " << poolWidth );
    U16 poolNum = 0;
    if ( !classIdTcamGroupStatusHas( tcamGroupId ) ) {
-      if ( getClassIdTypeForGroup( tcamGroupId ) == aclGroupFixedWidth ) {
+      if ( poolsComeWithGroup( getClassIdTypeForGroup( tcamGroupId ) ) ) {
          NODRA_ASSERT( 0 && "classId should have been reserved during group creation" );
       }
       TRACE( 3, "First requestKey for tcam group has shown up, reserving a pool" );
@@ -83,7 +84,7 @@ bool QuarraTcamPortsManager::getClassIdFromPoolWidth( TcamGroupId tcamGroupId, c
       if ( poolNum == 0 ) {
          TRACE( 3, "None of the reserved pools have free class Id, reserving a new one" );
          // Fixed-width groups never grow beyond the pools made at their creation.
-         if ( getClassIdTypeForGroup( tcamGroupId ) != aclGroupFixedWidth ) {
+         if ( !poolsComeWithGroup( getClassIdTypeForGroup( tcamGroupId ) ) ) {
             poolNum = reservePoolOfWidth( tcamGroupId, poolWidth );
          }
       }

@@ -1,4 +1,5 @@
 #include "Nodra/Assert.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
 #include "Sdk/SdkShim.h"
@@ -32,12 +33,14 @@ QuarraCentral::ChipInfo QuarraTcamPortsManager::unitChipInfo() const {
 void QuarraTcamPortsManager::initializeHwBitmaps() {
    TRACE( 1, "initializeHwBitmaps" );
    const auto chipInfo = unitChipInfo();
-   for ( const auto type :
-         { ifpSourceTrunkMap, vfpSourceTrunkMap, aclGroupFlexibleWidth, aclGroupFixedWidth } ) {
+   for ( const auto type : Nodra::enumerators<ClassIdType>() ) {
+      if ( !classIdSpace( type ) ) {
+         continue;
+      }
       const U8 size = getClassIdSize( type, chipInfo );
       if ( size != 0 ) {
-         classIdHwStatusIs(
-            type, std::make_shared<Vesk::Bitmap>( type.value(), size, Vesk::HBitmap::BitState::clear ) );
+         classIdHwStatusIs( type, std::make_shared<Vesk::Bitmap>( static_cast<U64>( type ), size,
+                                                                  Vesk::HBitmap::BitState::clear ) );
       }
    }
 }
@@ -57,14 +60,11 @@ void QuarraTcamPortsManager::reserveClassIdForSystemAclGroup( TcamGroupId tcamGr
    const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
    NODRA_ASSERT( !!classIdConfig );
    NODRA_ASSERT( QuarraTcam::isSystemAclGroup( tcamGroupId ) || isSourceTrunkMapGroup( tcamGroupId ) );
-   NODRA_ASSERT( classIdConfig->allocationType() == allocateOnInit() );
-   struct RequestIter { // the system's text for a failure asks an iterator for its key
-      const RequestKey &item;
-      const RequestKey &key() const { return item; }
-   };
+   NODRA_ASSERT_TEXT( classIdConfig->allocationType() == ClassIdAllocationStrategy::allocateOnInit,
+                      "classIdConfig->allocationType() == allocateOnInit()" );
    for ( const auto &[ requestKey, flag ] : classIdConfig->requestKey() ) {
-      const RequestIter requestIter{ requestKey };
-      NODRA_ASSERT( reserveClassId( tcamGroupId, requestIter.key(), INVALID_ENTRY_ID ) );
+      NODRA_ASSERT_TEXT( reserveClassId( tcamGroupId, requestKey, INVALID_ENTRY_ID ),
+                         "reserveClassId( tcamGroupId, requestIter.key(), INVALID_ENTRY_ID )" );
    }
 }
 

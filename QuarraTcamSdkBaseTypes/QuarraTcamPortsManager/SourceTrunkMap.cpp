@@ -8,11 +8,9 @@
 namespace QuarraTcam {
 namespace {
 
+using QuarraCentral::ifpSourceTrunkMapTable;
 using QuarraCentral::PortTabWriteRequestKey;
-
-// The port-table service's numbers of the two tables.
-constexpr U8 ifpSourceTrunkMapTable = 9;
-constexpr U8 vfpSourceTrunkMapTable = 10;
+using QuarraCentral::vfpSourceTrunkMapTable;
 
 // All ones but for the pool's bits. Deliberately only 16 bits wide: applying it clears bits 16 to 31 of the
 // old word as well. A bit position is taken modulo 32.
@@ -53,8 +51,8 @@ bool QuarraTcamPortsManager::programSourceTrunkMapClassId( TcamGroupId tcamGroup
    NODRA_ASSERT( !!classIdConfig );
    NODRA_ASSERT( !!sourceTrunkMapConfig() );
    const U16 mask = maskWithout( pool->baseOffset(), pool->size() );
-   const U8 table =
-      classIdConfig->classIdType() == ifpSourceTrunkMap ? ifpSourceTrunkMapTable : vfpSourceTrunkMapTable;
+   const U8 table = classIdConfig->classIdType() == ClassIdType::ifpSourceTrunkMap ? ifpSourceTrunkMapTable
+                                                                                   : vfpSourceTrunkMapTable;
 
    for ( const auto &port : requestStatus->intfGroup()->portId() ) {
       const PortTabWriteRequestKey srcTrunkMapKey( chip, port, table );

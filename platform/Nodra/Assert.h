@@ -30,9 +30,14 @@ class AssertionFailure {
 } // namespace Nodra
 
 // An invariant: holds, or the process aborts with the text of the expression. Never compiled out, so an
-// operation that must succeed may stand inside. A message may follow: NODRA_ASSERT( x ) << " for tcamGroupId:
-// " << id;
-#define NODRA_ASSERT( ... )                                                                                  \
-   if ( static_cast<bool>( __VA_ARGS__ ) ) [[likely]] {                                                      \
+// operation that must succeed may stand inside. A message may follow:
+//
+//    NODRA_ASSERT( x ) << " for tcamGroupId: " << id;
+#define NODRA_ASSERT( ... ) NODRA_ASSERT_TEXT( ( __VA_ARGS__ ), #__VA_ARGS__ )
+
+// The same where the fixed text is not how the condition is written. The text, a C string, is only asked for
+// when the condition does not hold.
+#define NODRA_ASSERT_TEXT( condition, text )                                                                 \
+   if ( static_cast<bool>( condition ) ) [[likely]] {                                                        \
    } else                                                                                                    \
-      Nodra::AssertionFailure( __FILE__, __LINE__, __PRETTY_FUNCTION__, #__VA_ARGS__ )
+      Nodra::AssertionFailure( __FILE__, __LINE__, __PRETTY_FUNCTION__, text )

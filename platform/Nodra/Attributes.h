@@ -49,8 +49,7 @@ struct HashOf {
    std::size_t operator()( const T &value ) const { return value.hash(); }
 };
 template <typename T>
-requires std::is_arithmetic_v<T>
-struct HashOf<T> {
+requires( std::is_arithmetic_v<T> || std::is_enum_v<T> ) struct HashOf<T> {
    std::size_t operator()( T value ) const { return static_cast<std::size_t>( value ); }
 };
 

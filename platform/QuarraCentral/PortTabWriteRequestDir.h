@@ -7,6 +7,11 @@
 
 namespace QuarraCentral {
 
+// The port-table service's numbers of the tables that hold the source-trunk map: of the ingress field
+// processor, and of the VLAN field processor.
+inline constexpr U8 ifpSourceTrunkMapTable = 9;
+inline constexpr U8 vfpSourceTrunkMapTable = 10;
+
 // Names one word of a port table: 64 bits, from the low end the chip (16), the port's module id (16), the
 // port (16) and the table (8).
 class PortTabWriteRequestKey {

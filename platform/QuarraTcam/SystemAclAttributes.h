@@ -18,7 +18,7 @@ class SystemAclFeatureGroupKey {
    auto operator<=>( const SystemAclFeatureGroupKey & ) const = default;
 
  private:
-   FeatureGroupType featureGroupType_;
+   FeatureGroupType featureGroupType_ = FeatureGroupType::acl;
    U16 number_ = 0; // tells apart several groups of one feature
 };
 
