@@ -28,20 +28,13 @@ struct ChipConfig {
    U32 portBitmapBits = 0;    // key bits of a port bitmap
    std::vector<ChipPort> ports;
    std::vector<QuarraCentral::QuarraModPort> cpuPorts;
-   // Takes sizes with which the library is known not to match exactly (docs/known-behaviours.md): to try the
-   // library itself.
-   bool beyondLimits = false;
 };
 
-// The chips shipped, by profile name; the first one of a generation is its default. Their ports are all the
-// ports of the chip but the CPU's, port 0.
-struct ChipProfileRow {
-   SdkGeneration generation;
-   ChipConfig config;
-   std::string description;
-};
-const std::vector<ChipProfileRow> &chipProfiles();
-const ChipConfig &defaultChip( SdkGeneration generation );
+ChipConfig chipOf( const ShippedChip &shipped );
+ChipConfig defaultChip( const Generation &generation );
+
+// Numbers of the chip's ports that carry an ACL-group value, from 0.
+U32 portNumbers( const Generation &generation, const ChipConfig &config );
 
 // Interface name of a port that nobody named: "Port5", "Port2/5" outside module 0.
 std::string portName( const QuarraCentral::QuarraModPort &port );

@@ -10,12 +10,7 @@ namespace {
 using namespace QuarraCentral;
 using QuarraTypes::QuarraPort;
 
-// Model numbers by generation; 0 would be no chip.
-ChipInfo chipInfoOf( SdkGeneration generation ) {
-   return { static_cast<U16>( generation == SdkGeneration::sdk6 ? 6 : 7 ), 1 };
-}
-
-Nodra::PtrConst<ChipProfile> profileOf( SdkGeneration generation, const ChipConfig &config ) {
+Nodra::PtrConst<ChipProfile> profileOf( const Generation &generation, const ChipConfig &config ) {
    auto tcam = std::make_shared<QuarraTcam::QuarraTcamFeatureAttributes>();
    tcam->aclGroupFlexibleWidthSizeIs( config.flexibleBits );
    tcam->aclGroupFixedWidthSizeIs( config.fixedBits );
@@ -23,7 +18,7 @@ Nodra::PtrConst<ChipProfile> profileOf( SdkGeneration generation, const ChipConf
    auto profile = std::make_shared<ChipProfile>();
    profile->nameIs( config.profile );
    profile->tcamFeatureAttributesIs( tcam );
-   if ( generation == SdkGeneration::hsdk ) {
+   if ( generation.limits.systemPortBits ) {
       auto common = std::make_shared<QuarraCommon::QuarraCommonFeatureAttributes>();
       common->portBitsIs( config.portBits );
       common->maxInterfacesPerSwitchChipIs( U32{ 1 } << config.portBits );
@@ -35,7 +30,7 @@ Nodra::PtrConst<ChipProfile> profileOf( SdkGeneration generation, const ChipConf
 } // namespace
 
 QuarraTcam::Scsd bringUpChip( const Variant &variant, const ChipConfig &config ) {
-   const auto chipInfo = chipInfoOf( variant.generation );
+   const ChipInfo chipInfo = { variant.generation.modelNumber, 1 };
    activeChipProfileIs( chipInfo, profileOf( variant.generation, config ) );
    quarraAttributes()->chipAttributesIs( chipInfo, std::make_shared<ChipAttributes>() );
    const auto &common = QuarraTcam::getQuarraTcamCommonData();

@@ -50,18 +50,6 @@ std::optional<U32> lowestFreeRun( const Vesk::Bitmap &bitmap, U32 bits ) {
    return std::nullopt;
 }
 
-// The bit that a key of a one-bit group has, or would get.
-std::optional<U32> bitOf( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
-                          const ClassIdTcamGroupStatus &status, const RequestKey &key ) {
-   if ( status.requestStatusHas( key ) ) {
-      return status.poolStatus( status.requestStatus( key )->poolId() )->baseOffset();
-   }
-   if ( const auto *pool = lendingPool( status ) ) {
-      return pool->baseOffset();
-   }
-   return lowestFreeRun( *manager.classIdHwStatus( config.classIdType() ), 1 );
-}
-
 // " 20 of 64 bits of aclGroupFlexibleWidth are free; held: group 1: 1, group 2: 4"
 std::string spaceUse( const QuarraTcamPortsManager &manager, ClassIdType type ) {
    const auto &bitmap = *manager.classIdHwStatus( type );
@@ -205,31 +193,6 @@ void keyCanBeReserved( const QuarraTcamPortsManager &manager, const ClassIdTcamG
       refuse( "spaceTooNarrow", groupAndEntry( request )
                                    << "the group takes " << runBits( config ) << " bits at once, "
                                    << config.classIdType() << " has " << size );
-   }
-}
-
-void ethernetBitIsOwn( QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
-                       const InstallRequest &request, const RequestKey &key ) {
-   const auto *status = statusOf( manager, request.group );
-   const bool aclGroup =
-      config.classIdType() == aclGroupFlexibleWidth || config.classIdType() == aclGroupFixedWidth;
-   if ( !request.ethernet || !aclGroup || !status ||
-        ( status->requestStatusHas( key ) && status->requestStatus( key )->intfGroup()->ethernet() ) ) {
-      return;
-   }
-   const auto bit = bitOf( manager, config, *status, key );
-   if ( !bit ) {
-      return; // no room, which the reservation finds out
-   }
-   const U32 above = config.classIdType() == aclGroupFixedWidth
-                        ? manager.classIdHwStatusHas( aclGroupFlexibleWidth )
-                             ? manager.classIdHwStatus( aclGroupFlexibleWidth )->size()
-                             : 0
-                        : 0;
-   if ( manager.getIntfGroupForBitPos( request.group, key, static_cast<U8>( *bit + above ) )->portIds() ) {
-      refuse( "bitShared", groupAndEntry( request )
-                              << "all ethernet ports would come to bit " << *bit
-                              << ", which passes for a bit of other ports of the group, 64 apart" );
    }
 }
 

@@ -31,11 +31,6 @@ void knownSystemRule( const QuarraTcamPortsManager &manager, const InstallReques
 void keyCanBeReserved( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
                        const InstallRequest &request, const RequestKey &key, const IntfGroupInfo &intfGroup );
 
-// "bitShared": the bit of an all-ethernet entry is on ports of other keys. Only on a chip beyond the limits,
-// where bits of a group that lie 64 apart pass for each other.
-void ethernetBitIsOwn( QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
-                       const InstallRequest &request, const RequestKey &key );
-
 // "noSpace", "noRoom": the pool that a fixed-width group takes when it is created fits.
 void poolFits( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config );
 

@@ -101,7 +101,6 @@ Installed TcamAgent::install( const InstallRequest &request ) {
    const auto intfGroup = intfGroupOf( request );
    const auto key = keyOf( request, intfGroup );
    RequestChecks::keyCanBeReserved( *manager_, config, request, key, *intfGroup );
-   RequestChecks::ethernetBitIsOwn( *manager_, config, request, key );
 
    if ( !manager_->reserveClassIdForIntfGroup( request.group, key, request.entry, intfGroup ) ) {
       throw RequestChecks::noRoom( *manager_, config, request.entry );

@@ -13,14 +13,13 @@ bool isExactly( const QuarraTcamPortsHelper &helper ) {
    return typeid( helper ) == typeid( Helper );
 }
 
-constexpr auto sdk6 = SdkGeneration::sdk6;
-constexpr auto hsdk = SdkGeneration::hsdk;
-
 constexpr Variant allVariants[] = {
-   { "sdk6", sdk6, false, quarraTcamSdk6PortsHelperFactory, isExactly<QuarraTcamSdk6PortsHelper> },
-   { "hsdk", hsdk, false, quarraTcamHSDKPortsHelperFactory, isExactly<QuarraTcamHSDKPortsHelper> },
-   { "testSdk6", sdk6, true, quarraTcamTestSdk6PortsHelperFactory, isExactly<QuarraTcamTestSdk6PortsHelper> },
-   { "testHsdk", hsdk, true, quarraTcamTestHSDKPortsHelperFactory, isExactly<QuarraTcamTestHSDKPortsHelper> },
+   { "sdk6", sdk6Generation, false, quarraTcamSdk6PortsHelperFactory, isExactly<QuarraTcamSdk6PortsHelper> },
+   { "hsdk", hsdkGeneration, false, quarraTcamHSDKPortsHelperFactory, isExactly<QuarraTcamHSDKPortsHelper> },
+   { "testSdk6", sdk6Generation, true, quarraTcamTestSdk6PortsHelperFactory,
+     isExactly<QuarraTcamTestSdk6PortsHelper> },
+   { "testHsdk", hsdkGeneration, true, quarraTcamTestHSDKPortsHelperFactory,
+     isExactly<QuarraTcamTestHSDKPortsHelper> },
 };
 
 } // namespace

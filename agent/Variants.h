@@ -5,20 +5,24 @@
 #include <string_view>
 
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
+#include "agent/Generation.h"
 
 namespace QuarraAgent {
-
-enum class SdkGeneration { sdk6, hsdk };
 
 // A chip variant: the helper that drives it.
 struct Variant {
    std::string_view name;
-   SdkGeneration generation;
+   const Generation &generation;
    bool twin; // a simulated switch's helper, with a shadow of the ports' ACL-group bits
    QuarraTcam::QuarraTcamPortsHelper::Ptr ( *factory )( const QuarraTcam::Scsd &scsd );
    bool ( *made )(
       const QuarraTcam::QuarraTcamPortsHelper &helper ); // whether a helper is one of this variant
 };
+
+// The ports that "all ethernet ports" puts a bit on.
+inline const EthernetPorts &ethernetPortsOf( const Variant &variant ) {
+   return variant.twin ? variant.generation.twinEthernetPorts : variant.generation.ethernetPorts;
+}
 
 // All variants, in the order in which tools and tests walk them.
 std::span<const Variant> variants();

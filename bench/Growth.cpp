@@ -20,21 +20,30 @@ using enum ClassIdAllocationStrategy;
 using Clock = std::chrono::steady_clock;
 using JsonOut = nlohmann::ordered_json;
 
-// A group with one pool of eight bits, so of up to 255 requests. No SDK6 chip has one: there a number that
-// the helper does not know is registered as one.
-constexpr U16 sdk6Group = 500;
-constexpr U16 hsdkGroup = 16;
+// Where it is measured: in a group with one pool of eight bits, so of up to 255 requests. No SDK6 chip has
+// one: there a number that the helper does not know is registered as one. On the HSDK chip each bit of a class
+// ID is rewritten on every system port: a small chip, so that the chip calls do not drown the rest.
+struct Place {
+   const char *variant;
+   U16 group;
+   bool registered; // by the measurement itself
+   U8 portBits;     // of the chip, with a port less than there are system ports; 0: the default chip
+};
+
+constexpr Place places[] = {
+   { "sdk6", 500, true, 0 },
+   { "hsdk", 16, false, 4 },
+};
 constexpr U32 repetitions = 2001;
 constexpr U32 lookUpsAtOnce = 64;
 
-// On the HSDK chip each bit of a class ID is rewritten on every system port: a small chip, so that the chip
-// calls do not drown the rest. It has 16 system ports.
-ChipChoice choiceOf( const char *variant ) {
-   auto choice = defaultChoice( variant );
-   if ( choice.variant->generation == QuarraAgent::SdkGeneration::hsdk ) {
-      choice.chip.profile = "16 system ports";
-      choice.chip.portBits = 4;
-      choice.chip.ports.resize( 15 );
+ChipChoice choiceOf( const Place &place ) {
+   auto choice = defaultChoice( place.variant );
+   if ( place.portBits ) {
+      const U32 systemPorts = U32{ 1 } << place.portBits;
+      choice.chip.profile = std::to_string( systemPorts ) + " system ports";
+      choice.chip.portBits = place.portBits;
+      choice.chip.ports.resize( systemPorts - 1 );
    }
    return choice;
 }
@@ -75,9 +84,9 @@ double clockItself() {
 // A group with so many entries, spread over so many requests, the entries of each installed in a row.
 class Scene {
  public:
-   Scene( const char *variant, U32 entries, U32 requests )
-      : switch_( choiceOf( variant ) ), entries_( entries ), requests_( requests ) {
-      if ( group_ == sdk6Group ) {
+   Scene( const Place &place, U32 entries, U32 requests )
+      : switch_( choiceOf( place ) ), group_( place.group ), entries_( entries ), requests_( requests ) {
+      if ( place.registered ) {
          addClassIdInfoToMap(
             group_, getGroupConfigType( group_, aclGroupFlexibleWidth, 0, 8, 1, allocateOnDemand ) );
       }
@@ -140,8 +149,7 @@ class Scene {
    }
 
    Switch switch_;
-   TcamGroupId group_ =
-      switch_.agent().variant().generation == QuarraAgent::SdkGeneration::sdk6 ? sdk6Group : hsdkGroup;
+   TcamGroupId group_;
    U32 entries_;
    U32 requests_;
    U32 state_ = 1;
@@ -151,7 +159,7 @@ class Scene {
 // One point of the curves.
 struct Point {
    const char *by;
-   const char *variant;
+   const Place *place;
    U32 entries;
    U32 requests;
    bool newRequest;
@@ -159,15 +167,15 @@ struct Point {
 
 std::vector<Point> points() {
    std::vector<Point> all;
-   for ( const char *variant : { "sdk6", "hsdk" } ) {
+   for ( const auto &place : places ) {
       for ( const U32 entries : { 10u, 100u, 1000u, 10000u } ) {
-         all.push_back( { "entries", variant, entries, 8, false } );
+         all.push_back( { "entries", &place, entries, 8, false } );
       }
       for ( const U32 requests : { 1u, 32u, 64u, 128u, 192u, 255u } ) {
-         all.push_back( { "requests", variant, 4 * requests, requests, false } );
+         all.push_back( { "requests", &place, 4 * requests, requests, false } );
       }
       for ( const U32 requests : { 1u, 32u, 64u, 128u, 192u, 254u } ) { // and the new one
-         all.push_back( { "requests", variant, 4 * requests, requests, true } );
+         all.push_back( { "requests", &place, 4 * requests, requests, true } );
       }
    }
    return all;
@@ -176,8 +184,8 @@ std::vector<Point> points() {
 // The median of what the rounds say, with the least and the most.
 JsonOut merged( const Point &point, const std::vector<JsonOut> &ofRounds ) {
    JsonOut row = { { "by", point.by },
-                   { "variant", point.variant },
-                   { "chip", choiceOf( point.variant ).chip.profile } };
+                   { "variant", point.place->variant },
+                   { "chip", choiceOf( *point.place ).chip.profile } };
    row.update( ofRounds.front() );
    for ( const char *field : { "installNanoseconds", "removeNanoseconds", "lookUpNanoseconds" } ) {
       std::vector<double> values;
@@ -202,7 +210,7 @@ JsonOut growth() {
       for ( std::size_t i = 0; i < all.size(); ++i ) {
          const auto &point = all[ i ];
          ofRounds[ i ].push_back(
-            Scene( point.variant, point.entries, point.requests ).measure( point.newRequest ) );
+            Scene( *point.place, point.entries, point.requests ).measure( point.newRequest ) );
       }
    }
    auto result = JsonOut::array();

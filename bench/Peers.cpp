@@ -70,59 +70,26 @@ class Meter {
    }
 
    void begin() {
-      start_ = at_ = switch_.chip().callCounts();
+      start_ = switch_.chip().callCounts();
       startCalls_ = switch_.chip().calls();
-      memberWords_ = 0;
-      words_ = read();
+      startWrites_ = switch_.chip().portWrites();
    }
 
-   // Between two actions. One SDK6 call sets all members of a bit: what it wrote are the words that changed.
-   void step() {
-      auto now = switch_.chip().callCounts();
-      if ( now[ membership ] == at_[ membership ] ) {
-         return;
-      }
-      at_ = std::move( now );
-      auto words = read();
-      for ( std::size_t i = 0; i < words.size(); ++i ) {
-         memberWords_ += words[ i ] != words_[ i ];
-      }
-      words_ = std::move( words );
-   }
-
-   // A row that is rewritten in place counts once, though the simulated chip takes two calls for it. The
-   // table of system ports is written by each commit that is not the look-up of a fresh handle.
+   // A row that is rewritten in place counts once, though the simulated chip takes two calls for it.
    Writes end( bool inPlace = false ) {
-      step();
       auto now = switch_.chip().callCounts();
       const auto since = [ & ]( const char *function ) { return now[ function ] - start_[ function ]; };
       return { rowsOfEntry_ *
                   ( since( "fieldEntryCreate" ) + ( inPlace ? 0 : since( "fieldEntryDestroy" ) ) ),
-               memberWords_ + since( "portTableSet" ) + since( "bcmlt_entry_commit" ) -
-                  since( "bcmlt_entry_allocate" ),
-               switch_.chip().calls() - startCalls_ };
+               switch_.chip().portWrites() - startWrites_, switch_.chip().calls() - startCalls_ };
    }
 
  private:
-   static constexpr auto membership = "bcm_subport_port_group_subport_multi_set";
-
-   std::vector<Vesk::Bitmap> read() const {
-      std::vector<Vesk::Bitmap> words;
-      if ( switch_.agent().variant().generation == QuarraAgent::SdkGeneration::sdk6 ) {
-         for ( const auto &port : switch_.ports() ) {
-            words.push_back( switch_.aclGroup( port ) );
-         }
-      }
-      return words;
-   }
-
    const Switch &switch_;
    U64 rowsOfEntry_;
    std::map<std::string, U64> start_;
-   std::map<std::string, U64> at_;
    U64 startCalls_ = 0;
-   U64 memberWords_ = 0;
-   std::vector<Vesk::Bitmap> words_;
+   U64 startWrites_ = 0;
 };
 
 JsonOut json( const Writes &writes ) {
@@ -133,19 +100,18 @@ JsonOut json( const Writes &writes ) {
 }
 
 // The entries in, the port joins, the port leaves; each on the chip.
-JsonOut measured( const Switch &theSwitch, U64 rowsOfEntry, bool inPlace,
-                  const std::function<U32( Meter & )> &install, const std::function<void( Meter & )> &join,
-                  const std::function<void( Meter & )> &leave ) {
+JsonOut measured( const Switch &theSwitch, U64 rowsOfEntry, bool inPlace, const std::function<U32()> &install,
+                  const std::function<void()> &join, const std::function<void()> &leave ) {
    Meter meter( theSwitch, rowsOfEntry );
-   const U32 installed = install( meter );
+   const U32 installed = install();
    const auto rows = rowsOfEntry * theSwitch.chip().tcamEntries().size();
    const auto installing = meter.end();
    meter.begin();
-   join( meter );
+   join();
    const auto joining = meter.end( inPlace );
    const auto rowsJoined = rowsOfEntry * theSwitch.chip().tcamEntries().size();
    meter.begin();
-   leave( meter );
+   leave();
    return { { "installed", installed },
             { "rows", rows },
             { "rowsOfEntry", rowsOfEntry },
@@ -173,17 +139,17 @@ JsonOut entryPerPort( const Case &scene ) {
    };
    return measured(
       theSwitch, rowsFor( scene.choice().chip, portNumberBits ), false,
-      [ & ]( Meter & ) {
+      [ & ] {
          each( create, 1, before );
          return scene.entries;
       },
-      [ & ]( Meter & ) { each( create, before + 1, scene.entries ); },
-      [ & ]( Meter & ) { each( destroy, before + 1, scene.entries ); } );
+      [ & ] { each( create, before + 1, scene.entries ); },
+      [ & ] { each( destroy, before + 1, scene.entries ); } );
 }
 
 JsonOut portBitmap( const Case &scene ) {
    Switch theSwitch( scene.choice() );
-   const auto rewrite = [ & ]( Meter & ) {
+   const auto rewrite = [ & ] {
       for ( U32 entry = 1; entry <= scene.entries; ++entry ) {
          destroy( theSwitch, entry );
          create( theSwitch, entry );
@@ -191,7 +157,7 @@ JsonOut portBitmap( const Case &scene ) {
    };
    return measured(
       theSwitch, rowsFor( scene.choice().chip, scene.choice().chip.portBitmapBits ), true,
-      [ & ]( Meter & ) {
+      [ & ] {
          for ( U32 entry = 1; entry <= scene.entries; ++entry ) {
             create( theSwitch, entry );
          }
@@ -216,7 +182,7 @@ class ClassIds {
    const Switch &theSwitch() const { return switch_; }
    U64 mismatches() const { return mismatches_; }
 
-   U32 install( Meter &meter ) {
+   U32 install() {
       for ( U32 n = 0; n < scene_.entries; ++n ) {
          try {
             switch_.agent().install( { scene_.group, n + 1, ports( n, false ), false, {} } );
@@ -224,14 +190,13 @@ class ClassIds {
          } catch ( const QuarraAgent::RequestRefused &refused ) {
             NODRA_ASSERT( refused.code() == "noRoom" );
          }
-         meter.step();
       }
       verify( false );
       return static_cast<U32>( installed_.size() );
    }
 
    // The class IDs of the entries move to other ports; the entries stay as they are.
-   void program( Meter &meter, bool joined ) {
+   void program( bool joined ) {
       auto &manager = switch_.agent().manager();
       std::vector<QuarraTcam::RequestKey> done;
       for ( const U32 n : installed_ ) {
@@ -244,32 +209,28 @@ class ClassIds {
          manager.deleteIntfGroupFromIntfGroupInfo( scene_.group, key, intfGroupOf( ports( n, !joined ) ) );
          manager.populateIntfGroupHashToIntfGroupInfo( scene_.group, key, intfGroup );
          manager.programClassIdForIntfGroup( scene_.group, key, n + 1, intfGroup );
-         meter.step();
       }
       verify( joined );
    }
 
    // For an agent that never changes an entry: each is removed and installed with its new ports.
-   void installAgain( Meter &meter, bool joined ) {
+   void installAgain( bool joined ) {
       for ( const U32 n : installed_ ) {
          switch_.agent().remove( scene_.group, n + 1 );
-         meter.step();
          switch_.agent().install( { scene_.group, n + 1, ports( n, joined ), false, {} } );
-         meter.step();
       }
       verify( joined );
    }
 
  private:
-   // An HSDK chip that has run for a while has a table entry for each system port, and a bit is rewritten in
-   // all of them; a fresh one only has those that were needed. An entry of all ethernet ports needs them all.
+   // A chip with a table of system ports that has run for a while has an entry for each, and a bit is
+   // rewritten in all of them; a fresh one only has those that were needed. An entry of all ethernet ports
+   // needs them all.
    void fillSystemPortTable() {
-      if ( switch_.agent().variant().generation == QuarraAgent::SdkGeneration::hsdk ) {
-         const TcamGroupId l3Control( 2 );
-         const QuarraTcam::RuleId rule( QuarraAgent::featureOf( l3Control ), "PBMP_E_ALL for l3 ctrl group" );
-         switch_.agent().install( { l3Control, 1, {}, true, rule } );
-         switch_.agent().remove( l3Control, 1 );
-      }
+      const TcamGroupId l3Control( 2 );
+      const QuarraTcam::RuleId rule( QuarraAgent::featureOf( l3Control ), "PBMP_E_ALL for l3 ctrl group" );
+      switch_.agent().install( { l3Control, 1, {}, true, rule } );
+      switch_.agent().remove( l3Control, 1 );
    }
 
    Ports ports( U32 n, bool joined ) const {
@@ -318,12 +279,11 @@ class ClassIds {
    U64 mismatches_ = 0;
 };
 
-JsonOut classIds( const Case &scene, void ( ClassIds::*change )( Meter &, bool ) ) {
+JsonOut classIds( const Case &scene, void ( ClassIds::*change )( bool ) ) {
    ClassIds way( scene );
    auto result = measured(
-      way.theSwitch(), way.rowsOfEntry(), false, [ & ]( Meter &meter ) { return way.install( meter ); },
-      [ & ]( Meter &meter ) { ( way.*change )( meter, true ); },
-      [ & ]( Meter &meter ) { ( way.*change )( meter, false ); } );
+      way.theSwitch(), way.rowsOfEntry(), false, [ & ] { return way.install(); },
+      [ & ] { ( way.*change )( true ); }, [ & ] { ( way.*change )( false ); } );
    result[ "mismatches" ] = way.mismatches();
    return result;
 }

@@ -24,15 +24,13 @@ const Variant &knownVariant( const std::string &name ) {
                          fmt::format( "variant \"{}\": expected one of {}", name, variantNames() ) );
 }
 
-const ChipConfig &knownProfile( const std::string &name, const Variant &variant ) {
+ChipConfig knownProfile( const std::string &name, const Variant &variant ) {
    std::string names;
-   for ( const auto &row : chipProfiles() ) {
-      if ( row.generation == variant.generation ) {
-         if ( row.config.profile == name ) {
-            return row.config;
-         }
-         names += ( names.empty() ? "" : ", " ) + row.config.profile;
+   for ( const auto &chip : variant.generation.chips ) {
+      if ( chip.profile == name ) {
+         return chipOf( chip );
       }
+      names += ( names.empty() ? "" : ", " ) + std::string( chip.profile );
    }
    throw RequestRefused(
       "unknownProfile",
@@ -93,7 +91,6 @@ ChipChoice readChip( JsonFields &fields, const ChipChoice &before ) {
       setPorts( chip,
                 counted ? countedPorts( fields.number( "ports", 1, U10::max ) ) : fields.ports( "ports" ) );
    }
-   chip.beyondLimits = fields.flag( "beyondLimits" );
    if ( fields.has( "cpuPorts" ) ) {
       chip.cpuPorts = fields.ports( "cpuPorts" );
    }

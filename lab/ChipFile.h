@@ -27,7 +27,7 @@ ChipChoice defaultChoice( const std::string &variant );
 
 // Reads what a chip file, or the batch operation "chip", may set: variant, profile, flexibleBits, fixedBits,
 // sourceTrunkMapBits, portBits, tcamRowBits, ruleBits, portBitmapBits, ports (a list, or a number n for 1 to
-// n), cpuPorts, beyondLimits. What is not set is the profile's, and without a profile the variant's default
+// n), cpuPorts. What is not set is the profile's, and without a profile the variant's default
 // chip's. A variant that is not set is `choice`'s. Throws RequestRefused; leaves finish() to the caller.
 ChipChoice readChip( JsonFields &fields, const ChipChoice &choice );
 

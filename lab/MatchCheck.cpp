@@ -149,11 +149,15 @@ std::string reasonOnTheChip( const Switch &theSwitch, const Entry &entry, const 
                              << " is programmed without the ports of its other class IDs" )
          .string();
    }
-   constexpr U16 lastEthernetPort = 510; // that SDK6 chips and their twin both program
-   if ( request.intfGroup()->ethernet() &&
-        theSwitch.agent().variant().generation == QuarraAgent::SdkGeneration::sdk6 &&
-        ( port.port() == 0 || port.port() > lastEthernetPort ) ) {
-      return "all ethernet ports of an SDK6 chip are ports 1 to 511, of its twin 0 to 510";
+   const auto &variant = theSwitch.agent().variant();
+   const auto &onTheChip = variant.generation.ethernetPorts;
+   const auto &onTheTwin = variant.generation.twinEthernetPorts;
+   const auto &own = QuarraAgent::ethernetPortsOf( variant );
+   if ( request.intfGroup()->ethernet() && ( port.port() < own.first || port.port() > own.last ) ) {
+      return ( Nodra::Text() << "all ethernet ports of an " << std::string( variant.generation.name )
+                             << " chip are ports " << onTheChip.first << " to " << onTheChip.last
+                             << ", of its twin " << onTheTwin.first << " to " << onTheTwin.last )
+         .string();
    }
    return "";
 }

@@ -12,9 +12,7 @@ using enum ClassIdType;
 QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
                                           const QuarraAgent::ChipConfig &config ) {
    QuarraSimulator::ChipOptions options;
-   options.generation = variant.generation == QuarraAgent::SdkGeneration::sdk6
-                           ? QuarraSimulator::Generation::sdk6
-                           : QuarraSimulator::Generation::hsdk;
+   options.generation = variant.generation.sdk;
    options.aclGroupBits = U32{ config.flexibleBits } + config.fixedBits;
    options.sourceTrunkMapBits = config.sourceTrunkMapBits;
    options.systemPorts = U32{ 1 } << config.portBits;

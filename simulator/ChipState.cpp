@@ -7,44 +7,50 @@
 namespace QuarraSimulator {
 namespace {
 
-constexpr U32 maxCombinedBits = 160;
 constexpr U32 maxSourceTrunkMapBits = 16;
 
 } // namespace
 
 ChipState::ChipState( ChipOptions chipOptions )
    : options( std::move( chipOptions ) ),
+     backend( makeBackend( options ) ),
      tcam( options.aclGroupBits, options.sourceTrunkMapBits ),
-     portTables( options.aclGroupBits ),
-     logicalTables( options.systemPorts ),
      pbmps{} {
-   NODRA_ASSERT( options.generation == Generation::sdk6 || options.aclGroupBits <= maxCombinedBits )
-      << " aclGroupBits: " << options.aclGroupBits;
    NODRA_ASSERT( options.sourceTrunkMapBits <= maxSourceTrunkMapBits )
       << " sourceTrunkMapBits: " << options.sourceTrunkMapBits;
 }
 
-int ChipState::check( const CallTarget &target ) const {
-   if ( target.unit && *target.unit != options.unit ) {
-      return Code::unit;
+void ChipState::wrotePort( U32 port ) {
+   ++portWrites;
+   if ( observer ) {
+      seen.ports.push_back( port );
    }
-   return target.generation && *target.generation != options.generation ? Code::unavailable : Code::ok;
 }
 
-bool ChipState::aclGroupBit( U32 port, U32 bit ) const {
-   return options.generation == Generation::sdk6 ? portTables.isMember( bit, port )
-                                                 : logicalTables.systemPortTable().bit( port, bit );
+void ChipState::wrotePorts( const SubportGroups::Ports &ports ) {
+   if ( !observer ) {
+      portWrites += ports.count();
+      return;
+   }
+   for ( U32 port = 0; port < ports.size(); ++port ) {
+      if ( ports.test( port ) ) {
+         wrotePort( port );
+      }
+   }
 }
 
-Vesk::Bitmap ChipState::aclGroup( U32 port ) const {
-   return options.generation == Generation::sdk6
-             ? portTables.groupsOf( port )
-             : logicalTables.systemPortTable().value( port, options.aclGroupBits );
+int ChipState::wroteEntry( U32 entry, int code ) {
+   if ( code == Code::ok ) {
+      seen.entry = entry;
+   }
+   return code;
 }
 
-U32 ChipState::aclGroupPort( const QuarraCentral::QuarraModPort &port ) const {
-   return options.generation == Generation::hsdk && options.systemPort ? options.systemPort( port )
-                                                                       : port.port();
+// Asks and tells nobody while the observer looks on: it may not call the SDK.
+void ChipState::tellObserver( std::size_t function, int code ) {
+   seen.function = sdkFunctions[ function ];
+   seen.code = code;
+   observer( seen );
 }
 
 ChipState *&installedChip() {

@@ -2,50 +2,54 @@
 
 #include <optional>
 
+#include "simulator/Backend.h"
 #include "simulator/CallLog.h"
-#include "simulator/LogicalTables.h"
 #include "simulator/PortTables.h"
+#include "simulator/SubportGroups.h"
 #include "simulator/Tcam.h"
 
 namespace QuarraSimulator {
-
-// What an SDK function names or needs of a chip; nothing where it takes any.
-struct CallTarget {
-   std::optional<int> unit = {};
-   std::optional<Generation> generation = {};
-};
 
 // All of a chip behind the shim and the SDK's functions.
 class ChipState {
  public:
    explicit ChipState( ChipOptions chipOptions );
 
-   // Makes one call of an SDK function: counts it, fails it when that was asked for, when it names another
-   // unit (unit) or is one of the other generation (unavailable), and only then does its work.
+   // Makes one call of an SDK function: counts it, fails it when that was asked for or when it names another
+   // unit (unit), and only then does its work. Without a unit it takes any. Then the observer is told.
    template <typename Operation>
-   int call( std::size_t function, const CallTarget &target, Operation operation ) {
-      const int failure = calls.enter( function );
-      const int code = failure ? failure : check( target );
-      return code ? code : operation( *this );
+   int call( std::size_t function, std::optional<int> unit, Operation operation ) {
+      seen.entry = 0;
+      seen.ports.clear();
+      int code = calls.enter( function );
+      if ( !code ) {
+         code = unit && *unit != options.unit ? int{ Code::unit } : operation( *this );
+      }
+      if ( observer ) {
+         tellObserver( function, code );
+      }
+      return code;
    }
 
-   // Bit of the ACL-group value of a port (HSDK: system port), below aclGroupBits.
-   bool aclGroupBit( U32 port, U32 bit ) const;
-   Vesk::Bitmap aclGroup( U32 port ) const; // all of them
-
-   // The port under which the chip looks up a port's ACL-group value.
-   U32 aclGroupPort( const QuarraCentral::QuarraModPort &port ) const;
+   // For the operations: what they wrote. wroteEntry() takes a return code, and gives it back.
+   void wrotePort( U32 port );
+   void wrotePorts( const SubportGroups::Ports &ports );
+   int wroteEntry( U32 entry, int code );
 
    const ChipOptions options;
+   const std::unique_ptr<Backend> backend;
    CallLog calls;
    Tcam tcam;
    PortTables portTables;
-   LogicalTables logicalTables;
+   U64 portWrites = 0;
+   Observer observer;
 
    std::array<bcm_pbmp_t, 5> pbmps; // in the order of Sdk::PbmpKind
 
  private:
-   int check( const CallTarget &target ) const;
+   void tellObserver( std::size_t function, int code );
+
+   SdkCallSeen seen;
 };
 
 // The chip that lives, or null. Set by SimulatedChip.
@@ -53,9 +57,9 @@ ChipState *&installedChip();
 
 // One call of an SDK function on the chip that lives. Without a chip there is no unit.
 template <typename Operation>
-int callChip( std::size_t function, const CallTarget &target, Operation operation ) {
+int callChip( std::size_t function, std::optional<int> unit, Operation operation ) {
    ChipState *const chip = installedChip();
-   return chip ? chip->call( function, target, operation ) : Code::unit;
+   return chip ? chip->call( function, unit, operation ) : Code::unit;
 }
 
 } // namespace QuarraSimulator

@@ -1,41 +1,136 @@
+#include <algorithm>
+#include <ostream>
+
+#include "Nodra/Assert.h"
 #include "Sdk/Bcmlt.h"
 #include "simulator/ChipState.h"
+#include "simulator/LogicalTables.h"
 
-// The chip's logical-table functions. A handle implies the unit.
-using QuarraSimulator::callChip;
-using QuarraSimulator::CallTarget;
-using QuarraSimulator::ChipState;
-using QuarraSimulator::Generation;
-using QuarraSimulator::sdkFunction;
-
+// All of the HSDK generation: its backend, and its functions.
+namespace QuarraSimulator {
 namespace {
 
-const CallTarget anyHsdkUnit = { .generation = Generation::hsdk };
+constexpr U32 maxAclGroupBits = 160;
+
+void printTable( std::ostream &out, const LogicalTable &table ) {
+   for ( const auto &[ key, values ] : table.entries() ) {
+      if ( std::all_of( values.begin() + keyField + 1, values.end(), []( U64 value ) { return !value; } ) ) {
+         continue;
+      }
+      out << table.name() << ' ' << key;
+      for ( std::size_t field = keyField + 1; field < table.fields().size(); ++field ) {
+         if ( values[ field ] ) {
+            out << ' ' << table.fields()[ field ].name << ' ' << values[ field ];
+         }
+      }
+      out << '\n';
+   }
+}
+
+// A port's ACL-group value is spread over the fields of its entry in the table of system ports.
+class HsdkBackend : public Backend {
+ public:
+   explicit HsdkBackend( const ChipOptions &options )
+      : systemPort_( options.systemPort ), tables_( options.systemPorts, options.aclGroupBits ) {
+      NODRA_ASSERT( options.aclGroupBits <= maxAclGroupBits ) << " aclGroupBits: " << options.aclGroupBits;
+   }
+
+   LogicalTables *logicalTables() override { return &tables_; }
+
+   U32 aclGroupPort( const QuarraCentral::QuarraModPort &port ) const override {
+      return systemPort_ ? systemPort_( port ) : port.port();
+   }
+   AclGroupValue aclGroup( U32 port ) const override { return tables_.systemPortTable().value( port ); }
+
+   std::vector<U32> portsWithAclGroup() const override {
+      auto ports = tableEntries();
+      std::erase_if( ports, [ this ]( U32 port ) { return aclGroup( port ).none(); } );
+      return ports;
+   }
+   std::vector<U32> tableEntries() const override {
+      std::vector<U32> ports;
+      for ( const auto &[ key, values ] : tables_.systemPortTable().entries() ) {
+         ports.push_back( static_cast<U32>( key ) );
+      }
+      return ports;
+   }
+   std::vector<std::string> liveHandleTexts() const override { return tables_.liveHandleTexts(); }
+
+   void print( std::ostream &out ) const override {
+      for ( const LogicalTable &table : tables_.tables() ) {
+         printTable( out, table );
+      }
+   }
+
+ private:
+   std::function<U32( const QuarraCentral::QuarraModPort & )> systemPort_;
+   LogicalTables tables_;
+};
+
+// One call of a logical-table function. Without a unit: a handle implies it.
+template <typename Operation>
+int callTables( std::size_t function, std::optional<int> unit, Operation operation ) {
+   return callChip( function, unit, [ & ]( ChipState &chip ) -> int {
+      auto *tables = chip.backend->logicalTables();
+      return tables ? operation( chip, *tables ) : Code::unavailable;
+   } );
+}
 
 } // namespace
 
+std::unique_ptr<Backend> hsdkBackend( const ChipOptions &options ) {
+   return std::make_unique<HsdkBackend>( options );
+}
+
+} // namespace QuarraSimulator
+
+using QuarraSimulator::callChip;
+using QuarraSimulator::callTables;
+using QuarraSimulator::ChipState;
+using QuarraSimulator::LogicalTables;
+using QuarraSimulator::sdkFunction;
+namespace Code = QuarraSimulator::Code;
+
 int bcmlt_entry_allocate( int unit, const char *table, bcmlt_entry_handle_t *entry ) {
-   return callChip( sdkFunction( __func__ ), { .unit = unit, .generation = Generation::hsdk },
-                    [ & ]( ChipState &chip ) { return chip.logicalTables.allocate( table, entry ); } );
+   return callTables( sdkFunction( __func__ ), unit, [ & ]( ChipState &, LogicalTables &tables ) {
+      return tables.allocate( table, entry );
+   } );
 }
 
 int bcmlt_entry_field_add( bcmlt_entry_handle_t entry, const char *field, uint64_t value ) {
-   return callChip( sdkFunction( __func__ ), anyHsdkUnit,
-                    [ & ]( ChipState &chip ) { return chip.logicalTables.fieldAdd( entry, field, value ); } );
+   return callTables( sdkFunction( __func__ ), {}, [ & ]( ChipState &, LogicalTables &tables ) {
+      return tables.fieldAdd( entry, field, value );
+   } );
 }
 
 int bcmlt_entry_field_get( bcmlt_entry_handle_t entry, const char *field, uint64_t *value ) {
-   return callChip( sdkFunction( __func__ ), anyHsdkUnit,
-                    [ & ]( ChipState &chip ) { return chip.logicalTables.fieldGet( entry, field, value ); } );
+   return callTables( sdkFunction( __func__ ), {}, [ & ]( ChipState &, LogicalTables &tables ) {
+      return tables.fieldGet( entry, field, value );
+   } );
 }
 
 int bcmlt_entry_commit( bcmlt_entry_handle_t entry, bcmlt_opcode_t opcode, bcmlt_priority_level_t priority ) {
-   return callChip( sdkFunction( __func__ ), anyHsdkUnit, [ & ]( ChipState &chip ) {
-      return chip.logicalTables.commit( entry, opcode, priority );
+   return callTables( sdkFunction( __func__ ), {}, [ & ]( ChipState &chip, LogicalTables &tables ) {
+      const int code = tables.commit( entry, opcode, priority );
+      if ( const auto port = tables.written() ) {
+         chip.wrotePort( static_cast<QuarraSimulator::U32>( *port ) );
+      }
+      return code;
    } );
 }
 
 int bcmlt_entry_free( bcmlt_entry_handle_t entry ) {
-   return callChip( sdkFunction( __func__ ), anyHsdkUnit,
-                    [ & ]( ChipState &chip ) { return chip.logicalTables.free( entry ); } );
+   return callTables( sdkFunction( __func__ ), {},
+                      [ & ]( ChipState &, LogicalTables &tables ) { return tables.free( entry ); } );
+}
+
+int velmor_bcm_field_qualify_SubportGroupIds( int unit, uint32_t entry, uint32_t dataCount,
+                                              const bcm_subport_port_group_t *data, uint32_t maskCount,
+                                              const bcm_subport_port_group_t *mask, uint32_t classIdSize ) {
+   return callTables( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip, LogicalTables & ) {
+      return classIdSize == chip.options.aclGroupBits
+                ? chip.wroteEntry( entry,
+                                   chip.tcam.qualifyAclGroup( entry, dataCount, data, maskCount, mask ) )
+                : Code::parameter;
+   } );
 }

@@ -1,7 +1,6 @@
 #include "simulator/LogicalTable.h"
 
 #include <algorithm>
-#include <bit>
 
 #include "Nodra/Assert.h"
 #include "simulator/ReturnCode.h"
@@ -19,10 +18,16 @@ void writeAdded( const WorkingCopy &copy, FieldValues &entry ) {
 
 } // namespace
 
-LogicalTable::LogicalTable( const TableLayout &layout, U64 size ) : layout_( layout ), size_( size ) {
+LogicalTable::LogicalTable( const TableLayout &layout, U64 size, U32 valueBits ) : layout_( layout ) {
    NODRA_ASSERT( layout.fields.size() <= maxFields );
    NODRA_ASSERT( size > 0 && size <= U64{ 1 } << layout.fields[ keyField ].bits )
       << " " << layout.name << " size: " << size;
+   ends_[ keyField ] = size;
+   for ( std::size_t field = keyField + 1; field < layout.fields.size(); ++field ) {
+      const U32 bits = std::min( valueBits, layout.fields[ field ].bits );
+      ends_[ field ] = U64{ 1 } << bits;
+      valueBits -= bits;
+   }
 }
 
 std::optional<std::size_t> LogicalTable::fieldNumber( std::string_view name ) const {
@@ -35,7 +40,7 @@ std::optional<std::size_t> LogicalTable::fieldNumber( std::string_view name ) co
 }
 
 bool LogicalTable::fits( std::size_t field, U64 value ) const {
-   return value < ( field == keyField ? size_ : U64{ 1 } << layout_.fields[ field ].bits );
+   return value < ends_[ field ];
 }
 
 // The table's values take the place of what was added before, so that those fields count as filled.
@@ -68,38 +73,17 @@ int LogicalTable::update( WorkingCopy &copy ) {
    return Code::ok;
 }
 
-Vesk::Bitmap LogicalTable::value( U64 key, U32 size ) const {
-   Vesk::Bitmap value( 0, size, Vesk::HBitmap::BitState::clear );
+AclGroupValue LogicalTable::value( U64 key ) const {
+   AclGroupValue value;
    const auto item = entries_.find( key );
    if ( item == entries_.end() ) {
       return value;
    }
-   U32 firstBit = 0;
-   for ( std::size_t field = keyField + 1; field < layout_.fields.size() && firstBit < size; ++field ) {
-      for ( U64 rest = item->second[ field ]; rest; rest &= rest - 1 ) {
-         const U32 bit = firstBit + static_cast<U32>( std::countr_zero( rest ) );
-         if ( bit < size ) {
-            value.set( bit );
-         }
-      }
-      firstBit += layout_.fields[ field ].bits;
+   for ( std::size_t field = layout_.fields.size() - 1; field > keyField; --field ) {
+      value <<= layout_.fields[ field ].bits;
+      value |= AclGroupValue( item->second[ field ] );
    }
    return value;
-}
-
-bool LogicalTable::bit( U64 key, U32 position ) const {
-   const auto item = entries_.find( key );
-   if ( item == entries_.end() ) {
-      return false;
-   }
-   for ( std::size_t field = keyField + 1; field < layout_.fields.size(); ++field ) {
-      const U32 bits = layout_.fields[ field ].bits;
-      if ( position < bits ) {
-         return ( item->second[ field ] >> position ) & 1u;
-      }
-      position -= bits;
-   }
-   return false;
 }
 
 } // namespace QuarraSimulator

@@ -7,8 +7,7 @@
 #include <span>
 #include <string_view>
 
-#include "Nodra/Types.h"
-#include "Vesk/Bitmap.h"
+#include "simulator/Backend.h"
 
 namespace QuarraSimulator {
 
@@ -41,8 +40,8 @@ class LogicalTable {
  public:
    using Entries = std::map<U64, FieldValues>;
 
-   // Keys run from 0 to size - 1.
-   LogicalTable( const TableLayout &layout, U64 size );
+   // Keys run from 0 to size - 1. Of the fields, the key left out, the table has the lowest `valueBits` bits.
+   LogicalTable( const TableLayout &layout, U64 size, U32 valueBits );
 
    std::string_view name() const { return layout_.name; }
    std::span<const FieldLayout> fields() const { return layout_.fields; }
@@ -57,14 +56,13 @@ class LogicalTable {
 
    const Entries &entries() const { return entries_; }
 
-   // Bit `position` of an entry's fields, the key left out, taken as one value that starts with the lowest
-   // bit of the first field. Clear past its end, and when there is no entry.
-   bool bit( U64 key, U32 position ) const;
-   Vesk::Bitmap value( U64 key, U32 size ) const; // the lowest `size` of them
+   // An entry's fields, the key left out, as one value that starts with the lowest bit of the first field. All
+   // clear when there is no entry.
+   AclGroupValue value( U64 key ) const;
 
  private:
    TableLayout layout_;
-   U64 size_;
+   std::array<U64, maxFields> ends_{}; // by field: the values below it fit
    Entries entries_;
 };
 

@@ -17,16 +17,22 @@ constexpr FieldLayout systemPortFields[] = {
 
 constexpr TableLayout systemPortLayout = { "ING_SYSTEM_PORT_TABLE", systemPortFields };
 
+struct Exchange {
+   int ( LogicalTable::*make )( WorkingCopy & );
+   bool writes;
+};
+
 // In the order of opcodeNumbers.
-constexpr int ( LogicalTable::*exchanges[] )( WorkingCopy & ) = {
-   &LogicalTable::lookup,
-   &LogicalTable::insert,
-   &LogicalTable::update,
+constexpr Exchange exchanges[] = {
+   { &LogicalTable::lookup, false },
+   { &LogicalTable::insert, true },
+   { &LogicalTable::update, true },
 };
 
 } // namespace
 
-LogicalTables::LogicalTables( U32 systemPorts ) : tables_{ { systemPortLayout, systemPorts } } {}
+LogicalTables::LogicalTables( U32 systemPorts, U32 aclGroupBits )
+   : tables_{ { systemPortLayout, systemPorts, aclGroupBits } } {}
 
 int LogicalTables::allocate( const char *table, bcmlt_entry_handle_t *entry ) {
    if ( !table || !entry ) {
@@ -88,6 +94,7 @@ int LogicalTables::fieldGet( bcmlt_entry_handle_t entry, const char *field, U64 
 
 int LogicalTables::commit( bcmlt_entry_handle_t entry, bcmlt_opcode_t opcode,
                            bcmlt_priority_level_t priority ) {
+   written_.reset();
    const auto item = handles_.find( entry );
    if ( item == handles_.end() ) {
       return Code::notFound;
@@ -97,7 +104,12 @@ int LogicalTables::commit( bcmlt_entry_handle_t entry, bcmlt_opcode_t opcode,
    if ( !handle.copy.added.test( keyField ) || number == opcodeNumbers.end() || priority != priorityNumber ) {
       return Code::parameter;
    }
-   return ( handle.table->*exchanges[ number - opcodeNumbers.begin() ] )( handle.copy );
+   const auto &[ make, writes ] = exchanges[ number - opcodeNumbers.begin() ];
+   const int code = ( handle.table->*make )( handle.copy );
+   if ( writes && code == Code::ok ) {
+      written_ = handle.copy.values[ keyField ];
+   }
+   return code;
 }
 
 int LogicalTables::free( bcmlt_entry_handle_t entry ) {

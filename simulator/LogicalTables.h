@@ -21,14 +21,16 @@ class LogicalTables {
  public:
    static constexpr U32 maxHandles = 1024;
 
-   explicit LogicalTables( U32 systemPorts );
+   // System-port numbers run from 0 to systemPorts - 1; a port's ACL-group value is aclGroupBits wide.
+   LogicalTables( U32 systemPorts, U32 aclGroupBits );
    LogicalTables( const LogicalTables & ) = delete;
    LogicalTables &operator=( const LogicalTables & ) = delete;
 
    // Fails when all handles are in use (memory).
    int allocate( const char *table, bcmlt_entry_handle_t *entry );
 
-   // Fails for a value that is wider than the field, or a key past the table's end (parameter).
+   // Fails for a value that is wider than the field, or than the chip's ACL-group value leaves of it, and for a
+   // key past the table's end (parameter).
    int fieldAdd( bcmlt_entry_handle_t entry, const char *field, U64 value );
 
    // Fails for a field that has no value (not found).
@@ -38,11 +40,13 @@ class LogicalTables {
    int commit( bcmlt_entry_handle_t entry, bcmlt_opcode_t opcode, bcmlt_priority_level_t priority );
    int free( bcmlt_entry_handle_t entry );
 
-   U32 liveHandles() const { return static_cast<U32>( handles_.size() ); }
    std::vector<std::string> liveHandleTexts() const;
 
    const std::vector<LogicalTable> &tables() const { return tables_; }
    const LogicalTable &systemPortTable() const { return tables_.front(); }
+
+   // The key that the last commit wrote, if it wrote one.
+   std::optional<U64> written() const { return written_; }
 
  private:
    struct Handle {
@@ -60,6 +64,7 @@ class LogicalTables {
 
    std::vector<LogicalTable> tables_;
    std::map<bcmlt_entry_handle_t, Handle> handles_;
+   std::optional<U64> written_;
    bcmlt_entry_handle_t nextHandle_ = 0x1000; // no port or TCAM entry passes for a handle
 };
 

@@ -6,40 +6,6 @@
 
 namespace QuarraSimulator {
 
-int PortTables::membersIs( U32 group, U32 count, const U32 *ports ) {
-   if ( group >= members_.size() || ( count && !ports ) ) {
-      return Code::parameter;
-   }
-   Ports members;
-   for ( U32 i = 0; i < count; ++i ) {
-      if ( ports[ i ] > U10::max || members.test( ports[ i ] ) ) {
-         return Code::parameter;
-      }
-      members.set( ports[ i ] );
-   }
-   members_[ group ] = members;
-   return Code::ok;
-}
-
-Vesk::Bitmap PortTables::groupsOf( U32 port ) const {
-   const auto groups = static_cast<U32>( members_.size() );
-   Vesk::Bitmap value( 0, groups, Vesk::HBitmap::BitState::clear );
-   for ( U32 group = 0; group < groups; ++group ) {
-      if ( isMember( group, port ) ) {
-         value.set( group );
-      }
-   }
-   return value;
-}
-
-PortTables::Ports PortTables::membersOfAny() const {
-   Ports any;
-   for ( const Ports &members : members_ ) {
-      any |= members;
-   }
-   return any;
-}
-
 // The place of a table in wordTables, past the end when it is none of them.
 std::size_t PortTables::tablePlace( U8 table ) {
    const auto place = std::find( wordTables.begin(), wordTables.end(), table );

@@ -1,5 +1,6 @@
 #include "Nodra/Assert.h"
 #include "simulator/ChipState.h"
+#include "simulator/LogicalTables.h"
 #include "simulator/SimulatedChip.h"
 
 // The chip's SDK shim.
@@ -58,18 +59,25 @@ const char *SimulatedChip::errorText( int code ) const {
 }
 
 int SimulatedChip::fieldEntryCreate( int unit, U32 entry ) {
-   return state_->call( sdkFunction( __func__ ), { .unit = unit },
-                        [ & ]( ChipState &chip ) { return chip.tcam.create( entry ); } );
+   return state_->call( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip ) {
+      return chip.wroteEntry( entry, chip.tcam.create( entry ) );
+   } );
 }
 
 int SimulatedChip::fieldEntryDestroy( int unit, U32 entry ) {
-   return state_->call( sdkFunction( __func__ ), { .unit = unit },
-                        [ & ]( ChipState &chip ) { return chip.tcam.destroy( entry ); } );
+   return state_->call( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip ) {
+      return chip.wroteEntry( entry, chip.tcam.destroy( entry ) );
+   } );
 }
 
 int SimulatedChip::portTableSet( int unit, U8 table, const QuarraCentral::QuarraModPort &port, U32 value ) {
-   return state_->call( sdkFunction( __func__ ), { .unit = unit },
-                        [ & ]( ChipState &chip ) { return chip.portTables.wordIs( table, port, value ); } );
+   return state_->call( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip ) {
+      const int code = chip.portTables.wordIs( table, port, value );
+      if ( code == Code::ok ) {
+         chip.wrotePort( port.port() );
+      }
+      return code;
+   } );
 }
 
 } // namespace QuarraSimulator

@@ -48,21 +48,6 @@ void printTcamEntry( std::ostream &out, U32 id, const TcamEntry &entry ) {
    out << '\n';
 }
 
-void printTable( std::ostream &out, const LogicalTable &table ) {
-   for ( const auto &[ key, values ] : table.entries() ) {
-      if ( std::all_of( values.begin() + keyField + 1, values.end(), []( U64 value ) { return !value; } ) ) {
-         continue;
-      }
-      out << table.name() << ' ' << key;
-      for ( std::size_t field = keyField + 1; field < table.fields().size(); ++field ) {
-         if ( values[ field ] ) {
-            out << ' ' << table.fields()[ field ].name << ' ' << values[ field ];
-         }
-      }
-      out << '\n';
-   }
-}
-
 } // namespace
 
 SimulatedChip::SimulatedChip( ChipOptions options )
@@ -86,31 +71,15 @@ SimulatedChip::~SimulatedChip() {
 }
 
 Vesk::Bitmap SimulatedChip::aclGroup( U32 port ) const {
-   return state_->aclGroup( port );
+   return bitmapOf( state_->backend->aclGroup( port ), state_->options.aclGroupBits );
 }
 
 std::vector<U32> SimulatedChip::portsWithAclGroup() const {
-   std::vector<U32> ports;
-   const auto members = state_->portTables.membersOfAny();
-   for ( U32 port = 0; port < members.size(); ++port ) {
-      if ( members.test( port ) ) {
-         ports.push_back( port );
-      }
-   }
-   for ( const U32 port : tableEntries() ) {
-      if ( aclGroup( port ).count() ) {
-         ports.push_back( port );
-      }
-   }
-   return ports;
+   return state_->backend->portsWithAclGroup();
 }
 
 std::vector<U32> SimulatedChip::tableEntries() const {
-   std::vector<U32> ports;
-   for ( const auto &[ key, values ] : state_->logicalTables.systemPortTable().entries() ) {
-      ports.push_back( static_cast<U32>( key ) );
-   }
-   return ports;
+   return state_->backend->tableEntries();
 }
 
 U32 SimulatedChip::sourceTrunkMapWord( U8 table, const QuarraCentral::QuarraModPort &port ) const {
@@ -139,9 +108,9 @@ bool SimulatedChip::matches( U32 entry, const QuarraCentral::QuarraModPort &port
    if ( qualified.kind == TcamEntry::Kind::interfaceClassPort ) {
       return ( sourceTrunkMapWord( sourceTrunkMapTable, port ) & qualified.mask ) == qualified.data;
    }
-   const U32 aclGroupPort = state_->aclGroupPort( port );
+   const auto value = state_->backend->aclGroup( state_->backend->aclGroupPort( port ) );
    return std::all_of( qualified.maskBits.begin(), qualified.maskBits.end(), [ & ]( U32 bit ) {
-      return state_->aclGroupBit( aclGroupPort, bit ) ==
+      return value.test( bit ) ==
              std::binary_search( qualified.dataBits.begin(), qualified.dataBits.end(), bit );
    } );
 }
@@ -151,14 +120,7 @@ std::string SimulatedChip::digest() const {
    for ( const auto &[ id, entry ] : tcamEntries() ) {
       printTcamEntry( out, id, entry );
    }
-   if ( state_->options.generation == Generation::sdk6 ) {
-      for ( const U32 port : portsWithAclGroup() ) {
-         out << "ACL group of port " << port << ' ' << aclGroup( port ).hex() << '\n';
-      }
-   }
-   for ( const LogicalTable &table : state_->logicalTables.tables() ) {
-      printTable( out, table );
-   }
+   state_->backend->print( out );
    for ( const U8 table : PortTables::wordTables ) {
       for ( const auto &[ port, word ] : sourceTrunkMapWords( table ) ) {
          out << "source-trunk map " << U32{ table } << " of port " << port << ' ' << word << '\n';
@@ -176,11 +138,19 @@ U64 SimulatedChip::calls() const {
 }
 
 U32 SimulatedChip::liveHandles() const {
-   return state_->logicalTables.liveHandles();
+   return static_cast<U32>( liveHandleTexts().size() );
 }
 
 std::vector<std::string> SimulatedChip::liveHandleTexts() const {
-   return state_->logicalTables.liveHandleTexts();
+   return state_->backend->liveHandleTexts();
+}
+
+U64 SimulatedChip::portWrites() const {
+   return state_->portWrites;
+}
+
+void SimulatedChip::observerIs( Observer observer ) {
+   state_->observer = std::move( observer );
 }
 
 void SimulatedChip::failCall( U64 nth, int code, const std::string &function ) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Sdk/Generation.h"
 #include "Sdk/SdkShim.h"
 #include "Vesk/Bitmap.h"
 #include "simulator/ReturnCode.h"
@@ -16,7 +17,7 @@ namespace QuarraSimulator {
 
 using namespace Nodra::Types;
 
-enum class Generation { sdk6, hsdk };
+using Sdk::Generation;
 
 struct ChipOptions {
    Generation generation = Generation::sdk6;
@@ -53,6 +54,16 @@ struct TcamEntry {
    U32 data = 0; // interfaceClassPort
    U32 mask = 0;
 };
+
+// What an observer is told of a call of an SDK function: what it returned, and what of the chip it wrote. All
+// of it is valid during the observer's own time only.
+struct SdkCallSeen {
+   std::string_view function = {};
+   int code = 0;
+   U32 entry = 0;               // the TCAM entry that it created, qualified, installed or destroyed, or 0
+   std::vector<U32> ports = {}; // ports (HSDK: system ports) whose value or word it wrote, rising
+};
+using Observer = std::function<void( const SdkCallSeen & )>;
 
 class ChipState;
 
@@ -123,6 +134,15 @@ class SimulatedChip : public Sdk::Shim {
    // HSDK: handles not freed yet, at most 1024, and a line for each: "4096 ING_SYSTEM_PORT_TABLE 17".
    U32 liveHandles() const;
    std::vector<std::string> liveHandleTexts() const;
+
+   // Writes of a port's value or word since the chip was made: each port whose word a call changed (SDK6), each
+   // table entry that a commit wrote (HSDK), each word of the source-trunk map that was set.
+   U64 portWrites() const;
+
+   // Calls the observer after each call of an SDK function, failed ones too, when the chip is as the call left
+   // it. An observer may ask the chip whatever is const here: which ports an entry matches, values, words,
+   // entries, the digest. It may not call the SDK, nor destroy the chip. An empty one observes no more.
+   void observerIs( Observer observer );
 
    // Fails the n-th call from now on (1: the next), of all functions or of the named one, once: it returns
    // `code`, and nothing changes. Further requests add to this one. Aborts when nth is 0, the code is not

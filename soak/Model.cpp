@@ -73,36 +73,6 @@ std::string Model::refusalOfNewKey( const ModelRequest &request ) const {
    return !lends && U32{ group.width } * group.numPools > size + 1 ? "spaceTooNarrow" : "ok";
 }
 
-// On a chip beyond the limits, bits that lie 64 apart pass for each other in a union: an all-ethernet entry
-// must not come to one that another key of its group has put on ports or on all.
-bool Model::sharesItsBit( const ModelRequest &request, const Holder *known ) const {
-   const auto state = states_.find( request.group );
-   const Space space = groups_.at( request.group ).space;
-   if ( !request.wanted.ethernet || isSourceTrunkMap( space ) || state == states_.end() ||
-        ( known && known->programmed.ethernet ) ) {
-      return false;
-   }
-   std::optional<U32> bit;
-   if ( known ) {
-      bit = poolOf( state->second, *known ).base;
-   } else {
-      for ( const auto &pool : state->second.pools ) {
-         if ( !bit && !pool.free.empty() ) {
-            bit = pool.base;
-         }
-      }
-      bit = bit ? bit : lowestRun( space, 1 );
-   }
-   const U32 shift = space == Space::fixedWidth ? chip_.sizes.at( Space::flexibleWidth ) : 0;
-   return bit &&
-          std::any_of( state->second.holders.begin(), state->second.holders.end(), [ & ]( auto &other ) {
-             return &other != known && !other.programmed.ports.empty() &&
-                    ( U64{ other.classId } << poolOf( state->second, other ).base % 64 >>
-                         ( *bit + shift ) % 64 &
-                      1 );
-          } );
-}
-
 bool Model::asAtStart() const {
    return entries_.empty() && std::all_of( states_.begin(), states_.end(), [ & ]( const auto &state ) {
              return !groups_.at( state.first ).startRules.empty();
@@ -296,9 +266,6 @@ std::string Model::install( const ModelRequest &request ) {
       if ( const auto code = refusalOfNewKey( request ); code != "ok" ) {
          return code;
       }
-   }
-   if ( sharesItsBit( request, holder ) ) {
-      return "bitShared";
    }
    if ( holder ) {
       happened( startsUp( request ) ? Event::startRule : Event::sharedKey );

@@ -29,10 +29,8 @@ struct ModelGroup {
 };
 
 struct ModelChip {
-   bool sdk6;
-   bool twin; // keeps the ACL-group bits in its shadow
    std::map<Space, U32> sizes;
-   U32 systemPorts; // HSDK
+   std::set<U16> ethernetPorts; // that "all ethernet ports" puts a bit on
    std::set<Port> ports;
    std::set<Port> cpuPorts;
 };
@@ -136,7 +134,6 @@ class Model {
  private:
    std::string refusal( const ModelRequest &request ) const;
    std::string refusalOfNewKey( const ModelRequest &request ) const;
-   bool sharesItsBit( const ModelRequest &request, const Holder *known ) const;
    bool startsUp( const ModelRequest &request ) const;
    PortSet portsOf( const ModelRequest &request ) const;
    Holder *holderOf( const ModelRequest &request, const PortSet &ports );

@@ -67,18 +67,8 @@ void Model::programBit( U32 bit, const PortSet &ports ) {
       for ( const auto &port : ports.ports ) {
          carriers.insert( port.port() );
       }
-   } else if ( chip_.sdk6 ) {
-      // The twin is one off, deliberately.
-      for ( U32 port = 1; port <= 511; ++port ) {
-         carriers.insert( chip_.twin ? port - 1 : port );
-      }
    } else {
-      for ( U32 port = 0; port < chip_.systemPorts; ++port ) {
-         carriers.insert( port );
-      }
-      for ( const auto &port : chip_.cpuPorts ) {
-         carriers.erase( port.port() );
-      }
+      carriers.insert( chip_.ethernetPorts.begin(), chip_.ethernetPorts.end() );
    }
    if ( carriers.empty() ) {
       aclGroupBits_.erase( bit );

@@ -29,8 +29,9 @@ JsonOut portsJson( const auto &ports ) {
 }
 
 // Ports of a small chip: few, so that sets meet, with numbers from all over.
-void drawChipPorts( QuarraAgent::ChipConfig &chip, bool sdk6, Choices &choices ) {
-   const U32 numbers = sdk6 ? U32{ U10::max } : U32{ 1 } << chip.portBits;
+void drawChipPorts( QuarraAgent::ChipConfig &chip, const QuarraAgent::Generation &generation,
+                    Choices &choices ) {
+   const U32 numbers = QuarraAgent::portNumbers( generation, chip );
    std::set<U32> taken;
    chip.cpuPorts.clear();
    chip.ports.clear();
@@ -39,7 +40,9 @@ void drawChipPorts( QuarraAgent::ChipConfig &chip, bool sdk6, Choices &choices )
       while ( !taken.insert( number ).second ) {
          number = ( number + 1 ) % numbers;
       }
-      return Port( static_cast<U16>( sdk6 && choices.oneIn( 8 ) ? choices.below( 4 ) : 0 ), number );
+      return Port(
+         static_cast<U16>( generation.limits.lastModule && choices.oneIn( 8 ) ? choices.below( 4 ) : 0 ),
+         number );
    };
    if ( !choices.oneIn( 4 ) ) {
       taken.insert( 0 );
@@ -102,27 +105,29 @@ Operation Operation::ofLine( const std::string &line ) {
    return operation;
 }
 
-// The start-up rules of an SDK6 chip need 14 flexible bits and bit 5 of the source trunk map, those of an
-// HSDK chip 12.
+constexpr U32 widestPool = 8;
+
 ChipChoice drawChip( const QuarraAgent::Variant &variant, Choices &choices ) {
    auto choice = QuarraLab::defaultChoice( std::string( variant.name ) );
    auto &chip = choice.chip;
-   const bool sdk6 = variant.generation == QuarraAgent::SdkGeneration::sdk6;
-   const U32 least = sdk6 ? 14 : 12;
-   chip.beyondLimits = choices.oneIn( 6 ) && !( sdk6 && variant.twin );
-   const U32 aclGroupBits = sdk6 ? chip.beyondLimits ? 255 : 64 : 160;
-   const U32 roomiest = chip.beyondLimits ? aclGroupBits : sdk6 ? 64 : 56;
+   const auto &[ flexibleLimit, aclGroupBits, ports, lastModule, systemPortBits ] = variant.generation.limits;
+   const auto &startUp = variant.generation.startUp;
+   const bool hasFixedBits = aclGroupBits > flexibleLimit;
+   const U32 least = startUp.flexible;
+   const bool whole = choices.oneIn( 6 );
+   const U32 roomiest = hasFixedBits ? flexibleLimit - widestPool : flexibleLimit;
    const U32 flexible = choices.between( least, choices.oneIn( 2 ) ? least + 12 : roomiest );
-   chip.flexibleBits = static_cast<U8>( flexible );
-   if ( !sdk6 ) {
-      const U32 most = aclGroupBits - flexible;
+   chip.flexibleBits = static_cast<U8>( whole ? flexibleLimit : flexible );
+   if ( hasFixedBits ) {
+      const U32 most = aclGroupBits - chip.flexibleBits;
       chip.fixedBits =
          static_cast<U8>( choices.between( 0, choices.oneIn( 2 ) ? std::min( most, 24u ) : most ) );
    }
    chip.sourceTrunkMapBits =
-      static_cast<U8>( sdk6 ? choices.between( 6, 16 ) : choices.of( std::vector<U32>{ 0, 16 } ) );
+      static_cast<U8>( startUp.ifpSourceTrunkMap ? choices.between( startUp.ifpSourceTrunkMap, 16 )
+                                                 : choices.of( std::vector<U32>{ 0, 16 } ) );
    chip.portBits = static_cast<U8>( choices.between( 2, choices.oneIn( 8 ) ? 7 : 4 ) );
-   drawChipPorts( chip, sdk6, choices );
+   drawChipPorts( chip, variant.generation, choices );
    return choice;
 }
 
@@ -139,8 +144,7 @@ std::string chipLine( const ChipChoice &choice ) {
                           { "sourceTrunkMapBits", chip.sourceTrunkMapBits },
                           { "portBits", chip.portBits },
                           { "ports", portsJson( ports ) },
-                          { "cpuPorts", portsJson( chip.cpuPorts ) },
-                          { "beyondLimits", chip.beyondLimits } };
+                          { "cpuPorts", portsJson( chip.cpuPorts ) } };
    return json.dump();
 }
 

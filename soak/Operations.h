@@ -20,7 +20,7 @@ struct Operation {
    static Operation ofLine( const std::string &line );
 };
 
-// A chip of the variant, with few ports and spaces from barely enough to beyond the limits.
+// A chip of the variant, with few ports and spaces from barely enough to all that it may have.
 ChipChoice drawChip( const QuarraAgent::Variant &variant, Choices &choices );
 
 // The first line of a history, for `quarra-tcam batch`.

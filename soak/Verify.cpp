@@ -262,17 +262,25 @@ void verifyTcam( const Model &model, const Switch &theSwitch ) {
 Model modelOf( const Switch &theSwitch ) {
    const auto &agent = theSwitch.agent();
    const auto &config = agent.chip();
-   ModelChip chip{ .sdk6 = agent.variant().generation == QuarraAgent::SdkGeneration::sdk6,
-                   .twin = agent.variant().twin,
-                   .sizes = { { Space::ifpSourceTrunkMap, config.sourceTrunkMapBits },
+   ModelChip chip{ .sizes = { { Space::ifpSourceTrunkMap, config.sourceTrunkMapBits },
                               { Space::vfpSourceTrunkMap, config.sourceTrunkMapBits },
                               { Space::flexibleWidth, config.flexibleBits },
                               { Space::fixedWidth, config.fixedBits } },
-                   .systemPorts = U32{ 1 } << config.portBits,
+                   .ethernetPorts = {},
                    .ports = {},
                    .cpuPorts = { config.cpuPorts.begin(), config.cpuPorts.end() } };
    for ( const auto &port : config.ports ) {
       chip.ports.insert( port.port );
+   }
+   const auto &ethernet = QuarraAgent::ethernetPortsOf( agent.variant() );
+   const U32 numbers = QuarraAgent::portNumbers( agent.variant().generation, config );
+   for ( U32 port = ethernet.first; port <= ethernet.last && port < numbers; ++port ) {
+      chip.ethernetPorts.insert( static_cast<U16>( port ) );
+   }
+   for ( const auto &port : config.cpuPorts ) {
+      if ( !ethernet.cpuPorts ) {
+         chip.ethernetPorts.erase( port.port() );
+      }
    }
    std::map<U16, ModelGroup> groups;
    for ( const auto &[ id, group ] : classIdTcamGroupsInfo ) {

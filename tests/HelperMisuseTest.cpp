@@ -76,47 +76,61 @@ TEST_F( HelperMisuse, OfQualifiersAndRecords ) {
 }
 
 TEST_F( HelperMisuse, OfEveryVariant ) {
-   const auto mixed = ports( { 1 } );
-   mixed->ethernetIs( true );
    for ( const auto &variant : QuarraAgent::variants() ) {
       SCOPED_TRACE( variant.name );
       bringUp( variant.name );
-      const bool hsdk = variant.generation == QuarraAgent::SdkGeneration::hsdk;
-      group( one, {} );
       expectAborts( {
          { "handleInitialized", "!!scsd()", [ & ] { variant.factory( nullptr ); } },
          { "setAclGroupClassId", "!!intfGroup", [ & ] { helper->setAclGroupClassId( 3, nullptr ); } },
          { "populateStaticClassIdReservation", "!!groupConfig",
            [ & ] { helper->populateStaticClassIdReservation( unknown ); } },
-         { "populateStaticClassIdReservation",
-           hsdk ? "QuarraTcam::isSystemAclGroup( tcamGroupId )"
-                : "QuarraTcam::isSystemAclGroup( tcamGroupId ) || isSourceTrunkMapGroup( tcamGroupId )",
-           [ & ] { helper->populateStaticClassIdReservation( one ); } },
       } );
-      if ( hsdk ) {
-         expectAborts( {
-            { "handleInitialized", "!!activeChipProfile",
-              [ & ] {
-                 withoutProfile();
-                 variant.factory( scsd );
-              } },
-            { "handleInitialized", "!!activeChipProfile",
-              [ & ] {
-                 scsd->quarraModIdDelAll();
-                 variant.factory( scsd );
-              } },
-            { "handleInitialized", "!!featureAttr",
-              [ & ] {
-                 withEmptyProfile();
-                 variant.factory( scsd );
-              } },
-            { "getAclGroupFieldType", "0 && \"invalid bit to set\"",
-              [ & ] { helper->setAclGroupClassId( 160, ports( {} ) ); } },
-         } );
-      } else {
-         expectAborts( { { "setAclGroupClassId", "!intfGroup->portIds()",
-                           [ & ] { helper->setAclGroupClassId( 3, mixed ); } } } );
-      }
+   }
+}
+
+TEST_F( HelperMisuse, OfTheSdk6Helpers ) {
+   const auto mixed = ports( { 1 } );
+   mixed->ethernetIs( true );
+   for ( const char *variant : { "sdk6", "testSdk6" } ) {
+      SCOPED_TRACE( variant );
+      bringUp( variant );
+      group( one, {} );
+      expectAborts( {
+         { "populateStaticClassIdReservation",
+           "QuarraTcam::isSystemAclGroup( tcamGroupId ) || isSourceTrunkMapGroup( tcamGroupId )",
+           [ & ] { helper->populateStaticClassIdReservation( one ); } },
+         { "setAclGroupClassId", "!intfGroup->portIds()", [ & ] { helper->setAclGroupClassId( 3, mixed ); } },
+      } );
+   }
+}
+
+TEST_F( HelperMisuse, OfTheHsdkHelpers ) {
+   for ( const char *name : { "hsdk", "testHsdk" } ) {
+      SCOPED_TRACE( name );
+      bringUp( name );
+      const auto &variant = *QuarraAgent::variantOf( name );
+      group( one, {} );
+      expectAborts( {
+         { "populateStaticClassIdReservation", "QuarraTcam::isSystemAclGroup( tcamGroupId )",
+           [ & ] { helper->populateStaticClassIdReservation( one ); } },
+         { "handleInitialized", "!!activeChipProfile",
+           [ & ] {
+              withoutProfile();
+              variant.factory( scsd );
+           } },
+         { "handleInitialized", "!!activeChipProfile",
+           [ & ] {
+              scsd->quarraModIdDelAll();
+              variant.factory( scsd );
+           } },
+         { "handleInitialized", "!!featureAttr",
+           [ & ] {
+              withEmptyProfile();
+              variant.factory( scsd );
+           } },
+         { "getAclGroupFieldType", "0 && \"invalid bit to set\"",
+           [ & ] { helper->setAclGroupClassId( 160, ports( {} ) ); } },
+      } );
    }
 }
 

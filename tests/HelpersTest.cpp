@@ -236,9 +236,10 @@ TEST_F( Helpers, OfHsdkTakeAllEthernetAsAllButTheCpu ) {
 
 TEST_F( Helpers, ProgramTheUnitThatTheShimNames ) {
    using namespace QuarraSimulator;
-   for ( const auto generation : { Generation::sdk6, Generation::hsdk } ) {
-      bringUp( generation == Generation::sdk6 ? "sdk6" : "testHsdk" );
+   for ( const char *variant : { "sdk6", "testHsdk" } ) {
+      bringUp( variant );
       chip.reset();
+      const auto generation = QuarraAgent::variantOf( variant )->generation.sdk;
       chip = std::make_unique<SimulatedChip>( ChipOptions{ .generation = generation, .unit = 3 } );
       program( 33, ports( { 5 } ) );
       EXPECT_EQ( portsWith( 33 ), Ports( { 5 } ) );

@@ -19,10 +19,10 @@ constexpr auto table = "ING_SYSTEM_PORT_TABLE";
 constexpr auto key = "SYSTEM_SOURCE";
 constexpr auto bitmapField = "ACL_GROUP_BITMAP";
 
-// 48 ACL-group bits, 12 class bits, 100 system ports.
+// 60 ACL-group bits, 12 class bits, 100 system ports.
 ChipOptions optionsOf( Generation generation ) {
    const auto systemPort = []( auto port ) { return port.modId().value() * 20u + port.port(); };
-   return { generation, unit, 48, 12, 100, systemPort, { 1, 2, 31, 32 }, { 0 }, { 2047 } };
+   return { generation, unit, 60, 12, 100, systemPort, { 1, 2, 31, 32 }, { 0 }, { 2047 } };
 }
 
 int setGroup( U32 group, const Ports &ports, int onUnit = unit ) {
@@ -113,7 +113,7 @@ TEST_F( Sdk6Chip, TcamEntriesAreMadeAndRemovedOnce ) {
 
 TEST_F( Sdk6Chip, ARefusedQualifierLeavesTheEntryAsItWas ) {
    ASSERT_EQ( chip.fieldEntryCreate( unit, 7 ), Code::ok );
-   ASSERT_EQ( qualify( { 2, 47 }, { 1, 2, 47 } ), Code::ok );
+   ASSERT_EQ( qualify( { 2, 59 }, { 1, 2, 59 } ), Code::ok );
    const auto before = chip.digest();
    const struct {
       Ports data, mask;
@@ -121,7 +121,7 @@ TEST_F( Sdk6Chip, ARefusedQualifierLeavesTheEntryAsItWas ) {
    } refused[] = {
       { { 2, 1 }, { 1, 2 }, "data falls" },
       { { 2 }, { 2, 2 }, "mask repeats" },
-      { { 2 }, { 2, 48 }, "past the value" },
+      { { 2 }, { 2, 60 }, "past the value" },
       { { 3 }, { 1, 2 }, "data outside of the mask" },
       { {}, { 1 }, "no data" },
       { { 1 }, {}, "no mask" },
@@ -227,11 +227,22 @@ TEST_F( HsdkChip, AnEntryOfZerosIsAnEntryThatTheDigestLeavesOut ) {
    EXPECT_EQ( chip.portsWithAclGroup(), Ports() );
 }
 
+// A library that also set bit 159 on chips of fewer bits passed every test: the table took what the chip's
+// qualifiers can never see.
+TEST_F( HsdkChip, FieldsTakeNoBitPastTheChipsOwnValue ) {
+   const U32 handle = allocate( 5 );
+   EXPECT_EQ( bcmlt_entry_field_add( handle, "ACL_GROUP_CLASS_ID_1", 0x1000 ), Code::parameter ) << "bit 60";
+   EXPECT_EQ( bcmlt_entry_field_add( handle, "ACL_GROUP_CLASS_ID_1", 0x0fff ), Code::ok );
+   EXPECT_EQ( bcmlt_entry_field_add( handle, "ACL_GROUP_CLASS_ID_7", 0x8000 ), Code::parameter ) << "bit 159";
+   EXPECT_EQ( bcmlt_entry_field_add( handle, "ACL_GROUP_CLASS_ID_7", 0 ), Code::ok ) << "nothing is set";
+   EXPECT_EQ( bcmlt_entry_free( handle ), Code::ok );
+}
+
 TEST_F( HsdkChip, FieldsTakeOnlyWhatFitsAndGiveOnlyWhatTheyHave ) {
    const U32 handle = allocate();
    EXPECT_EQ( bcmlt_entry_field_add( handle, key, 100 ), Code::parameter );
    EXPECT_EQ( bcmlt_entry_field_add( handle, bitmapField, U64{ 1 } << 32 ), Code::parameter );
-   EXPECT_EQ( bcmlt_entry_field_add( handle, "ACL_GROUP_CLASS_ID_7", 0x10000 ), Code::parameter );
+   EXPECT_EQ( bcmlt_entry_field_add( handle, "ACL_GROUP_CLASS_ID_0", 0x10000 ), Code::parameter );
    EXPECT_EQ( bcmlt_entry_field_add( handle, "ACL_GROUP_CLASS_ID_8", 0 ), Code::notFound );
    EXPECT_EQ( field( handle, bitmapField ), std::nullopt );
    EXPECT_EQ( bcmlt_entry_field_add( handle, bitmapField, 0xffffffff ), Code::ok );
@@ -285,7 +296,7 @@ TEST_F( HsdkChip, AQualifierSeesTheSystemPortsValue ) {
    const U32 mask[] = { 2, 3, 33 };
    ASSERT_EQ( chip.fieldEntryCreate( unit, 7 ), Code::ok );
    EXPECT_EQ( velmor_bcm_field_qualify_SubportGroupIds( unit, 7, 2, data, 3, mask, 64 ), Code::parameter );
-   ASSERT_EQ( velmor_bcm_field_qualify_SubportGroupIds( unit, 7, 2, data, 3, mask, 48 ), Code::ok );
+   ASSERT_EQ( velmor_bcm_field_qualify_SubportGroupIds( unit, 7, 2, data, 3, mask, 60 ), Code::ok );
    ASSERT_EQ( write( 45, Sdk::Opcode::insert, bitmapField, 0x4 ), Code::ok );
    EXPECT_FALSE( chip.matches( 7, { 2, 5 }, 9 ) );
    ASSERT_EQ( write( 45, Sdk::Opcode::update, "ACL_GROUP_CLASS_ID_0", 0x2 ), Code::ok );
@@ -305,7 +316,7 @@ const struct {
    { "vm_field_qualify_SubportGroupIds",
      [] { return vm_field_qualify_SubportGroupIds( unit, 1, 0, nullptr, 0, nullptr ); }, sdk6 },
    { "velmor_bcm_field_qualify_SubportGroupIds",
-     [] { return velmor_bcm_field_qualify_SubportGroupIds( unit, 1, 0, nullptr, 0, nullptr, 48 ); }, hsdk },
+     [] { return velmor_bcm_field_qualify_SubportGroupIds( unit, 1, 0, nullptr, 0, nullptr, 60 ); }, hsdk },
    { "bcmlt_entry_allocate", [] { return bcmlt_entry_allocate( unit, "", nullptr ); }, hsdk },
    { "bcmlt_entry_field_add", [] { return bcmlt_entry_field_add( 0, key, 0 ); }, hsdk },
    { "bcmlt_entry_field_get", [] { return bcmlt_entry_field_get( 0, key, nullptr ); }, hsdk },

@@ -1,5 +1,6 @@
 #include "tests/Library.h"
 
+#include <cstdlib>
 #include <set>
 #include <tuple>
 #include <typeinfo>
@@ -45,6 +46,70 @@ Answers hsdkAnswers( U32 group, bool twin ) {
             isSystem( group ) ? allocateOnInit : allocateOnDemand };
 }
 
+// What a chip of a generation has beside the groups that all have.
+struct Expectations {
+   Answers ( *answers )( U32 group, bool twin );
+   std::set<TcamGroupId> moreGroups;
+   std::size_t groups;
+   std::size_t groupsOfSimulation; // that a simulated switch adds
+   std::map<U16, Texts> rules;
+   std::string firstRuleOfGroup2;
+   std::pair<std::optional<U16>, std::optional<U16>> modIds;
+   U16 systemPortMax;
+};
+
+const Expectations sdk6Expectations = {
+   sdk6Answers,
+   {},
+   54,
+   3,
+   { { 1, { "Openflow interface entry" } },
+     { 2, { "DHCP Snooping group", "Mlag control plane", "PBMP_E_ALL for l3 ctrl group", "L4 Micro BFD" } },
+     { 3, { "PBMP_E_ALL for dot1x group", "MACsec EAPoL Rule", "MACsec EAPoL Duplicate Rule" } },
+     { 5, { "EAPoL ARP Ins drop" } },
+     { 6,
+       { "PBMP_E_ALL for l2 ctrl group", "MACsec EAPoL Rule", "MACsec EAPoL Duplicate Rule",
+         "Dot1x EAPoL and MBA Rule", "Dot1x EAPoL Rule" } },
+     { 51, { "Broadcast skip rule" } },
+     { 88, { "PBMP_E_ALL for a Rillway group" } },
+     { 89, { "PBMP_E_ALL for a Rillway group" } },
+     { 90, { "PBMP_E_ALL for a Rillway group" } },
+     { 91, { "PBMP_E_ALL for a Rillway group" } },
+     { 92, { "PBMP_E_ALL for a Rillway group" } },
+     { 94, { "PBMP_E_ALL for a Rillway group" } },
+     { 102, { "PBMP_E_ALL for a Rillway group" } },
+     { 129, { "IpLocking Dot1x bypass rule" } } },
+   "DHCP Snooping group",
+   { 30, 35 },
+   0,
+};
+
+const Expectations hsdkExpectations = {
+   hsdkAnswers,
+   { 44, 45, 47, 48 },
+   58,
+   2,
+   { { 2, { "PBMP_E_ALL for l3 ctrl group", "CPU for l3 ctrl group" } },
+     { 6,
+       { "MACsec EAPoL Rule", "LLDPDU Priority Elevator", "MicroBfdPdu Priority Elevator",
+         "LACPDU Priority Elevator", "BPDU Priority Elevator", "Mlag Control Trap rule",
+         "Port Security Protect Rule", "Port Security Mac Move Rule", "PTPv2 Management Messages",
+         "PTPv2/v1 Messages" } } },
+   "CPU for l3 ctrl group",
+   { 0, 1 },
+   255,
+};
+
+const Expectations &expectationsOf( Sdk::Generation generation ) {
+   switch ( generation ) {
+   case Sdk::Generation::sdk6:
+      return sdk6Expectations;
+   case Sdk::Generation::hsdk:
+      return hsdkExpectations;
+   }
+   std::abort(); // no enumerator
+}
+
 class TcamGroups : public LibraryTest {
  protected:
    // Calls the test with each variant, brought up.
@@ -53,19 +118,19 @@ class TcamGroups : public LibraryTest {
       for ( const auto &variant : QuarraAgent::variants() ) {
          SCOPED_TRACE( variant.name );
          bringUp( variant.name );
-         test( variant.generation == QuarraAgent::SdkGeneration::hsdk, variant.twin );
+         test( expectationsOf( variant.generation.sdk ), variant.twin );
       }
    }
 };
 
 TEST_F( TcamGroups, AreShapedAsTheBitMasksSay ) {
-   onEveryVariant( [ & ]( bool hsdk, bool twin ) {
+   onEveryVariant( [ & ]( const Expectations &expected, bool twin ) {
       helper->initializeTcamGroupsInfo();
       for ( U16 id = 0; id <= 300; ++id ) {
          const Answers answers = { helper->getClassIdTypeForGroup( id ), helper->getPoolBitsForGroup( id ),
                                    helper->getPoolWidthForGroup( id ),
                                    helper->getAllocationStrategyForGroup( id ) };
-         EXPECT_EQ( answers, hsdk ? hsdkAnswers( id, twin ) : sdk6Answers( id, twin ) ) << id;
+         EXPECT_EQ( answers, expected.answers( id, twin ) ) << id;
          EXPECT_EQ( helper->getNumberOfPoolsForGroup( id ), 1 ) << id;
          EXPECT_EQ( helper->isSourceTrunkMapGroup( id ), std::get<0>( answers ) == ifpSourceTrunkMap ) << id;
          if ( const auto config = getClassIdInfoForTcamGroup( id ) ) {
@@ -83,48 +148,24 @@ TEST_F( TcamGroups, OfAChipAreRegisteredByNumber ) {
                                               19, 20, 21, 22, 23, 24, 25,  26,  27,  28,  29,  30, 31, 32,
                                               33, 38, 39, 40, 42, 43, 51,  52,  53,  54,  55,  56, 59, 66,
                                               88, 89, 90, 91, 92, 94, 102, 108, 109, 129, 132, 246 };
-   onEveryVariant( [ & ]( bool hsdk, bool ) {
+   onEveryVariant( [ & ]( const Expectations &expected, bool ) {
       for ( const bool simulation : { false, true } ) {
          getQuarraTcamCommonData()->simulationIs( simulation );
          classIdTcamGroupsInfo.clear();
          helper->initializeTcamGroupsInfo();
-         auto expected = everywhere;
+         auto groups = everywhere;
          if ( simulation ) {
-            expected.insert( { 47, 120, 238 } );
+            groups.insert( { 47, 120, 238 } );
          }
-         if ( hsdk ) {
-            expected.insert( { 44, 45, 47, 48 } );
-         }
-         EXPECT_EQ( getTcamGroups(), std::vector( expected.begin(), expected.end() ) );
-         EXPECT_EQ( getTcamGroups().size(), ( hsdk ? 58u : 54u ) + ( hsdk ? 2u : 3u ) * simulation );
+         groups.insert( expected.moreGroups.begin(), expected.moreGroups.end() );
+         EXPECT_EQ( getTcamGroups(), std::vector( groups.begin(), groups.end() ) );
+         EXPECT_EQ( getTcamGroups().size(), expected.groups + expected.groupsOfSimulation * simulation );
       }
    } );
 }
 
 TEST_F( TcamGroups, KnowTheirSystemRulesInAdvance ) {
-   std::map<U16, Texts> sdk6Rules = {
-      { 1, { "Openflow interface entry" } },
-      { 2, { "DHCP Snooping group", "Mlag control plane", "PBMP_E_ALL for l3 ctrl group", "L4 Micro BFD" } },
-      { 3, { "PBMP_E_ALL for dot1x group", "MACsec EAPoL Rule", "MACsec EAPoL Duplicate Rule" } },
-      { 5, { "EAPoL ARP Ins drop" } },
-      { 6,
-        { "PBMP_E_ALL for l2 ctrl group", "MACsec EAPoL Rule", "MACsec EAPoL Duplicate Rule",
-          "Dot1x EAPoL and MBA Rule", "Dot1x EAPoL Rule" } },
-      { 51, { "Broadcast skip rule" } },
-      { 129, { "IpLocking Dot1x bypass rule" } }
-   };
-   for ( const U16 id : std::initializer_list<U16>{ 88, 89, 90, 91, 92, 94, 102 } ) {
-      sdk6Rules[ id ] = { "PBMP_E_ALL for a Rillway group" };
-   }
-   const std::map<U16, Texts> hsdkRules = {
-      { 2, { "PBMP_E_ALL for l3 ctrl group", "CPU for l3 ctrl group" } },
-      { 6,
-        { "MACsec EAPoL Rule", "LLDPDU Priority Elevator", "MicroBfdPdu Priority Elevator",
-          "LACPDU Priority Elevator", "BPDU Priority Elevator", "Mlag Control Trap rule",
-          "Port Security Protect Rule", "Port Security Mac Move Rule", "PTPv2 Management Messages",
-          "PTPv2/v1 Messages" } }
-   };
-   onEveryVariant( [ & ]( bool hsdk, bool ) {
+   onEveryVariant( [ & ]( const Expectations &expected, bool ) {
       helper->initializeTcamGroupsInfo();
       helper->populateStaticClassIdReservation( 2 );
       group( 4, {} );
@@ -137,9 +178,9 @@ TEST_F( TcamGroups, KnowTheirSystemRulesInAdvance ) {
             reserved[ id.value() ].insert( requestKey.name() );
          }
       }
-      EXPECT_EQ( reserved, hsdk ? hsdkRules : sdk6Rules );
+      EXPECT_EQ( reserved, expected.rules );
       EXPECT_EQ( getClassIdInfoForTcamGroup( 2 )->requestKey().begin()->first,
-                 key( hsdk ? "CPU for l3 ctrl group" : "DHCP Snooping group" ) )
+                 key( expected.firstRuleOfGroup2 ) )
          << "ascending";
    } );
 }
@@ -150,18 +191,17 @@ TEST_F( TcamGroups, AreThoseOfTheVariantThatTheFactoryMade ) {
                                            &typeid( QuarraTcamTestSdk6PortsHelper ),
                                            &typeid( QuarraTcamTestHSDKPortsHelper ) };
    std::size_t variant = 0;
-   using Range = std::pair<std::optional<U16>, std::optional<U16>>;
-   onEveryVariant( [ & ]( bool hsdk, bool ) {
+   onEveryVariant( [ & ]( const Expectations &expected, bool ) {
       const auto &made = *helper;
       EXPECT_EQ( typeid( made ), *types[ variant ] );
-      EXPECT_EQ( Range( made.modIdLow(), made.modIdHigh() ), hsdk ? Range( 0, 1 ) : Range( 30, 35 ) );
-      EXPECT_EQ( made.systemPortMax(), hsdk ? 255 : 0 );
+      EXPECT_EQ( std::pair( made.modIdLow(), made.modIdHigh() ), expected.modIds );
+      EXPECT_EQ( made.systemPortMax(), expected.systemPortMax );
       EXPECT_EQ( made.scsd(), scsd );
       EXPECT_EQ( made.classIdSizes(), 0u );
       ++variant;
    } );
    const auto &hsdk = *QuarraAgent::variantOf( "hsdk" );
-   const auto large = QuarraAgent::bringUpChip( hsdk, QuarraAgent::chipProfiles()[ 2 ].config );
+   const auto large = QuarraAgent::bringUpChip( hsdk, QuarraAgent::chipOf( hsdk.generation.chips[ 1 ] ) );
    EXPECT_EQ( hsdk.factory( large )->systemPortMax(), 1023 );
 }
 

@@ -51,8 +51,7 @@ class PortWords {
 
 Applied::Applied( AclConfig config, const ChipChoice &choice, const GroupMap &map )
    : config_( std::move( config ) ), map_( map ) {
-   map_.insert( defaultGroupMap( choice.variant->generation ).begin(),
-                defaultGroupMap( choice.variant->generation ).end() );
+   map_.merge( defaultGroupMap( choice.variant->generation ) );
    const auto chosen = withPortsOf( config_, choice );
    switch_ = std::make_unique<Switch>( chosen );
    for ( const auto &[ type, group ] : map_ ) {

@@ -11,10 +11,10 @@ namespace QuarraTool {
 using GroupMap = std::map<std::string, QuarraTcam::TcamGroupId>;
 
 // Stands in a map for every type that is not listed.
-inline constexpr auto otherTypes = "OTHER";
+inline const std::string otherTypes( QuarraAgent::otherTableTypes );
 
 // The default map of a generation.
-const GroupMap &defaultGroupMap( QuarraAgent::SdkGeneration generation );
+GroupMap defaultGroupMap( const QuarraAgent::Generation &generation );
 
 // Adds what one option --map says, "L3=16". Throws InputError for anything else, and for a type that is
 // there.

@@ -68,17 +68,22 @@ int runChips( const GlobalOptions &global ) {
                       { "ports", Align::right },
                       { "" } } );
    auto chips = JsonOut::array();
-   for ( const auto &row : QuarraAgent::chipProfiles() ) {
-      std::vector<std::string_view> names;
-      for ( const auto &variant : QuarraAgent::variants() ) {
-         if ( variant.generation == row.generation ) {
-            names.push_back( variant.name );
+   std::vector<std::pair<const QuarraAgent::ShippedChip *, std::vector<std::string_view>>> variantsOfChips;
+   for ( const auto &variant : QuarraAgent::variants() ) {
+      for ( const auto &chip : variant.generation.chips ) {
+         auto row =
+            std::ranges::find( variantsOfChips, &chip, []( const auto &item ) { return item.first; } );
+         if ( row == variantsOfChips.end() ) {
+            row = variantsOfChips.insert( row, { &chip, {} } );
          }
+         row->second.push_back( variant.name );
       }
-      const auto &chip = row.config;
+   }
+   for ( const auto &[ shipped, names ] : variantsOfChips ) {
+      const auto chip = QuarraAgent::chipOf( *shipped );
       table.row( { chip.profile, fmt::format( "{}", fmt::join( names, ", " ) ), text( chip.flexibleBits ),
                    text( chip.fixedBits ), text( chip.sourceTrunkMapBits ), text( chip.ports.size() ),
-                   row.description } );
+                   std::string( shipped->description ) } );
       chips.push_back( { { "profile", chip.profile },
                          { "variants", names },
                          { "flexibleBits", chip.flexibleBits },

@@ -1,0 +1,38 @@
+#include "simulator/SubportGroups.h"
+
+namespace QuarraSimulator {
+
+int SubportGroups::membersIs( U32 group, U32 count, const U32 *ports ) {
+   changed_.reset();
+   if ( group >= members_.size() || ( count && !ports ) ) {
+      return Code::parameter;
+   }
+   Ports members;
+   for ( U32 i = 0; i < count; ++i ) {
+      if ( ports[ i ] > U10::max || members.test( ports[ i ] ) ) {
+         return Code::parameter;
+      }
+      members.set( ports[ i ] );
+   }
+   changed_ = members ^ members_[ group ];
+   members_[ group ] = members;
+   return Code::ok;
+}
+
+AclGroupValue SubportGroups::groupsOf( U32 port ) const {
+   AclGroupValue value;
+   for ( std::size_t group = 0; port <= U10::max && group < members_.size(); ++group ) {
+      value[ group ] = members_[ group ].test( port );
+   }
+   return value;
+}
+
+SubportGroups::Ports SubportGroups::membersOfAny() const {
+   Ports any;
+   for ( const Ports &members : members_ ) {
+      any |= members;
+   }
+   return any;
+}
+
+} // namespace QuarraSimulator
