@@ -1,14 +1,19 @@
 #!/usr/bin/env python3
-"""Changes the library in one place at a time and sees whether the tests notice.
+"""Changes one place of the sources at a time and sees whether the tests notice.
 
-mutants.py [COUNT|all] [SEED] [--build DIR] [--jobs N]   needs a finished build, build/debug unless named.
+mutants.py [COUNT|all] [SEED] [--of library|product] [--build DIR] [--jobs N]
 
-A mutant is one source file compiled anew and one library linked from it in build/mutants; the test programme, which
-stays as it is, loads that library. A test that fails, a crash and a timeout kill it. Prints the survivors; build/mutants/verdicts.txt
-has every verdict.
+Needs a finished build, build/debug unless named. `library` is QuarraTcamSdkBaseTypes, `product` all that stands around it:
+agent, lab, simulator, acl and tools.
+
+A mutant is one source file compiled anew, and what it belongs to linked from it in build/mutants: a shared library that the
+test programme, as it stands, loads; for a static library the test programme itself and the command. A test that fails, a
+crash and a timeout kill it. Prints the survivors. build/mutants/SET-SEED.txt has every verdict below the revision and the
+digest of the list that the sample was drawn from; the list itself is build/mutants/SET.list.
 """
 import argparse
 import concurrent.futures
+import hashlib
 import json
 import os
 import pathlib
@@ -19,21 +24,24 @@ import shlex
 import shutil
 import signal
 import subprocess
+import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-LIBRARY = 'QuarraTcamSdkBaseTypes'
-SHARED_OBJECT = f'lib/lib{LIBRARY}.so'
-SECONDS = 120
+PLACE = ROOT / 'build/mutants'
+SETS = {'library': ['QuarraTcamSdkBaseTypes'], 'product': ['agent', 'lab', 'simulator', 'acl', 'tools']}
+PROGRAMMES = ['tests', 'quarra-tcam']
 MEGABYTES = 4096
+CASES_PERCENT = '5'  # of the generated inputs
 
-# In the order in which they run: those that notice most for their time first.
+# In the order in which they run: those that notice most for their time first. What is in none of them runs at the end.
 TESTS = ['Misuse*:HelperMisuse*:Pools*:Reservation*:RequestKeys*:Release*:Programming*:SourceTrunkMap*:Helpers*:'
-         'TcamGroups*:Registry*:Translation*:Records*',
-         'BatchOn*:BatchLines*:*BatchOn*:Apply*',
+         'TcamGroups*:Registry*:Translation*:Records*:SimulatedChip*:ConfigDb*',
+         'BatchOn*:BatchLines*:*BatchOn*:Apply*:BadInput*',
          '*SoakOnEveryVariant*',
          '*FullTables*:*FullFixedTables*-*255*:*64InPoolsOf8',
          '*Scenarios*',
          '*255InPoolsOf*:*64InPoolsOf8']
+REST = '*-' + ':'.join(part for tests in TESTS[:3] + TESTS[4:] for part in tests.split(':')) + ':*Full*'
 
 SWAPS = {'==': '!=', '!=': '==', '<': '<=', '<=': '<', '>': '>=', '>=': '>', '&&': '||', '||': '&&', '+': '-',
          '-': '+', '*': '+', '%': '/', '&': '|', '|': '&', '+=': '-=', '|=': '&=', '&=': '|=', '<<': '>>', '>>': '<<'}
@@ -63,8 +71,9 @@ def mutants_of(path):
     def found(start, end, new, what):
         return (path, start, end, new, what)
     for m in OPERATOR.finditer(code):
-        streams = m[0] == '<<' and not re.search(r'\b(U32|U64|\w*[cC]lassId\(\)|mask|chipId)\b[^\n]*$',
-                                                 code[code.rfind('\n', 0, m.start()):m.start()])
+        before = code[code.rfind('\n', 0, m.start()) + 1:m.start()]
+        streams = m[0] == '<<' and (re.match(r'\s*([\w:.]+ )?<< ', before + '<< ') or
+                                    not re.search(r'\b(U32|U64|\w*[cC]lassId\(\)|mask|chipId)\b', before))
         declares = m[0] in '*&' and re.search(r'(\w|>)$', code[:m.start() - 1]) is None
         if not streams and not declares:
             yield found(m.start(), m.end(), SWAPS[m[0]], f'{m[0]} -> {SWAPS[m[0]]}')
@@ -87,72 +96,119 @@ def mutants_of(path):
             yield found(start, m.end(), ';', 'deleted: ' + ' '.join(source[start:m.end()].split())[:70])
 
 
-def line_of(mutant):
-    return mutant[0].read_text()[:mutant[1]].count('\n') + 1
-
-
 def describe(mutant):
     path, start, _, _, what = mutant
-    line = line_of(mutant)
-    text = path.read_text().split('\n')[line - 1].strip()
-    return f'{path.relative_to(ROOT)}:{line}: {what}' + ('' if what.startswith('deleted') else f'   in   {text[:80]}')
+    line = path.read_text()[:start].count('\n')
+    text = path.read_text().split('\n')[line].strip()
+    return f'{path.relative_to(ROOT)}:{line + 1}: {what}' + ('' if what.startswith('deleted') else f'   in   {text[:80]}')
+
+
+def words(command):
+    return shlex.split(command.split(' && ')[1] if command.startswith(': && ') else command)
 
 
 class Build:
     def __init__(self, directory):
         self.directory = directory
-        self.commands = {c['file']: shlex.split(c['command'])
+        self.compiles = {c['file']: shlex.split(c['command'])
                          for c in json.loads((directory / 'compile_commands.json').read_text())}
-        ninja = subprocess.run(['ninja', '-t', 'commands', SHARED_OBJECT], cwd=directory, check=True,
-                               capture_output=True, text=True).stdout
-        self.link = next(line for line in ninja.split('\n') if f'-soname,lib{LIBRARY}.so' in line)
+        commands = subprocess.run(['ninja', '-t', 'commands'] + PROGRAMMES, cwd=directory, check=True,
+                                  capture_output=True, text=True).stdout.split('\n')
+        self.links = [words(command) for command in commands
+                      if re.search(r' -o (lib/\S+\.so\S*|bin/\S+) ', command)]
+        listed = json.loads(subprocess.run(['ctest', '--show-only=json-v1'], cwd=directory, check=True,
+                                           capture_output=True, text=True).stdout)['tests']
+        command = str(directory / 'bin/quarra-tcam')
+        self.tool_tests = [test['command'] for test in listed if command in test.get('command', [])]
+        self.limits = {}
 
     def compile(self, path, source, place):
-        """The library of the changed source in `place`; false when it does not build."""
+        """What the changed source belongs to, linked from it in `place`; false when it does not build."""
         changed = place / path.relative_to(ROOT)
         changed.parent.mkdir(parents=True, exist_ok=True)
         changed.write_text(source)
-        command = self.commands[str(path)]
+        command = self.compiles[str(path)]
         built = command[command.index('-o') + 1]
         made = str(place / 'changed.o')
         swapped = {built: made, str(path): str(changed), '-Werror': '-w'}
-        command = [swapped.get(word, word) for word in command if word != '-g']
+        # A precompiled header goes with its options only.
+        dropped = [] if any('cmake_pch' in word for word in command) else ['-g']
+        command = [swapped.get(word, word) for word in command if word not in dropped]
         command.append(f'-fmacro-prefix-map={place}/=')
         for option in ('-MF', '-MT'):
             if option in command:
                 command[command.index(option) + 1] = made + '.d'
         if subprocess.run(command, cwd=self.directory, capture_output=True).returncode:
             return False
-        name = re.search(r'-o (lib/\S+)', self.link)[1]
-        soname = re.search(r'-Wl,-soname,(\S+)', self.link)[1]
-        link = self.link.replace(f'-o {name}', f'-o {place / soname}').replace(built, made)
-        link = link.split(' && ')[1] if link.startswith(': && ') else link
-        return subprocess.run(link, shell=True, cwd=self.directory, capture_output=True).returncode == 0
+        return all(subprocess.run(link, cwd=self.directory, capture_output=True).returncode == 0
+                   for link in self.links_with(built, made, place))
 
-    def notices(self, place):
-        """The first group of tests that fails with the library in `place`, or None."""
+    def links_with(self, built, made, place):
+        """The links that the object goes into, its shared library alone or each programme, made in `place`."""
+        target = re.search(r'CMakeFiles/([^/]+)\.dir/', built)[1]
+        for link in self.links:
+            link = list(link)
+            output = link.index('-o') + 1
+            if built in link:
+                link[link.index(built)] = made
+            elif any(word.endswith(f'/lib{target}.a') for word in link):
+                link.insert(output - 1, made)  # goes before the archive, whose own member is then not taken
+                output += 1
+            else:
+                continue
+            soname = next((word.rsplit(',', 1)[1] for word in link if word.startswith('-Wl,-soname,')), None)
+            link[output] = str(place / (soname or pathlib.Path(link[output]).name))
+            yield link + ['-Wl,--strip-debug']
+
+    def programme(self, name, place):
+        made = place / name
+        return str(made if made.exists() else self.directory / 'bin' / name)
+
+    def run(self, command, place, seconds):
+        """Whether the command fails, a timeout included."""
         environment = dict(os.environ, LD_LIBRARY_PATH=str(place), GTEST_FAIL_FAST='1', GTEST_BRIEF='1',
+                           QUARRA_TCAM=self.programme('quarra-tcam', place), QUARRA_CASES_PERCENT=CASES_PERCENT,
                            ASAN_OPTIONS=f'hard_rss_limit_mb={MEGABYTES}')
         limit = None if 'sanit' in self.directory.name else lambda: resource.setrlimit(
             resource.RLIMIT_AS, (MEGABYTES << 20, MEGABYTES << 20))
-        for tests in TESTS:
-            # A session of its own, so that the tests' own child processes go with them.
-            run = subprocess.Popen([self.directory / 'bin/tests', f'--gtest_filter={tests}'], cwd=ROOT,
-                                   env=environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                   preexec_fn=limit, start_new_session=True)
-            try:
-                if run.wait(SECONDS):
-                    return tests
-            except subprocess.TimeoutExpired:
-                os.killpg(run.pid, signal.SIGKILL)
-                run.wait()
-                return 'timeout'
-        return None
+        # A session of its own, so that the tests' own child processes go with them.
+        run = subprocess.Popen(command, cwd=ROOT, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL, preexec_fn=limit, start_new_session=True)
+        try:
+            return run.wait(seconds) != 0
+        except subprocess.TimeoutExpired:
+            os.killpg(run.pid, signal.SIGKILL)
+            run.wait()
+            return True
+
+    def steps(self, place):
+        """(name, commands) of the tests, in the order in which they run."""
+        tests = self.programme('tests', place)
+        tool = str(self.directory / 'bin/quarra-tcam')
+        for group in TESTS[:2]:
+            yield group, [[tests, f'--gtest_filter={group}']]
+        mutated = self.programme('quarra-tcam', place)
+        yield 'Tool.*', [[mutated if word == tool else word for word in test] for test in self.tool_tests]
+        for group in TESTS[2:] + [REST]:
+            yield group, [[tests, f'--gtest_filter={group}']]
+
+    def rehearse(self):
+        """Runs the tests without a mutant; each then has ten times as long, and a minute."""
+        for name, commands in self.steps(PLACE / 'none'):
+            start = time.monotonic()
+            for command in commands:
+                if self.run(command, PLACE / 'none', 600):
+                    raise SystemExit(f'the tests fail without a mutant: {shlex.join(command)}')
+            self.limits[name] = 60 + 10 * (time.monotonic() - start)
+
+    def notices(self, place):
+        return any(self.run(command, place, self.limits[name])
+                   for name, commands in self.steps(place) for command in commands)
 
 
 def judge(build, number, mutant):
     path, start, end, new, _ = mutant
-    place = ROOT / 'build/mutants' / str(number)
+    place = PLACE / str(number)
     place.mkdir(parents=True, exist_ok=True)
     source = path.read_text()
     try:
@@ -163,39 +219,56 @@ def judge(build, number, mutant):
         shutil.rmtree(place)
 
 
+def revision():
+    def git(*arguments):
+        return subprocess.run(['git', *arguments], cwd=ROOT, capture_output=True, text=True).stdout.strip()
+    return (git('rev-parse', '--short=12', 'HEAD') or 'none') + (' and changes' if git('status', '--porcelain') else '')
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split('\n')[0])
     parser.add_argument('count', nargs='?', default='60')
     parser.add_argument('seed', nargs='?', type=int, default=1)
+    parser.add_argument('--of', choices=SETS, default='library', help='what is changed')
     parser.add_argument('--build', default='build/debug')
     parser.add_argument('--jobs', type=int, default=os.cpu_count())
     parser.add_argument('--list', action='store_true', help='only list the changes')
     options = parser.parse_args()
 
-    everything = [m for path in sorted((ROOT / LIBRARY).rglob('*.cpp')) for m in mutants_of(path)]
+    everything = [m for room in SETS[options.of] for path in sorted((ROOT / room).rglob('*.cpp'))
+                  for m in mutants_of(path)]
     count = len(everything) if options.count == 'all' else min(int(options.count), len(everything))
     chosen = random.Random(options.seed).sample(everything, count)
-    print(f'{count} of {len(everything)} mutants, seed {options.seed}', flush=True)
+    listed = ''.join(describe(mutant) + '\n' for mutant in everything)
+    digest = hashlib.sha256(listed.encode()).hexdigest()[:12]
+    head = (f'{count} of {len(everything)} mutants of the {options.of}, seed {options.seed}, '
+            f'revision {revision()}, list {digest}')
+    print(head, flush=True)
     if options.list:
         print(*map(describe, chosen), sep='\n')
         return
 
+    PLACE.mkdir(parents=True, exist_ok=True)
+    (PLACE / f'{options.of}.list').write_text(listed)
     build = Build(ROOT / options.build)
-    (ROOT / 'build/mutants').mkdir(parents=True, exist_ok=True)
-    if build.notices(ROOT / 'build/mutants/none'):
-        raise SystemExit('the tests fail without a mutant')
-    verdicts = {}
-    log = open(ROOT / 'build/mutants/verdicts.txt', 'w')
+    build.rehearse()
+    verdicts = {'killed': 0, 'survived': 0, 'not built': 0}
+    log = open(PLACE / f'{options.of}-{options.seed}.txt', 'w')
+
+    def say(line, shown=True):
+        print(line, file=log, flush=True)
+        if shown:
+            print(line, flush=True)
+    say(head, shown=False)
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        jobs = {pool.submit(judge, build, number, mutant): mutant for number, mutant in enumerate(chosen)}
+        jobs = {pool.submit(judge, build, f'{options.of}-{options.seed}-{number}', mutant): mutant
+                for number, mutant in enumerate(chosen)}
         for job in concurrent.futures.as_completed(jobs):
-            verdicts.setdefault(job.result(), []).append(jobs[job])
-            print(job.result().ljust(10) + describe(jobs[job]), file=log, flush=True)
-            if job.result() == 'survived':
-                print('survived  ' + describe(jobs[job]), flush=True)
-    killed, survived = (len(verdicts.get(verdict, [])) for verdict in ('killed', 'survived'))
-    print(f'killed {killed}, survived {survived}, not built {len(verdicts.get("not built", []))}: '
-          f'{100 * killed / max(1, killed + survived):.1f} % killed')
+            verdicts[job.result()] += 1
+            say(job.result().ljust(10) + describe(jobs[job]), shown=job.result() == 'survived')
+    judged = max(1, verdicts['killed'] + verdicts['survived'])
+    say(', '.join(f'{verdict} {number}' for verdict, number in verdicts.items()) +
+        f': {100 * verdicts["killed"] / judged:.1f} % killed')
 
 
 if __name__ == '__main__':
