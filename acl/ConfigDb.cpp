@@ -2,230 +2,143 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdint>
 #include <limits>
-#include <map>
-#include <utility>
 
 #include <fmt/format.h>
-
-#include "acl/ConfigDbPorts.h"
-#include "acl/ConfigDbTables.h"
 
 namespace QuarraAcl {
 namespace {
 
-using Names = std::vector<std::string>;
-using SharedNames = std::shared_ptr<const Names>;
+constexpr std::int32_t maxPriority = std::numeric_limits<std::int32_t>::max();
+constexpr std::string_view stages[] = { "ingress", "egress" };
 
-constexpr int maxPriority = std::numeric_limits<std::int32_t>::max();
-constexpr const char *boundToNoPort = "bound to no port";
-constexpr const char *withoutPorts = "control-plane table without ports";
-
-struct Stage {
-   std::string_view name;
-   std::string_view leftOut; // why tables of this stage get no entries
-};
-
-// The first one is the stage of a table that names none.
-constexpr Stage stages[] = {
-   { "ingress", "" },
-   { "egress", "egress table" },
-};
-
-// What a table or rule covers once some of its ports are gone: the ports by name, or their number where they
-// are many.
-std::string coverText( const std::vector<std::string> &ports ) {
-   constexpr std::size_t namedAtMost = 4;
-   if ( ports.empty() ) {
-      return "covers no port";
-   }
-   return ports.size() > namedAtMost ? fmt::format( "covers {} ports only", ports.size() )
-                                     : fmt::format( "covers {} only", joinNames( ports ) );
-}
-
-std::string emptyChannelsText( const std::vector<std::string> &channels ) {
-   return fmt::format( "{} {} no members", joinNames( channels ), channels.size() == 1 ? "has" : "have" );
-}
-
-const Stage &stageOf( const ConfigEntry &entry ) {
+std::optional<std::string> stageOf( RowFields &fields ) {
    constexpr const char *expected = "ingress or egress";
-   const std::optional<ConfigString> field = findString( entry, "stage", expected );
-   if ( !field ) {
-      return stages[ 0 ];
+   const std::optional<std::string> stage = fields.text( "stage", expected );
+   if ( !stage ) {
+      return std::nullopt;
    }
-   const auto *stage = std::ranges::find( stages, lowerCase( field->text ), &Stage::name );
-   if ( stage == std::end( stages ) ) {
-      throw Complaint( field->place, fmt::format( "expected {}, got \"{}\"", expected, field->text ) );
+   const auto *known = std::ranges::find( stages, lowerCase( *stage ) );
+   if ( known == std::end( stages ) ) {
+      fields.complain( fields.find( "stage" )->place,
+                       fmt::format( "expected {}, got \"{}\"", expected, *stage ) );
+      return std::nullopt;
    }
-   return *stage;
+   return std::string( *known );
 }
 
-std::string typeOf( const ConfigEntry &entry ) {
+std::optional<std::string> typeOf( RowFields &fields, const ConfigRow &row ) {
    constexpr const char *expected = "a table type such as L3";
-   const std::optional<ConfigString> field = findString( entry, "type", expected );
+   const std::optional<RowFields::Field> field = fields.find( "type" );
    if ( !field ) {
-      throw Complaint( entry.place, fmt::format( "expected a field \"type\" with {}", expected ) );
+      if ( !fields.spoilt() ) {
+         fields.complain( row.place, fmt::format( "expected a field \"type\" with {}", expected ) );
+      }
+      return std::nullopt;
    }
-   if ( field->text.empty() ) {
-      throw Complaint( field->place, fmt::format( "expected {}, got an empty string", expected ) );
+   const std::optional<std::string> type = fields.text( "type", expected );
+   if ( type && type->empty() ) {
+      fields.complain( field->place, fmt::format( "expected {}, got an empty string", expected ) );
    }
-   return upperCase( field->text );
+   return type ? std::optional( upperCase( *type ) ) : std::nullopt;
 }
 
-std::optional<int> parseNumber( const std::string &text ) {
-   int number = 0;
+std::optional<std::int32_t> parseNumber( const std::string &text ) {
+   std::int32_t number = 0;
    const char *end = text.data() + text.size();
    const auto [ stop, error ] = std::from_chars( text.data(), end, number );
    return error == std::errc() && stop == end && number >= 0 ? std::optional( number ) : std::nullopt;
 }
 
 // A number in JSON and a string of digits are taken alike: writers of this file use both.
-int priorityOf( const ConfigEntry &entry ) {
-   const std::optional<ConfigField> field = findField( entry, "priority" );
+std::int32_t priorityOf( RowFields &fields ) {
+   const std::optional<RowFields::Field> field = fields.find( "priority" );
    if ( !field ) {
       return 0;
    }
    const Json &value = *field->value;
    const std::string text = value.is_string() ? value.get<std::string>() : valueText( value );
-   const std::optional<int> priority = parseNumber( text );
+   const std::optional<std::int32_t> priority = parseNumber( text );
    if ( !priority ) {
-      throw Complaint( field->place, fmt::format( "expected a whole number from 0 to {}, got {}", maxPriority,
+      fields.complain( field->place, fmt::format( "expected a whole number from 0 to {}, got {}", maxPriority,
                                                   valueText( value ) ) );
    }
-   return *priority;
+   return priority.value_or( 0 );
 }
 
-class AclReader {
- public:
-   explicit AclReader( const std::string &text ) : tables_( text ), ports_( tables_, config_.warnings ) {}
-
-   AclConfig read();
-
- private:
-   void readTable( const ConfigEntry &entry );
-   void warnCoverage( const std::string &place, const AclTable &table, const PortSelection &selection );
-   void readRule( const ConfigEntry &entry );
-   SharedNames narrow( const NameList &list, const AclTable &table );
-   void warn( const std::string &place, const std::string &sentence );
-   void warnRepeated( const std::string &place, const PortSelection &selection );
-
-   AclConfig config_;
-   ConfigTables tables_;
-   SwitchPorts ports_;
-   std::map<std::string, std::size_t> tableIndex_; // by name, in config_.tables
-   std::map<std::string, SharedNames> tablePorts_; // by name: the ports of rules that name none
+struct GroupTables {
+   PortGroupKind kind;
+   std::string_view groups;
+   std::string_view members;
 };
 
-AclConfig AclReader::read() {
-   if ( !tables_.has( "ACL_TABLE" ) ) {
-      throw Complaint( "", "expected a table ACL_TABLE" );
-   }
-   config_.ports.assign( ports_.physical().begin(), ports_.physical().end() );
-   for ( const auto &[ name, entry ] : tables_.entries( "ACL_TABLE" ) ) {
-      readTable( entry );
-   }
-   for ( const auto &[ key, entry ] : tables_.entries( "ACL_RULE" ) ) {
-      readRule( entry );
-   }
-   for ( AclTable &table : config_.tables ) { // stable: rules of one priority stay in order of name
-      std::ranges::stable_sort( table.rules, std::ranges::greater(), &AclRule::priority );
-   }
-   return std::move( config_ );
-}
+constexpr GroupTables groupTables[] = {
+   { PortGroupKind::channel, "PORTCHANNEL", "PORTCHANNEL_MEMBER" },
+   { PortGroupKind::vlan, "VLAN", "VLAN_MEMBER" },
+};
 
-void AclReader::readTable( const ConfigEntry &entry ) {
-   const NameList list = findNames( entry, "ports" ).value_or( NameList{ entry.place, {} } );
-   const PortSelection selection = ports_.select( list );
-   AclTable table{
-      entry.name.front(), typeOf( entry ), selection.ports, {}, std::string( stageOf( entry ).leftOut )
-   };
-   if ( table.leftOut.empty() && table.ports.empty() ) {
-      table.leftOut = list.names.empty() && table.type == "CTRLPLANE" ? withoutPorts : boundToNoPort;
+void draftGroups( const ConfigRows &rows, const GroupTables &tables, Complaints &complaints, Draft &draft ) {
+   for ( const auto &[ name, row ] : rows.rows( tables.groups ) ) {
+      draft.groups.push_back( { tables.kind, name, row.place } );
+      if ( tables.kind != PortGroupKind::channel ) {
+         continue; // only a port channel's row may list the members, too
+      }
+      RowFields fields( row, {}, complaints );
+      const NameList list = fields.names( "members" ).value_or( NameList{} );
+      for ( std::size_t i = 0; i < list.names.size() && !fields.spoilt(); ++i ) {
+         draft.members.push_back( { tables.kind, name, list.names[ i ], list.placeOf( i ) } );
+      }
+      if ( fields.spoilt() ) {
+         draft.spoiltGroups.push_back( name );
+      }
    }
-   warnRepeated( list.place, selection );
-   warnCoverage( entry.place, table, selection );
-   tableIndex_[ table.name ] = config_.tables.size();
-   tablePorts_[ table.name ] = std::make_shared<Names>( table.leftOut.empty() ? table.ports : Names() );
-   config_.tables.push_back( std::move( table ) );
-}
-
-void AclReader::warnCoverage( const std::string &place, const AclTable &table,
-                              const PortSelection &selection ) {
-   const std::string cover = table.ports.empty() ? "is bound to no port" : coverText( table.ports );
-   if ( !selection.emptyChannels.empty() ) {
-      warn( place,
-            fmt::format( "{}, so the table {}", emptyChannelsText( selection.emptyChannels ), cover ) );
-   } else if ( table.leftOut == boundToNoPort ) {
-      warn( place, "the table " + cover );
+   for ( const auto &[ key, row ] : rows.rows( tables.members ) ) {
+      draft.members.push_back( { tables.kind, row.name.front(), row.name.back(), row.place } );
+      if ( row.spoilt ) {
+         draft.spoiltGroups.push_back( row.name.front() );
+      }
    }
 }
 
-void AclReader::readRule( const ConfigEntry &entry ) {
-   const std::string &tableName = entry.name.front();
-   const auto found = tableIndex_.find( tableName );
-   if ( found == tableIndex_.end() ) {
-      throw Complaint( entry.place, fmt::format( "table \"{}\" is not in ACL_TABLE", tableName ) );
-   }
-   AclTable &table = config_.tables[ found->second ];
-   const std::optional<NameList> inPorts = findNames( entry, "in_ports" );
-   const int priority = priorityOf( entry );
-   table.rules.push_back( { entry.name.back(), tableName, priority,
-                            inPorts ? narrow( *inPorts, table ) : tablePorts_.at( tableName ) } );
+DraftTable draftTable( const ConfigRow &row, Complaints &complaints ) {
+   RowFields fields( row, subjectOf( "ACL_TABLE", row ), complaints );
+   DraftTable table{ row.name.front(), row.place };
+   table.type = typeOf( fields, row );
+   table.stage = stageOf( fields );
+   table.ports = fields.names( "ports" );
+   table.fields = fields.others();
+   return table;
 }
 
-// The ports of the table that the list names. In a table that is left out, the list is only checked.
-SharedNames AclReader::narrow( const NameList &list, const AclTable &table ) {
-   if ( list.names.empty() ) {
-      throw Complaint( list.place, "expected at least one port" );
+DraftRule draftRule( const ConfigRow &row, Complaints &complaints ) {
+   RowFields fields( row, subjectOf( "ACL_RULE", row ), complaints );
+   DraftRule rule{ row.name.back(), row.name.front(), row.place };
+   rule.priority = priorityOf( fields );
+   rule.inPorts = fields.names( "in_ports" );
+   if ( rule.inPorts && rule.inPorts->names.empty() && !fields.spoilt() ) {
+      fields.complain( rule.inPorts->place, "expected at least one port" );
    }
-   const PortSelection selection = ports_.select( list );
-   if ( !table.leftOut.empty() ) {
-      return tablePorts_.at( table.name );
-   }
-   std::vector<std::string> kept;
-   std::vector<std::string> dropped;
-   for ( const std::string &port : selection.ports ) {
-      const bool bound = std::ranges::binary_search( table.ports, port, NaturalLess() );
-      ( bound ? kept : dropped ).push_back( port );
-   }
-   warnRepeated( list.place, selection );
-   const std::string outcome = ", so the rule " + coverText( kept );
-   if ( !dropped.empty() ) {
-      warn( list.place, "the table is not bound to " + joinNames( dropped ) + outcome );
-   }
-   if ( !selection.emptyChannels.empty() ) {
-      warn( list.place, emptyChannelsText( selection.emptyChannels ) + outcome );
-   }
-   return std::make_shared<Names>( std::move( kept ) );
-}
-
-void AclReader::warn( const std::string &place, const std::string &sentence ) {
-   config_.warnings.push_back( place + ": " + sentence );
-}
-
-void AclReader::warnRepeated( const std::string &place, const PortSelection &selection ) {
-   if ( !selection.repeated.empty() ) {
-      const char *counts = selection.repeated.size() == 1 ? "is named more than once and counts once"
-                                                          : "are named more than once and count once";
-      warn( place, fmt::format( "{} {}", joinNames( selection.repeated ), counts ) );
-   }
+   rule.fields = fields.others();
+   return rule;
 }
 
 } // namespace
 
-AclConfig readConfigDb( const std::string &file ) {
-   return parseConfigDb( readText( file ), file );
-}
-
-AclConfig parseConfigDb( const std::string &text, const std::string &file ) {
-   try {
-      AclConfig config = AclReader( text ).read();
-      config.file = file;
-      std::ranges::transform( config.warnings, config.warnings.begin(), oneLine );
-      return config;
-   } catch ( const Complaint &complaint ) {
-      throw InputError( file + complaint.what() );
+void draftConfigDb( const ConfigRows &rows, Complaints &complaints, Draft &draft ) {
+   draft.listsPorts = draft.listsPorts || rows.has( "PORT" );
+   draft.listsChannels = draft.listsChannels || rows.has( "PORTCHANNEL" );
+   draft.listsTables = draft.listsTables || rows.has( "ACL_TABLE" );
+   for ( const auto &[ name, row ] : rows.rows( "PORT" ) ) {
+      draft.ports.push_back( { name, row.place } );
+   }
+   for ( const GroupTables &tables : groupTables ) {
+      draftGroups( rows, tables, complaints, draft );
+   }
+   for ( const auto &[ name, row ] : rows.rows( "ACL_TABLE" ) ) {
+      draft.tables.push_back( draftTable( row, complaints ) );
+   }
+   for ( const auto &[ key, row ] : rows.rows( "ACL_RULE" ) ) {
+      draft.rules.push_back( draftRule( row, complaints ) );
    }
 }
 

@@ -41,7 +41,8 @@ std::string syntaxMessage( const Json::exception &error ) {
 // last. Nothing here recurses or copies a value, so nesting may be as deep as memory allows.
 class ValueBuilder final : public nlohmann::json_sax<Json> {
  public:
-   explicit ValueBuilder( const std::string &text ) : text_( text ) {}
+   ValueBuilder( const std::string &text, std::vector<Complaint> &repeated )
+      : text_( text ), repeated_( repeated ) {}
 
    Json take() { return std::move( root_ ); }
    [[noreturn]] void refuse( std::size_t offset, const std::string &message ) const;
@@ -62,8 +63,9 @@ class ValueBuilder final : public nlohmann::json_sax<Json> {
 
  private:
    struct Level {
-      Json *value;     // open object or list
-      std::string key; // of the value in that object which is being read
+      Json *value;           // open object or list
+      std::string key;       // of the value in that object which is being read
+      bool repeated = false; // it was there before
    };
 
    bool put( Json value );
@@ -73,15 +75,18 @@ class ValueBuilder final : public nlohmann::json_sax<Json> {
    std::string place() const;
 
    const std::string &text_;
+   std::vector<Complaint> &repeated_;
    Json root_;
+   Json ignored_; // takes the values of keys that came before
    std::vector<Level> levels_;
 };
 
 bool ValueBuilder::key( string_t &key ) {
    Level &level = levels_.back();
    level.key = std::move( key );
-   if ( level.value->contains( level.key ) ) {
-      throw Complaint( place(), "the same key comes twice in one object" );
+   level.repeated = level.value->contains( level.key );
+   if ( level.repeated ) {
+      repeated_.emplace_back( place(), "the same key comes twice in one object" );
    }
    return true;
 }
@@ -106,7 +111,7 @@ bool ValueBuilder::put( Json value ) {
 
 bool ValueBuilder::open( Json::value_t type ) {
    Json &value = add( Json( type ) );
-   levels_.push_back( { &value, {} } );
+   levels_.push_back( { &value, {}, false } );
    return true;
 }
 
@@ -126,7 +131,7 @@ Json &ValueBuilder::add( Json value ) {
    if ( level.value->is_array() ) {
       return level.value->get_ref<Json::array_t &>().emplace_back( std::move( value ) );
    }
-   Json &member = ( *level.value )[ level.key ];
+   Json &member = level.repeated ? ignored_ : ( *level.value )[ level.key ];
    member = std::move( value );
    return member;
 }
@@ -153,21 +158,42 @@ std::string ValueBuilder::place() const {
 } // namespace
 
 Complaint::Complaint( std::size_t line, std::size_t column, const std::string &message )
-   : std::runtime_error( QuarraAgent::oneLine( fmt::format( ":{}:{}: {}", line, column, message ) ) ) {}
+   : std::runtime_error( QuarraAgent::oneLine( fmt::format( ":{}:{}: {}", line, column, message ) ) ),
+     line_( line ),
+     column_( column ),
+     message_( message ) {}
 
 Complaint::Complaint( const std::string &place, const std::string &message )
-   : std::runtime_error( QuarraAgent::oneLine( ": " + ( place.empty() ? "" : place + ": " ) + message ) ) {}
+   : std::runtime_error( QuarraAgent::oneLine( ": " + ( place.empty() ? "" : place + ": " ) + message ) ),
+     place_( place ),
+     message_( message ) {}
 
-Json parseJson( const std::string &text ) {
+Json parseJson( const std::string &text, std::vector<Complaint> &repeated ) {
    if ( text.find_first_not_of( " \t\r\n" ) == std::string::npos ) {
       throw Complaint( "", "expected a JSON object, the file is empty" );
    }
-   ValueBuilder builder( text );
+   ValueBuilder builder( text, repeated );
    Json::sax_parse( text, &builder );
    if ( const std::size_t end = text.find( '\0' ); end != std::string::npos ) {
       builder.refuse( end, "syntax error: a character of value 0" ); // where the parser takes the text to end
    }
    return builder.take();
+}
+
+Json parseJson( const std::string &text ) {
+   std::vector<Complaint> repeated;
+   Json json;
+   try {
+      json = parseJson( text, repeated );
+   } catch ( const Complaint & ) {
+      if ( repeated.empty() ) {
+         throw;
+      }
+   }
+   if ( !repeated.empty() ) {
+      throw Complaint( repeated.front() );
+   }
+   return json;
 }
 
 std::string typeName( const Json &value ) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -16,11 +17,26 @@ class Complaint : public std::runtime_error {
  public:
    Complaint( std::size_t line, std::size_t column, const std::string &message );
    Complaint( const std::string &place, const std::string &message ); // empty place: the file as a whole
+
+   // Its parts: a line and column (both 0 when the place is known), a place, the message.
+   std::size_t line() const { return line_; }
+   std::size_t column() const { return column_; }
+   const std::string &place() const { return place_; }
+   const std::string &message() const { return message_; }
+
+ private:
+   std::size_t line_ = 0;
+   std::size_t column_ = 0;
+   std::string place_;
+   std::string message_;
 };
 
 // Throws Complaint for a syntax error (column in bytes, from 1), for text that is not UTF-8, and for a key
 // that comes twice in one object.
 Json parseJson( const std::string &text );
+
+// The same, but keys that come twice are added to `repeated`, each at its place; the first value is kept.
+Json parseJson( const std::string &text, std::vector<Complaint> &repeated );
 
 std::string typeName( const Json &value );  // "a number", "an object", ...
 std::string valueText( const Json &value ); // a string or a number as written, otherwise its type

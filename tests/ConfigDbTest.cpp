@@ -1,4 +1,4 @@
-#include "acl/ConfigDb.h"
+#include "acl/ReadAcl.h"
 
 #include <filesystem>
 #include <functional>
@@ -31,11 +31,9 @@ std::string summary( const AclConfig &config ) {
 }
 
 std::string answerTo( const std::string &text ) {
-   try {
-      return summary( parseConfigDb( text, "f" ) );
-   } catch ( const InputError &error ) {
-      return error.what();
-   }
+   const AclReading reading = parseAcl( { { "f", text } } );
+   return reading.good() ? summary( reading.config )
+                         : fmt::format( "{}", fmt::join( complaintLines( reading.complaints ), " & " ) );
 }
 
 std::string wholeFile( const std::string &text ) {
@@ -115,6 +113,31 @@ TEST( ConfigDbForm, NestedAndFlattenedFilesGiveTheSameSwitch ) {
    EXPECT_EQ( answerTo( flattenedForm ), expected );
 }
 
+// The dump of a database came out as tables without rules, and the exit code said that all was well: each row
+// stands in { "type": "hash", "value": { ... } }, and only "type" was found there.
+TEST( ConfigDbForm, ADumpOfTheDatabaseGivesTheSameSwitchAsItsFile ) {
+   const auto row = []( const std::string &key, const std::string &fields ) {
+      return "\"" + key + R"(":{"type":"hash","ttl":-0.001,"expireat":1602451533.2,"value":{)" + fields +
+             "}}";
+   };
+   const std::string none = R"("NULL":"NULL")";
+   const std::string dump =
+      "{" + row( "ACL_TABLE|T", R"("policy_desc":"T","ports@":"PortChannel2,E4","type":"L3")" ) + "," +
+      row( "ACL_RULE|T|R", R"("PRIORITY":"9","IN_PORTS":"E4")" ) + "," + row( "PORT|E0", none ) + "," +
+      row( "PORT|E4", none ) + "," + row( "PORTCHANNEL_MEMBER|PortChannel2|E0", none ) +
+      R"(,"CONFIG_DB_INITIALIZED":{"type":"string","value":"1"},"ACL_RULE|T|S":{"PRIORITY":"8"}})";
+   EXPECT_EQ( answerTo( dump ), "T L3 on E0,E4; T|R 9 on E4; T|S 8 on E0,E4" );
+}
+
+TEST( ConfigDbForm, RowsOfAShapeThatIsNotUnderstoodAreRefused ) {
+   expectAnswers( wholeFile, R"cases(
+{"ACL_TABLE|T":{"type":"L3","ports@":""},"ACL_RULE|T|R":{"type":"string","value":"1"}} => f: ACL_RULE|T|R: expected a hash whose value is an object
+{"ACL_TABLE|T":{"type":"hash","value":["L3"]}} => f: ACL_TABLE|T: expected a hash whose value is an object
+{"ACL_TABLE|T":{"kind":"hash","fields":{"type":"L3"}}} => f: ACL_TABLE|T: expected a field "type" with a table type such as L3 & f: ACL_TABLE|T.fields: expected a text, a number or a list of them, got an object
+{"ACL_TABLE":{"type":"hash","value":{"T":{"type":"L3"}}}} => f: ACL_TABLE|type: expected an object, got a string & f: ACL_TABLE|value: expected a field "type" with a table type such as L3 & f: ACL_TABLE|value.T: expected a text, a number or a list of them, got an object
+)cases" );
+}
+
 TEST( ConfigDbForm, ChipPortsAreInNaturalOrder ) {
    const AclConfig config =
       parseConfigDb( R"({"ACL_TABLE":{},"PORT":{"e10":{},"e9":{},"e09":{},"e":{},"e1/10":{},
@@ -144,8 +167,9 @@ TEST( ConfigDbForm, WhatIsSaidTwiceIsRefused ) {
    expectAnswers( wholeFile, R"cases(
 {"ACL_TABLE":{},"ACL_TABLE":{}} => f: ACL_TABLE: the same key comes twice in one object
 {"ACL_TABLE":{"T":{"type":"L3","type":"L3"}}} => f: ACL_TABLE|T.type: the same key comes twice in one object
-{"ACL_RULE|T|R":{"a":1,"a":1}} => f: ACL_RULE|T|R.a: the same key comes twice in one object
-{"VLAN":{"V":[0,{"a":1,"a":1}]}} => f: VLAN|V[1].a: the same key comes twice in one object
+{"ACL_TABLE":{"T":{},"T":{}}} => f: ACL_TABLE|T: the same key comes twice in one object
+{"ACL_RULE|T|R":{"a":1,"a":1},"ACL_TABLE|T":{"type":"L3","ports":"E","ports":"E"}} => f: ACL_RULE|T|R.a: the same key comes twice in one object & f: ACL_TABLE|T.ports: the same key comes twice in one object
+{"ACL_TABLE":{},"OTHER":{"V":[0,{"a":1,"a":1}]}} => f: OTHER|V[1].a: the same key comes twice in one object
 {"ACL_TABLE":{"T":{}},"ACL_TABLE|T":{}} => f: ACL_TABLE|T: the same object is given both nested and flattened
 )cases" );
    expectAnswers( withTable, R"cases(
@@ -163,8 +187,8 @@ TEST( ConfigDbForm, AWrongKeyOrTypeIsRefusedAtItsPlace ) {
 {"ACL_TABLE|T":null} => f: ACL_TABLE|T: expected an object, got null
 {"ACL_TABLE":{"T":"x"}} => f: ACL_TABLE|T: expected an object, got a string
 {"ACL_TABLE":{"":{}}} => f: ACL_TABLE|: expected a key ACL_TABLE|NAME
-{"PORT|E0|x":{}} => f: PORT|E0|x: expected a key PORT|NAME
-{"ACL_RULE":{"T":{"R":{}}}} => f: ACL_RULE|T: expected a key ACL_RULE|TABLE|RULE
+{"ACL_TABLE":{},"PORT|E0|x":{}} => f: PORT|E0|x: expected a key PORT|NAME
+{"ACL_TABLE":{},"ACL_RULE":{"T":{"R":{}}}} => f: ACL_RULE|T: expected a key ACL_RULE|TABLE|RULE
 )cases" );
    expectAnswers( withTable, R"cases(
 "type@":"L3" => f: ACL_TABLE|T: expected a field "type" with a table type such as L3
@@ -173,6 +197,7 @@ TEST( ConfigDbForm, AWrongKeyOrTypeIsRefusedAtItsPlace ) {
 "type":"L3","Stage":"both" => f: ACL_TABLE|T.Stage: expected ingress or egress, got "both"
 "type":"L3","STAGE":true => f: ACL_TABLE|T.STAGE: expected ingress or egress, got true or false
 "type":"L3","ports":7 => f: ACL_TABLE|T.ports: expected a list of port names or one comma-separated string, got a number
+"type":"L3","ports":"E0","note":{"a":1} => f: ACL_TABLE|T.note: expected a text, a number or a list of them, got an object
 "type":"L3","ports":["E0",{}] => f: ACL_TABLE|T.ports[1]: expected a port name, got an object
 "type":"L3","ports":["E0",""] => f: ACL_TABLE|T.ports[1]: expected a port name, got an empty one
 "type":"L3","ports@":"E0,,E4" => f: ACL_TABLE|T.ports@[1]: expected a port name, got an empty one
@@ -296,17 +321,67 @@ TEST( ConfigDbRules, NeedATable ) {
    EXPECT_EQ( answerTo( withRules( R"("X|R":{})" ) ), R"(f: ACL_RULE|X|R: table "X" is not in ACL_TABLE)" );
 }
 
+// Of a file with ten faults only the first was told: ten runs to mend it.
+TEST( ConfigDbFaults, AreToldAllAtOnceEachWithWhatIsLeftOut ) {
+   const AclReading reading =
+      parseAcl( { { "f", withRules( R"("T|R":{"PRIORITY":"x","IN_PORTS":"E9,E8,E7"},"T|S":{},
+      "X|R":{}},"ACL_TABLE|U":{"type":"","stage":"x","ports":"E0"},"ACL_RULE|U|R":{"PRIORITY":1)" ) } } );
+   Names told;
+   for ( const AclComplaint &complaint : reading.complaints ) {
+      told.push_back( fmt::format( "{} of {}|{}", complaint.place, complaint.table, complaint.rule ) );
+   }
+   EXPECT_EQ( told, ( Names{ "ACL_TABLE|U.type of U|", "ACL_TABLE|U.stage of U|",
+                             "ACL_RULE|T|R.PRIORITY of T|R", "ACL_RULE|T|R.IN_PORTS[0] of T|R",
+                             "ACL_RULE|T|R.IN_PORTS[2] of T|R", "ACL_RULE|X|R of X|R" } ) );
+   EXPECT_EQ( summary( reading.config ), "T L3 on E4,E8,E12; T|S 0 on E4,E8,E12" ) << "the rest is as it was";
+   EXPECT_TRUE( reading.usable() );
+}
+
+TEST( ConfigDbFaults, OfAPortChannelLeaveOutTheTablesThatNameIt ) {
+   const AclReading reading = parseAcl( { { "f", withChannel( R"("PORTCHANNEL_MEMBER|PortChannel1|E9":{},
+      "ACL_TABLE|T":{"type":"L3","ports":"E0,PortChannel1"},"ACL_TABLE|U":{"type":"L3","ports":"E0"})" ) } } );
+   EXPECT_EQ( summary( reading.config ), "U L3 on E0" )
+      << "a table that covers less than it should is worse than none";
+}
+
+TEST( ConfigDbFaults, AreListedUpToAHundred ) {
+   std::string rules = R"("T|A":{})";
+   for ( int rule = 0; rule < 105; ++rule ) {
+      rules += fmt::format( R"(,"T|{}":{{"PRIORITY":-1}})", rule );
+   }
+   const auto lines = complaintLines( parseAcl( { { "f", withRules( rules ) } } ).complaints );
+   EXPECT_EQ( lines.size(), 101u );
+   EXPECT_EQ( lines.back(), "and 5 more" );
+}
+
+TEST( ConfigDbFiles, MayEachHoldAPart ) {
+   const AclText ports = { "ports",
+                           R"({"PORT":{"E0":{},"E4":{}},"ACL_TABLE":{"T":{"type":"L3","ports":["E0"]}}})" };
+   const AclText rules = { "rules", R"({"ACL_RULE":{"T|R":{"PRIORITY":"5"}},"ACL_TABLE|T":{"type":"l3"}})" };
+   EXPECT_EQ( summary( parseAcl( { ports, rules } ).config ), "T L3 on E0; T|R 5 on E0" );
+   EXPECT_EQ( summary( parseAcl( { rules, ports } ).config ), "T L3 on E0; T|R 5 on E0" );
+   const AclText other = {
+      "other", R"({"ACL_RULE":{"T|R":{"PRIORITY":"6"}},"ACL_TABLE|T":{"type":"L3V6","ports":"E4"}})"
+   };
+   EXPECT_EQ( complaintLines( parseAcl( { ports, rules, other } ).complaints ),
+              ( Names{ "other: ACL_TABLE|T: the type is not what ports says",
+                       "other: ACL_TABLE|T: the list of ports is not what ports says",
+                       "other: ACL_RULE|T|R: the rule is in rules, too" } ) );
+}
+
 TEST( ConfigDbHarm, DeepNestingEndsInAnAnswer ) {
    constexpr std::size_t depth = 200'000;
    const std::string lists = repeat( depth, "[" ) + repeat( depth, "]" );
    const std::string objects = repeat( depth, R"({"a":)" ) + "0" + repeat( depth, "}" );
-   EXPECT_EQ( answerTo( withTable( R"("type":"L3","ports":"E0","comment":)" + lists ) ), "T L3 on E0" );
+   EXPECT_EQ(
+      answerTo( withTable( R"("type":"L3","ports":"E0","comment":)" + lists ) ),
+      "f: ACL_TABLE|T.comment: expected a text, a number or a list of them, got a list of other things" );
    EXPECT_EQ( answerTo( withTable( R"("type":"L3","ports":)" + lists ) ),
               "f: ACL_TABLE|T.ports[0]: expected a port name, got a list" );
    EXPECT_EQ( answerTo( withPriority( objects ) ),
               "f: ACL_RULE|T|R.PRIORITY: expected a whole number from 0 to 2147483647, got an object" );
-   EXPECT_EQ( answerTo( repeat( depth, R"({"a":)" ) + R"(0,"a":0)" ),
-              "f: a|a.a.a.a.a...: the same key comes twice in one object" );
+   EXPECT_TRUE( answerTo( repeat( depth, R"({"a":)" ) + R"(0,"a":0)" )
+                   .starts_with( "f: a|a.a.a.a.a...: the same key comes twice in one object & f:1:" ) );
    EXPECT_TRUE( answerTo( repeat( depth, "[" ) ).starts_with( "f:1:200001: syntax error" ) );
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "acl/ConfigDb.h"
+#include "acl/ReadAcl.h"
 #include "lab/ChipFile.h"
 #include "lab/MatchCheck.h"
 #include "tools/GroupMap.h"

@@ -4,7 +4,7 @@
 
 #include <fmt/format.h>
 
-#include "acl/ConfigDbTables.h"
+#include "acl/ConfigRows.h"
 #include "lab/TextFile.h"
 
 namespace QuarraTool {

@@ -6,7 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Nodra/Trace.h"
-#include "acl/ConfigDb.h"
+#include "acl/ReadAcl.h"
 #include "tools/Options.h"
 #include "tools/Version.h"
 

@@ -1,0 +1,248 @@
+#include "acl/Assemble.h"
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "acl/SwitchPorts.h"
+
+namespace QuarraAcl {
+namespace {
+
+using Names = std::vector<std::string>;
+using SharedNames = std::shared_ptr<const Names>;
+
+constexpr const char *boundToNoPort = "bound to no port";
+constexpr const char *withoutPorts = "control-plane table without ports";
+constexpr const char *otherStage = "egress table";
+
+// What a table or rule covers once some of its ports are gone: the ports by name, or their number where they
+// are many.
+std::string coverText( const Names &ports ) {
+   constexpr std::size_t namedAtMost = 4;
+   if ( ports.empty() ) {
+      return "covers no port";
+   }
+   return ports.size() > namedAtMost ? fmt::format( "covers {} ports only", ports.size() )
+                                     : fmt::format( "covers {} only", joinNames( ports ) );
+}
+
+bool same( const std::string &left, const std::string &right ) {
+   return left == right;
+}
+
+bool same( const NameList &left, const NameList &right ) {
+   return left.names == right.names;
+}
+
+std::string emptyGroupsText( const Names &groups ) {
+   return fmt::format( "{} {} no members", joinNames( groups ), groups.size() == 1 ? "has" : "have" );
+}
+
+class Assembler {
+ public:
+   Assembler( const Draft &draft, const std::string &file, Complaints &complaints )
+      : draft_( draft ), file_( file ), complaints_( complaints ), ports_( draft, file, complaints ) {}
+
+   AclConfig assemble();
+
+ private:
+   struct Table {
+      DraftTable draft;
+      std::size_t index = none; // in config_.tables
+      SharedNames ports = {};   // of rules that name none
+   };
+   static constexpr std::size_t none = ~std::size_t( 0 );
+
+   void merge( const DraftTable &more );
+   void addTable( Table &table );
+   void addRule( const DraftRule &draft );
+   void warnCoverage( const Place &place, const AclTable &table, const PortSelection &selection );
+   SharedNames narrow( const DraftRule &rule, const Table &table );
+   void warn( const Place &place, const std::string &sentence );
+   void warnRepeated( const Place &place, const PortSelection &selection );
+   bool severalFiles() const { return file_.find( ", " ) != std::string::npos; }
+
+   const Draft &draft_;
+   const std::string &file_;
+   Complaints &complaints_;
+   AclConfig config_;
+   SwitchPorts ports_;
+   std::map<std::string, Table, NaturalLess> tables_;                       // by name
+   std::map<std::pair<std::string, std::string>, const DraftRule *> rules_; // by table and name
+};
+
+AclConfig Assembler::assemble() {
+   if ( !draft_.listsTables && !complaints_.anyFatal() ) {
+      complaints_.addFatal( { &file_, "" }, "expected a table ACL_TABLE" );
+   }
+   config_.file = file_;
+   config_.ports.assign( ports_.physical().begin(), ports_.physical().end() );
+   if ( !draft_.listsPorts ) {
+      warn( { &file_, "PORT" },
+            fmt::format( "the file has no such table, so the chip has only the ports that ACL "
+                         "tables and port channels name, {} in all",
+                         config_.ports.size() ) );
+   }
+   for ( const auto &[ place, sentence ] : ports_.sharedMembers() ) {
+      warn( place, sentence );
+   }
+   for ( const auto &[ place, sentence ] : draft_.warnings ) {
+      warn( place, sentence );
+   }
+   for ( const DraftTable &table : draft_.tables ) {
+      merge( table );
+   }
+   for ( auto &[ name, table ] : tables_ ) {
+      addTable( table );
+   }
+   for ( const DraftRule &rule : draft_.rules ) {
+      addRule( rule );
+   }
+   for ( AclTable &table : config_.tables ) {
+      std::erase_if( table.rules, [ this ]( const AclRule &rule ) {
+         return complaints_.anyAbout( rule.table, rule.name );
+      } );
+      std::ranges::sort( table.rules, []( const AclRule &left, const AclRule &right ) {
+         return left.priority != right.priority ? left.priority > right.priority
+                                                : NaturalLess()( left.name, right.name );
+      } );
+   }
+   return std::move( config_ );
+}
+
+// A table may stand in several files, each with a part of it. What two of them say must agree.
+void Assembler::merge( const DraftTable &more ) {
+   const auto [ found, isNew ] = tables_.try_emplace( more.name, Table{ more } );
+   if ( isNew ) {
+      return;
+   }
+   DraftTable &table = found->second.draft;
+   const auto take = [ & ]( auto &mine, const auto &other, const char *what ) {
+      if ( !mine ) {
+         mine = other;
+      } else if ( other && !same( *other, *mine ) ) {
+         complaints_.add( more.place, fmt::format( "the {} is not what {} says", what, *table.place.file ),
+                          { more.name, "" } );
+      }
+   };
+   if ( table.typeIsDerived != more.typeIsDerived && table.type != more.type ) {
+      table.type = table.typeIsDerived && more.type ? more.type : table.type;
+   } else {
+      take( table.type, more.type, "type" );
+   }
+   take( table.stage, more.stage, "stage" );
+   take( table.ports, more.ports, "list of ports" );
+   table.fields.insert( table.fields.end(), more.fields.begin(), more.fields.end() );
+   table.typeIsDerived = table.typeIsDerived && more.typeIsDerived;
+   table.defined = table.defined || more.defined;
+}
+
+void Assembler::addTable( Table &table ) {
+   const DraftTable &draft = table.draft;
+   const NameList list = draft.ports.value_or( NameList{ draft.place, {} } );
+   const PortSelection selection = ports_.select( list, { draft.name, "" } );
+   if ( !draft.defined ) {
+      complaints_.add( list.places.empty() ? draft.place : list.places.front(),
+                       fmt::format( "no file has the ACL \"{}\" that is bound here", draft.name ),
+                       { draft.name, "" } );
+   }
+   if ( complaints_.anyAbout( draft.name ) ) {
+      return;
+   }
+   AclTable made{ draft.name, draft.type.value_or( "OTHER" ),    selection.ports, {},
+                  {},         draft.stage.value_or( "ingress" ), draft.fields };
+   if ( made.stage != "ingress" ) {
+      made.leftOut = otherStage;
+   } else if ( made.ports.empty() ) {
+      made.leftOut = list.names.empty() && made.type == "CTRLPLANE" ? withoutPorts : boundToNoPort;
+   }
+   warnRepeated( list.place, selection );
+   warnCoverage( draft.place, made, selection );
+   table.index = config_.tables.size();
+   table.ports = std::make_shared<Names>( made.leftOut.empty() ? made.ports : Names() );
+   config_.tables.push_back( std::move( made ) );
+}
+
+void Assembler::warnCoverage( const Place &place, const AclTable &table, const PortSelection &selection ) {
+   const std::string cover = table.ports.empty() ? "is bound to no port" : coverText( table.ports );
+   if ( !selection.emptyGroups.empty() ) {
+      warn( place, fmt::format( "{}, so the table {}", emptyGroupsText( selection.emptyGroups ), cover ) );
+   } else if ( table.leftOut == boundToNoPort ) {
+      warn( place, "the table " + cover );
+   }
+}
+
+// The rules of a table that is left out with a complaint go with it, without one of their own.
+void Assembler::addRule( const DraftRule &draft ) {
+   const Subject subject = { draft.table, draft.name };
+   const auto found = tables_.find( draft.table );
+   if ( found == tables_.end() ) {
+      if ( draft_.listsTables ) {
+         complaints_.add( draft.place, fmt::format( "table \"{}\" is not in ACL_TABLE", draft.table ),
+                          subject );
+      }
+      return;
+   }
+   const auto [ first, isNew ] = rules_.try_emplace( { draft.table, draft.name }, &draft );
+   if ( !isNew ) {
+      complaints_.add( draft.place, fmt::format( "the rule is in {}, too", *first->second->place.file ),
+                       subject );
+      return;
+   }
+   const Table &table = found->second;
+   const SharedNames ports = draft.inPorts ? narrow( draft, table ) : table.ports;
+   if ( table.index != none ) {
+      config_.tables[ table.index ].rules.push_back(
+         { draft.name, draft.table, draft.priority, ports, draft.fields } );
+   }
+}
+
+// The ports of the table that the rule names. In a table that is left out, the list is only checked.
+SharedNames Assembler::narrow( const DraftRule &rule, const Table &table ) {
+   const NameList &list = *rule.inPorts;
+   const PortSelection selection = ports_.select( list, { rule.table, rule.name } );
+   if ( complaints_.anyAbout( rule.table, rule.name ) || table.index == none ||
+        !config_.tables[ table.index ].leftOut.empty() ) {
+      return table.ports;
+   }
+   Names kept;
+   Names dropped;
+   for ( const std::string &port : selection.ports ) {
+      const bool bound = std::ranges::binary_search( *table.ports, port, NaturalLess() );
+      ( bound ? kept : dropped ).push_back( port );
+   }
+   warnRepeated( list.place, selection );
+   const std::string outcome = ", so the rule " + coverText( kept );
+   if ( !dropped.empty() ) {
+      warn( list.place, "the table is not bound to " + joinNames( dropped ) + outcome );
+   }
+   if ( !selection.emptyGroups.empty() ) {
+      warn( list.place, emptyGroupsText( selection.emptyGroups ) + outcome );
+   }
+   return std::make_shared<Names>( std::move( kept ) );
+}
+
+void Assembler::warn( const Place &place, const std::string &sentence ) {
+   const std::string file = severalFiles() ? *place.file + ": " : "";
+   config_.warnings.push_back( oneLine( fmt::format( "{}{}: {}", file, place.path, sentence ) ) );
+}
+
+void Assembler::warnRepeated( const Place &place, const PortSelection &selection ) {
+   if ( !selection.repeated.empty() ) {
+      const char *counts = selection.repeated.size() == 1 ? "is named more than once and counts once"
+                                                          : "are named more than once and count once";
+      warn( place, fmt::format( "{} {}", joinNames( selection.repeated ), counts ) );
+   }
+}
+
+} // namespace
+
+AclConfig assemble( const Draft &draft, const std::string &file, Complaints &complaints ) {
+   return Assembler( draft, file, complaints ).assemble();
+}
+
+} // namespace QuarraAcl

@@ -1,0 +1,296 @@
+#include "acl/ConfigRows.h"
+
+#include <algorithm>
+#include <initializer_list>
+
+#include <fmt/format.h>
+
+namespace QuarraAcl {
+namespace {
+
+// The tables that are read, and what the full key of a row in them looks like.
+struct TableShape {
+   std::string_view table;
+   std::string_view key;
+};
+
+constexpr TableShape tableShapes[] = {
+   { "PORT", "PORT|NAME" },
+   { "PORTCHANNEL", "PORTCHANNEL|NAME" },
+   { "PORTCHANNEL_MEMBER", "PORTCHANNEL_MEMBER|PORTCHANNEL|PORT" },
+   { "VLAN", "VLAN|NAME" },
+   { "VLAN_MEMBER", "VLAN_MEMBER|VLAN|PORT" },
+   { "ACL_TABLE", "ACL_TABLE|NAME" },
+   { "ACL_RULE", "ACL_RULE|TABLE|RULE" },
+};
+
+const TableShape *shapeOf( std::string_view table ) {
+   const auto *shape = std::ranges::find( tableShapes, table, &TableShape::table );
+   return shape == std::end( tableShapes ) ? nullptr : shape;
+}
+
+std::vector<std::string> split( std::string_view text, char separator ) {
+   std::vector<std::string> parts;
+   for ( ;; ) {
+      const std::size_t end = text.find( separator );
+      parts.emplace_back( text.substr( 0, end ) );
+      if ( end == std::string_view::npos ) {
+         return parts;
+      }
+      text.remove_prefix( end + 1 );
+   }
+}
+
+std::string trimmed( const std::string &text ) {
+   constexpr const char *blanks = " \t\r\n";
+   const std::size_t first = text.find_first_not_of( blanks );
+   return first == std::string::npos ? "" : text.substr( first, text.find_last_not_of( blanks ) - first + 1 );
+}
+
+bool isPlain( const Json &value ) {
+   return !value.is_object() && !value.is_array();
+}
+
+// A row's field is one value, or a list of them.
+bool isFieldValue( const Json &value ) {
+   return isPlain( value ) || ( value.is_array() && std::ranges::all_of( value, isPlain ) );
+}
+
+std::string fieldText( const Json &value ) {
+   return value.is_string() ? value.get<std::string>()
+                            : value.dump( -1, ' ', false, Json::error_handler_t::replace );
+}
+
+constexpr std::string_view databaseTypes[] = { "hash", "string", "list", "set", "zset", "stream" };
+
+// A dump of a database wraps a row: { "type": "hash", "value": { fields }, ... }. A row has a field "type", too, but
+// none of these types and no "value" beside it.
+bool isWrapped( const Json &row ) {
+   const auto type = row.find( "type" );
+   return row.contains( "value" ) && type != row.end() && type->is_string() &&
+          std::ranges::find( databaseTypes, type->get_ref<const std::string &>() ) !=
+             std::end( databaseTypes );
+}
+
+} // namespace
+
+ConfigRows::ConfigRows( const Json &root, const std::string &file, const std::vector<Complaint> &repeated,
+                        Complaints &complaints )
+   : file_( file ), complaints_( complaints ) {
+   complainAboutRepeated( repeated );
+   for ( const auto &[ key, value ] : root.items() ) {
+      const std::size_t bar = key.find( '|' );
+      const std::string table = key.substr( 0, bar );
+      if ( !shapeOf( table ) ) {
+         continue;
+      }
+      if ( bar != std::string::npos ) {
+         addRow( table, key.substr( bar + 1 ), '|', value );
+         continue;
+      }
+      sections_[ table ];
+      if ( !value.is_object() ) {
+         complaints_.addFatal( { &file_, key }, "expected an object, got " + typeName( value ) );
+         continue;
+      }
+      for ( const auto &[ name, row ] : value.items() ) {
+         addRow( table, name, '|', row );
+      }
+   }
+}
+
+// A row that comes twice, or has a field twice, is complained about where it is read. With a whole table given
+// twice there is no telling which one holds.
+void ConfigRows::complainAboutRepeated( const std::vector<Complaint> &repeated ) {
+   for ( const Complaint &complaint : repeated ) {
+      const std::string &path = complaint.place();
+      const std::string table = path.substr( 0, path.find( '|' ) );
+      if ( shapeOf( path ) ) {
+         complaints_.addFatal( { &file_, path }, complaint.message() );
+      } else if ( table == "ACL_TABLE" || table == "ACL_RULE" ) {
+         repeated_.push_back( path );
+      } else {
+         complaints_.add( { &file_, path }, complaint.message() );
+      }
+   }
+   std::ranges::sort( repeated_ );
+}
+void ConfigRows::addRow( std::string_view table, const std::string &key, char separator, const Json &value ) {
+   const TableShape &shape = *shapeOf( table );
+   const Place place = { &file_, fmt::format( "{}|{}", table, key ) };
+   ConfigRow row{ place, split( key, separator ), &value };
+   const auto wantedParts = std::ranges::count( shape.key, '|' );
+   if ( std::ssize( row.name ) != wantedParts || std::ranges::count( row.name, std::string() ) != 0 ) {
+      complaints_.add( place, fmt::format( "expected a key {}", shape.key ) );
+      return;
+   }
+   const Subject subject = subjectOf( table, row );
+   const auto refuse = [ & ]( const Place &where, const std::string &message ) {
+      complaints_.add( where, message, subject );
+      row.spoilt = true;
+   };
+   static const Json noFields = Json::object();
+   if ( !value.is_object() ) {
+      refuse( place, "expected an object, got " + typeName( value ) );
+      row.fields = &noFields;
+   } else if ( isWrapped( value ) ) {
+      row.fields = &value.at( "value" );
+      if ( value.at( "type" ) != "hash" || !row.fields->is_object() ) {
+         refuse( place, "expected a hash whose value is an object" );
+         row.fields = &noFields;
+      }
+   }
+   for ( const std::string &path : repeatedIn( place.path ) ) {
+      refuse( { &file_, path }, "the same key comes twice in one object" );
+   }
+   const auto [ added, isNew ] = sections_[ std::string( table ) ].emplace( key, row );
+   if ( !isNew ) {
+      refuse( place, "the same object is given both nested and flattened" );
+      added->second.spoilt = true;
+   }
+}
+
+// The places of keys that came twice in a row, or of the row itself.
+std::vector<std::string> ConfigRows::repeatedIn( const std::string &row ) const {
+   std::vector<std::string> found;
+   auto path = std::ranges::lower_bound( repeated_, row );
+   for ( ; path != repeated_.end() && path->starts_with( row ); ++path ) {
+      const char next = path->size() > row.size() ? ( *path )[ row.size() ] : '.';
+      if ( next == '.' || next == '[' ) {
+         found.push_back( *path );
+      }
+   }
+   return found;
+}
+
+bool ConfigRows::has( std::string_view table ) const {
+   return sections_.find( table ) != sections_.end();
+}
+
+const ConfigSection &ConfigRows::rows( std::string_view table ) const {
+   static const ConfigSection none;
+   const auto found = sections_.find( table );
+   return found == sections_.end() ? none : found->second;
+}
+
+Subject subjectOf( std::string_view table, const ConfigRow &row ) {
+   if ( table == "ACL_TABLE" ) {
+      return { row.name.front(), {} };
+   }
+   return table == "ACL_RULE" ? Subject{ row.name.front(), row.name.back() } : Subject{};
+}
+
+void RowFields::complain( const Place &place, std::string message ) {
+   complaints_.add( place, std::move( message ), subject_ );
+   spoilt_ = true;
+}
+
+std::optional<RowFields::Field> RowFields::findOne( std::initializer_list<std::string> names ) {
+   known_.insert( known_.end(), names );
+   std::optional<Field> found;
+   std::string foundKey;
+   for ( const auto &[ key, value ] : row_.fields->items() ) {
+      const std::string lowerKey = lowerCase( key );
+      if ( std::ranges::find( names, lowerKey ) == names.end() ) {
+         continue;
+      }
+      if ( found ) {
+         complain( row_.place, fmt::format( "expected one of \"{}\" and \"{}\", got both", foundKey, key ) );
+         return std::nullopt;
+      }
+      found = Field{ row_.place + ( "." + key ), &value };
+      foundKey = key;
+   }
+   return found;
+}
+
+std::optional<RowFields::Field> RowFields::find( const std::string &name ) {
+   return findOne( { name } );
+}
+
+std::optional<std::string> RowFields::text( const std::string &name, std::string_view expected ) {
+   const std::optional<Field> field = find( name );
+   if ( field && !field->value->is_string() ) {
+      complain( field->place, fmt::format( "expected {}, got {}", expected, typeName( *field->value ) ) );
+      return std::nullopt;
+   }
+   return field ? std::optional( field->value->get<std::string>() ) : std::nullopt;
+}
+
+std::vector<std::string> RowFields::rawNames( const Field &field ) {
+   constexpr const char *expected = "expected a list of port names or one comma-separated string, got ";
+   std::vector<std::string> names;
+   if ( field.value->is_string() ) {
+      const std::string text = trimmed( field.value->get<std::string>() );
+      return text.empty() ? names : split( text, ',' );
+   }
+   if ( !field.value->is_array() ) {
+      complain( field.place, expected + typeName( *field.value ) );
+      return names;
+   }
+   if ( *field.value == Json::array( { "" } ) ) {
+      return names;
+   }
+   for ( const Json &element : *field.value ) {
+      if ( element.is_string() ) {
+         names.push_back( element.get<std::string>() );
+      } else {
+         complain( field.place + fmt::format( "[{}]", &element - &field.value->front() ),
+                   "expected a port name, got " + typeName( element ) );
+      }
+   }
+   return names;
+}
+
+std::optional<NameList> RowFields::names( const std::string &name ) {
+   const std::optional<Field> field = findOne( { name, name + "@" } );
+   if ( !field ) {
+      return std::nullopt;
+   }
+   NameList list{ field->place, rawNames( *field ) };
+   for ( std::size_t i = 0; i < list.names.size(); ++i ) {
+      std::string &one = list.names[ i ];
+      one = trimmed( one );
+      if ( one.empty() ) {
+         complain( list.placeOf( i ), "expected a port name, got an empty one" );
+      } else if ( one.find( ',' ) != std::string::npos ) {
+         complain( list.placeOf( i ), fmt::format( "expected one port name, got \"{}\"", one ) );
+         one.clear();
+      }
+   }
+   return list;
+}
+
+// A row without fields is stored with the one field NULL.
+std::vector<AclField> RowFields::others() {
+   std::vector<AclField> fields;
+   for ( const auto &[ key, value ] : row_.fields->items() ) {
+      if ( key == "NULL" || std::ranges::find( known_, lowerCase( key ) ) != known_.end() ) {
+         continue;
+      }
+      if ( isFieldValue( value ) ) {
+         fields.push_back( { key, fieldText( value ) } );
+      } else {
+         complain( row_.place + ( "." + key ),
+                   fmt::format( "expected a text, a number or a list of them, got {}",
+                                value.is_array() ? "a list of other things" : typeName( value ) ) );
+      }
+   }
+   return fields;
+}
+
+std::string lowerCase( std::string text ) {
+   std::ranges::transform( text, text.begin(), []( char c ) {
+      return c >= 'A' && c <= 'Z' ? static_cast<char>( c - 'A' + 'a' ) : c;
+   } );
+   return text;
+}
+
+std::string upperCase( std::string text ) {
+   std::ranges::transform( text, text.begin(), []( char c ) {
+      return c >= 'a' && c <= 'z' ? static_cast<char>( c - 'a' + 'A' ) : c;
+   } );
+   return text;
+}
+
+} // namespace QuarraAcl

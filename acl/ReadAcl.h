@@ -1,0 +1,57 @@
+// Reads ACL configurations in the formats that people have. The format is told by the content.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "acl/AclConfig.h"
+#include "acl/Complaints.h"
+
+namespace QuarraAcl {
+
+enum class AclFormat {
+   configDb, // nested or flattened, or a dump of its database
+};
+
+struct AclFormatRow {
+   AclFormat format;
+   std::string_view name; // "config-db"
+   std::string_view description;
+};
+
+std::span<const AclFormatRow> aclFormats();
+
+// Throws InputError for a name that is none; it lists those that there are.
+AclFormat aclFormatOf( std::string_view name );
+
+// What came of reading. Without complaints `config` is all that the sources say. With complaints it is what is
+// left without the rules and tables that they name; where one of them is fatal, nothing.
+struct AclReading {
+   AclConfig config;
+   std::vector<AclComplaint> complaints;
+
+   bool good() const { return complaints.empty(); }
+   bool usable() const; // no complaint is fatal
+
+   AclConfig orRefuse() &&; // the whole configuration; throws AclRefused when there is any complaint
+};
+
+struct AclText {
+   std::string file; // its name in messages
+   std::string text;
+};
+
+// Reads one configuration from several files: ports and bindings may stand in one, rules in another. "-" is
+// standard input. `format` forces the format of all of them. Throws InputError when one cannot be read at all;
+// what is wrong in them comes back as complaints.
+AclReading readAcl( const std::vector<std::string> &sources, std::optional<AclFormat> format = {} );
+AclReading parseAcl( const std::vector<AclText> &texts, std::optional<AclFormat> format = {} );
+
+// One file, taken only when nothing is wrong with it. Throws AclRefused or InputError.
+AclConfig readConfigDb( const std::string &file );
+AclConfig parseConfigDb( const std::string &text, const std::string &file );
+
+} // namespace QuarraAcl
