@@ -105,6 +105,10 @@ bool JsonFields::flag( const std::string &name ) {
    return field.get<bool>();
 }
 
+QuarraModPort JsonFields::port( const std::string &name ) {
+   return portOf( value( name ), place_ + "." + name );
+}
+
 std::vector<QuarraModPort> JsonFields::ports( const std::string &name ) {
    const auto &list = value( name );
    if ( !list.is_array() ) {

@@ -31,6 +31,8 @@ class JsonFields {
    // The fields of the object in a field that must be there.
    JsonFields object( const std::string &name );
 
+   QuarraCentral::QuarraModPort port( const std::string &name ); // must be there; written as in a list
+
    // A list of ports: a number stands for a port of module 0, an object { "module": M, "port": P } for any.
    std::vector<QuarraCentral::QuarraModPort> ports( const std::string &name );
 

@@ -34,6 +34,8 @@ class LinesTest : public ::testing::Test {
       atStart_ = state();
    }
 
+   const QuarraLab::Switch &used() const { return *batch_->usedSwitch(); }
+
    JsonOut answer( const std::string &line ) { return batch_->answer( line ); }
 
    JsonOut ok( const std::string &line ) {

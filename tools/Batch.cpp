@@ -19,7 +19,9 @@ const Batch::Operation Batch::operations[] = {
    { "chip", &Batch::chip },       { "createGroup", &Batch::createGroup },
    { "install", &Batch::install }, { "remove", &Batch::remove },
    { "dump", &Batch::dump },       { "deleteGroup", &Batch::deleteGroup },
-   { "check", &Batch::check },
+   { "check", &Batch::check },     { "why", &Batch::why },
+   { "who", &Batch::who },         { "usage", &Batch::usage },
+   { "diff", &Batch::diff },
 };
 
 namespace {

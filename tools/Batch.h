@@ -41,6 +41,12 @@ class Batch {
    JsonOut dump( JsonFields &fields );
    JsonOut check( JsonFields &fields );
 
+   // BatchQuestions.cpp
+   JsonOut why( JsonFields &fields );
+   JsonOut who( JsonFields &fields );
+   JsonOut usage( JsonFields &fields );
+   JsonOut diff( JsonFields &fields );
+
    ChipChoice choice_;
    std::unique_ptr<Switch> switch_;
    U64 lineNumber_ = 0;

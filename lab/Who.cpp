@@ -1,0 +1,259 @@
+#include "lab/Who.h"
+
+#include <algorithm>
+#include <map>
+
+#include <fmt/format.h>
+
+namespace QuarraLab {
+
+using namespace QuarraTcam;
+
+namespace {
+
+const auto &managerOf( const Switch &theSwitch ) {
+   return theSwitch.agent().manager();
+}
+
+bool isAclGroup( ClassIdType type ) {
+   return type == aclGroupFlexibleWidth || type == aclGroupFixedWidth;
+}
+
+std::optional<Space> spaceOfType( const Switch &theSwitch, ClassIdType type ) {
+   const auto spaces = spacesOf( theSwitch );
+   const auto item = std::ranges::find( spaces, type, &Space::type );
+   return item == spaces.end() ? std::nullopt : std::optional( *item );
+}
+
+} // namespace
+
+std::vector<Space> spacesOf( const Switch &theSwitch ) {
+   std::vector<Space> spaces;
+   for ( const auto type :
+         { ifpSourceTrunkMap, vfpSourceTrunkMap, aclGroupFlexibleWidth, aclGroupFixedWidth } ) {
+      if ( managerOf( theSwitch ).classIdHwStatusHas( type ) ) {
+         const U32 firstBit =
+            type == aclGroupFixedWidth ? U32{ theSwitch.agent().chip().flexibleBits } : U32{ 0 };
+         spaces.push_back( { type, managerOf( theSwitch ).classIdHwStatus( type )->size(), firstBit } );
+      }
+   }
+   return spaces;
+}
+
+std::optional<Space> spaceOf( const Switch &theSwitch, TcamGroupId group ) {
+   return spaceOfType( theSwitch, classIdTcamGroupsInfo.at( group )->classIdType() );
+}
+
+Space spaceNamed( const Switch &theSwitch, const std::string &name ) {
+   static const std::map<std::string_view, ClassIdType> shortNames = { { "ifp", ifpSourceTrunkMap },
+                                                                       { "vfp", vfpSourceTrunkMap },
+                                                                       { "flexible", aclGroupFlexibleWidth },
+                                                                       { "fixed", aclGroupFixedWidth } };
+   const auto item = shortNames.find( name );
+   std::string known;
+   for ( const auto &space : spacesOf( theSwitch ) ) {
+      known += ( known.empty() ? "" : ", " ) + std::string( space.type.stringValue() );
+      if ( space.type.stringValue() == name || ( item != shortNames.end() && item->second == space.type ) ) {
+         return space;
+      }
+   }
+   throw QuarraAgent::RequestRefused(
+      "noSpace", fmt::format( "the chip has no class-ID space \"{}\"; it has {}", name, known ) );
+}
+
+Vesk::Bitmap carriedValue( const Switch &theSwitch, const Space &space, const QuarraModPort &port ) {
+   Vesk::Bitmap value( 0, space.size, Vesk::HBitmap::BitState::clear );
+   if ( !isAclGroup( space.type ) ) {
+      const U32 word = theSwitch.sourceTrunkMapWord( space.type, port );
+      for ( U32 bit = 0; bit < space.size; ++bit ) {
+         if ( word >> bit & 1 ) {
+            value.set( bit );
+         }
+      }
+      return value;
+   }
+   for ( const U32 bit : theSwitch.aclGroup( port ).setBits() ) {
+      if ( bit >= space.firstBit && bit - space.firstBit < space.size ) {
+         value.set( bit - space.firstBit );
+      }
+   }
+   return value;
+}
+
+std::vector<U32> Holder::bits() const {
+   std::vector<U32> bits;
+   for ( U32 bit = 0; bit < pool->size(); ++bit ) {
+      if ( request->classId() >> bit & 1 ) {
+         bits.push_back( pool->baseOffset() + bit );
+      }
+   }
+   return bits;
+}
+
+std::vector<Holder> holdersOf( const Switch &theSwitch ) {
+   std::vector<Holder> holders;
+   for ( const auto group : getTcamGroups() ) {
+      if ( const auto &status = managerOf( theSwitch ).classIdTcamGroupStatus( group ) ) {
+         for ( const auto &[ key, request ] : status->requestStatus() ) {
+            holders.push_back( { group, status->poolStatus( request->poolId() ).get(), request.get() } );
+         }
+      }
+   }
+   return holders;
+}
+
+std::vector<GroupPool> poolsOf( const Switch &theSwitch, ClassIdType type ) {
+   std::vector<GroupPool> pools;
+   for ( const auto group : getTcamGroups() ) {
+      const auto &status = managerOf( theSwitch ).classIdTcamGroupStatus( group );
+      if ( status && classIdTcamGroupsInfo.at( group )->classIdType() == type ) {
+         for ( const auto &[ id, pool ] : status->poolStatus() ) {
+            pools.push_back( { group, pool.get() } );
+         }
+      }
+   }
+   std::ranges::stable_sort(
+      pools, {}, []( const GroupPool &item ) { return std::pair( item.pool->baseOffset(), item.group ); } );
+   return pools;
+}
+
+std::string ruleOf( const QuarraAgent::InstallRequest &request ) {
+   return request.rule ? request.rule->name() : std::string();
+}
+
+std::string tableOf( const std::string &rule ) {
+   const auto bar = rule.find( '|' );
+   return bar == std::string::npos ? std::string() : rule.substr( 0, bar );
+}
+
+BitReport whoHoldsBit( const Switch &theSwitch, const Space &space, U32 bit ) {
+   if ( bit >= space.size ) {
+      throw QuarraAgent::RequestRefused(
+         "outOfRange",
+         fmt::format( "bit {}: {} has the bits 0 to {}", bit, space.type.stringValue(), space.size - 1 ) );
+   }
+   BitReport report{
+      space, bit, managerOf( theSwitch ).classIdHwStatus( space.type )->test( bit ), {}, {}, {}
+   };
+   for ( const auto &pool : poolsOf( theSwitch, space.type ) ) {
+      if ( pool.covers( bit ) ) {
+         report.pools.push_back( pool );
+      }
+   }
+   for ( const auto &holder : holdersOf( theSwitch ) ) {
+      const auto bits = holder.bits();
+      if ( classIdTcamGroupsInfo.at( holder.group )->classIdType() == space.type &&
+           std::ranges::binary_search( bits, bit ) ) {
+         report.holders.push_back( holder );
+      }
+   }
+   for ( const auto &port : theSwitch.ports() ) {
+      if ( carriedValue( theSwitch, space, port ).test( bit ) ) {
+         report.carriers.push_back( port );
+      }
+   }
+   return report;
+}
+
+TableReport whoHoldsForTable( const Switch &theSwitch, const std::string &table ) {
+   TableReport report{ table, {} };
+   std::set<std::string> tables;
+   for ( const auto &[ id, entry ] : theSwitch.agent().entries() ) {
+      tables.insert( tableOf( ruleOf( entry.request ) ) );
+   }
+   for ( const auto &holder : holdersOf( theSwitch ) ) {
+      TableReport::Share share{ holder, {} };
+      for ( const U32 id : holder.request->entryRef() ) {
+         if ( id != INVALID_ENTRY_ID &&
+              tableOf( ruleOf( theSwitch.agent().entries().at( id ).request ) ) == table ) {
+            share.entries.push_back( id );
+         }
+      }
+      if ( !share.entries.empty() ) {
+         std::ranges::sort( share.entries );
+         report.shares.push_back( std::move( share ) );
+      }
+   }
+   if ( report.shares.empty() || table.empty() ) {
+      std::string names;
+      for ( const auto &name : tables ) {
+         names += name.empty() ? "" : ( names.empty() ? "" : ", " ) + name;
+      }
+      throw QuarraAgent::RequestRefused(
+         "unknownTable", fmt::format( "no installed entry is a rule of a table \"{}\"; tables: {}", table,
+                                      names.empty() ? "none" : names ) );
+   }
+   return report;
+}
+
+// ---- As JSON
+
+JsonOut namedPortJson( const PortNames &names, const QuarraModPort &port ) {
+   return { { "port", portJson( port ) }, { "name", names.name( port ) } };
+}
+
+JsonOut namedPortsJson( const PortNames &names, const std::vector<QuarraModPort> &ports ) {
+   auto json = JsonOut::array();
+   for ( const auto &port : ports ) {
+      json.push_back( namedPortJson( names, port ) );
+   }
+   return json;
+}
+
+JsonOut holderJson( const Switch &theSwitch, const PortNames &names, const Holder &holder ) {
+   auto entries = JsonOut::array();
+   for ( const U32 id :
+         std::set<U32>( holder.request->entryRef().begin(), holder.request->entryRef().end() ) ) {
+      if ( id != INVALID_ENTRY_ID ) {
+         entries.push_back(
+            { { "entry", id }, { "rule", ruleOf( theSwitch.agent().entries().at( id ).request ) } } );
+      }
+   }
+   const auto &ports = holder.request->intfGroup()->portId();
+   return { { "group", holder.group.value() },
+            { "space", classIdTcamGroupsInfo.at( holder.group )->classIdType().stringValue() },
+            { "pool", holder.pool->poolId() },
+            { "classId", holder.request->classId() },
+            { "bits", holder.bits() },
+            { "key", keyJson( holder.request->requestKey() ) },
+            { "reservedAtStartUp", holder.request->entryRefHas( INVALID_ENTRY_ID ) },
+            { "entries", std::move( entries ) },
+            { "ethernet", holder.request->intfGroup()->ethernet() },
+            { "ports", namedPortsJson( names, { ports.begin(), ports.end() } ) } };
+}
+
+JsonOut bitReportJson( const Switch &theSwitch, const BitReport &report ) {
+   const PortNames names( theSwitch );
+   auto pools = JsonOut::array();
+   for ( const auto &[ group, pool ] : report.pools ) {
+      pools.push_back( { { "group", group.value() },
+                         { "pool", pool->poolId() },
+                         { "offset", pool->baseOffset() },
+                         { "width", pool->size() },
+                         { "freeClassIds", pool->classIdPools() } } );
+   }
+   auto holders = JsonOut::array();
+   for ( const auto &holder : report.holders ) {
+      holders.push_back( holderJson( theSwitch, names, holder ) );
+   }
+   return { { "space", report.space.type.stringValue() },
+            { "bit", report.bit },
+            { "bitOfValue", report.space.firstBit + report.bit },
+            { "taken", report.taken },
+            { "pools", std::move( pools ) },
+            { "classIds", std::move( holders ) },
+            { "ports", namedPortsJson( names, report.carriers ) } };
+}
+
+JsonOut tableReportJson( const Switch &theSwitch, const TableReport &report ) {
+   const PortNames names( theSwitch );
+   auto shares = JsonOut::array();
+   for ( const auto &share : report.shares ) {
+      auto json = holderJson( theSwitch, names, share.holder );
+      json[ "entriesOfTable" ] = share.entries;
+      shares.push_back( std::move( json ) );
+   }
+   return { { "table", report.table }, { "classIds", std::move( shares ) } };
+}
+
+} // namespace QuarraLab

@@ -1,0 +1,236 @@
+#include "lab/Why.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "Nodra/Assert.h"
+
+namespace QuarraLab {
+
+using namespace QuarraTcam;
+
+namespace {
+
+const QuarraAgent::Entry &installed( const Switch &theSwitch, U32 entry ) {
+   const auto item = theSwitch.agent().entries().find( entry );
+   if ( item == theSwitch.agent().entries().end() ) {
+      throw QuarraAgent::RequestRefused( "unknownEntry",
+                                         fmt::format( "there is no entry {} on the switch", entry ) );
+   }
+   return item->second;
+}
+
+Holder holderOf( const Switch &theSwitch, const QuarraAgent::Entry &entry ) {
+   const auto group = entry.request.group;
+   const auto &status = theSwitch.agent().manager().classIdTcamGroupStatus( group );
+   const auto &request = status->requestStatus( entry.key );
+   return { group, status->poolStatus( request->poolId() ).get(), request.get() };
+}
+
+// The value that a pool's bits have in a port's value of the space.
+U32 valueIn( const Vesk::Bitmap &value, const PoolStatus &pool ) {
+   U32 inPool = 0;
+   for ( U32 bit = 0; bit < pool.size(); ++bit ) {
+      inPool |= U32{ value.test( pool.baseOffset() + bit ) } << bit;
+   }
+   return inPool;
+}
+
+std::optional<Holder> lentAs( const std::vector<Holder> &holders, const GroupPool &pool, U32 value ) {
+   for ( const auto &holder : holders ) {
+      if ( holder.pool == pool.pool && holder.request->classId() == value ) {
+         return holder;
+      }
+   }
+   return std::nullopt;
+}
+
+SpaceReading readSpace( const Switch &theSwitch, const Space &space, const QuarraModPort &port,
+                        const std::vector<Holder> &holders ) {
+   SpaceReading reading{ space, carriedValue( theSwitch, space, port ), {}, {} };
+   const auto pools = poolsOf( theSwitch, space.type );
+   for ( const auto &pool : pools ) {
+      if ( const U32 value = valueIn( reading.value, *pool.pool ) ) {
+         reading.pools.push_back( { pool, value, lentAs( holders, pool, value ) } );
+      }
+   }
+   for ( const U32 bit : reading.value.setBits() ) {
+      if ( std::ranges::none_of( pools, [ & ]( const auto &pool ) { return pool.covers( bit ); } ) ) {
+         reading.strayBits.push_back( bit );
+      }
+   }
+   return reading;
+}
+
+// The entry's mask and data on the chip, as bits of the space.
+struct Qualifier {
+   std::vector<U32> mask;
+   std::vector<U32> data;
+};
+
+Qualifier qualifierOnChip( const Switch &theSwitch, U32 entry, const Space &space ) {
+   using Kind = QuarraSimulator::TcamEntry::Kind;
+   const auto &entries = theSwitch.chip().tcamEntries();
+   const auto item = entries.find( entry );
+   Qualifier qualifier;
+   if ( item == entries.end() ) {
+      return qualifier;
+   }
+   if ( item->second.kind == Kind::aclGroup ) {
+      return { item->second.maskBits, item->second.dataBits };
+   }
+   if ( item->second.kind == Kind::interfaceClassPort ) {
+      for ( U32 bit = 0; bit < space.size; ++bit ) {
+         if ( item->second.mask >> bit & 1 ) {
+            qualifier.mask.push_back( bit );
+         }
+         if ( item->second.data >> bit & 1 ) {
+            qualifier.data.push_back( bit );
+         }
+      }
+   }
+   return qualifier;
+}
+
+} // namespace
+
+std::vector<SpaceReading> readPort( const Switch &theSwitch, const QuarraModPort &port ) {
+   const auto holders = holdersOf( theSwitch );
+   std::vector<SpaceReading> readings;
+   for ( const auto &space : spacesOf( theSwitch ) ) {
+      readings.push_back( readSpace( theSwitch, space, port, holders ) );
+   }
+   return readings;
+}
+
+std::vector<U32> MatchAnswer::differingBits() const {
+   std::vector<U32> differing;
+   for ( const auto &bit : bits ) {
+      if ( bit.differs() ) {
+         differing.push_back( bit.bit );
+      }
+   }
+   return differing;
+}
+
+MatchAnswer whyMatches( const Switch &theSwitch, U32 entry, const QuarraModPort &port ) {
+   const auto &record = installed( theSwitch, entry );
+   const auto space = spaceOf( theSwitch, record.request.group );
+   NODRA_ASSERT( space.has_value() ); // an installed entry has a class ID in it
+   MatchAnswer answer;
+   answer.entry = entry;
+   answer.port = port;
+   answer.space = *space;
+   answer.holder = holderOf( theSwitch, record );
+   answer.compared = !( record.request.ethernet && theSwitch.isCpuPort( port ) );
+   answer.asked = record.request.ethernet
+                     ? answer.compared
+                     : std::ranges::find( record.request.ports, port ) != record.request.ports.end();
+   const auto value = carriedValue( theSwitch, *space, port );
+   const auto qualifier = qualifierOnChip( theSwitch, entry, *space );
+   for ( const U32 bit : qualifier.mask ) {
+      answer.bits.push_back( { bit, std::ranges::binary_search( qualifier.data, bit ), value.test( bit ) } );
+   }
+   answer.matches = std::ranges::none_of( answer.bits, &ComparedBit::differs );
+   return answer;
+}
+
+std::vector<U32> entriesNamed( const Switch &theSwitch, const std::string &what ) {
+   std::vector<U32> entries;
+   for ( const auto &[ id, entry ] : theSwitch.agent().entries() ) {
+      const auto rule = ruleOf( entry.request );
+      const auto table = tableOf( rule );
+      const bool named = what.empty() || fmt::format( "{}", id ) == what || rule == what || table == what ||
+                         ( !table.empty() && rule.substr( table.size() + 1 ) == what );
+      if ( named ) {
+         entries.push_back( id );
+      }
+   }
+   if ( entries.empty() && !what.empty() ) {
+      throw QuarraAgent::RequestRefused(
+         "unknownEntry",
+         fmt::format( "\"{}\" is no installed entry, table or rule; the switch has {} entries", what,
+                      theSwitch.agent().entries().size() ) );
+   }
+   return entries;
+}
+
+PortReport explainPort( const Switch &theSwitch, const QuarraModPort &port, std::span<const U32> entries ) {
+   PortReport report{ port, readPort( theSwitch, port ), {}, {} };
+   bool allAsAsked = true;
+   for ( const U32 entry : entries ) {
+      report.answers.push_back( whyMatches( theSwitch, entry, port ) );
+      allAsAsked = allAsAsked && report.answers.back().asAsked();
+   }
+   if ( !allAsAsked ) {
+      for ( const auto &mismatch : checkMatches( theSwitch ) ) {
+         if ( mismatch.port == port ) {
+            report.mismatches.emplace( mismatch.entry, mismatch );
+         }
+      }
+   }
+   return report;
+}
+
+// ---- As JSON
+
+JsonOut spaceReadingJson( const Switch &theSwitch, const PortNames &names, const SpaceReading &reading ) {
+   auto pools = JsonOut::array();
+   for ( const auto &item : reading.pools ) {
+      const auto &pool = *item.pool.pool;
+      pools.push_back(
+         { { "group", item.pool.group.value() },
+           { "pool", pool.poolId() },
+           { "offset", pool.baseOffset() },
+           { "width", pool.size() },
+           { "value", item.value },
+           { "holder", item.holder ? holderJson( theSwitch, names, *item.holder ) : JsonOut() } } );
+   }
+   return { { "space", reading.space.type.stringValue() },
+            { "size", reading.space.size },
+            { "firstBitOfValue", reading.space.firstBit },
+            { "value", reading.value.hex() },
+            { "setBits", reading.value.setBits() },
+            { "pools", std::move( pools ) },
+            { "strayBits", reading.strayBits } };
+}
+
+JsonOut matchAnswerJson( const Switch &theSwitch, const MatchAnswer &answer ) {
+   auto bits = JsonOut::array();
+   for ( const auto &bit : answer.bits ) {
+      bits.push_back( { { "bit", bit.bit }, { "wanted", bit.wanted }, { "carried", bit.carried } } );
+   }
+   return { { "entry", answer.entry },
+            { "rule", ruleOf( installed( theSwitch, answer.entry ).request ) },
+            { "group", answer.holder.group.value() },
+            { "space", answer.space.type.stringValue() },
+            { "pool", answer.holder.pool->poolId() },
+            { "classId", answer.holder.request->classId() },
+            { "bits", std::move( bits ) },
+            { "differingBits", answer.differingBits() },
+            { "asked", answer.asked },
+            { "matches", answer.matches },
+            { "asAsked", answer.asAsked() } };
+}
+
+JsonOut portReportJson( const Switch &theSwitch, const PortReport &report ) {
+   const PortNames names( theSwitch );
+   JsonOut json = namedPortJson( names, report.port );
+   auto carries = JsonOut::array();
+   for ( const auto &reading : report.carries ) {
+      carries.push_back( spaceReadingJson( theSwitch, names, reading ) );
+   }
+   auto answers = JsonOut::array();
+   for ( const auto &answer : report.answers ) {
+      auto one = matchAnswerJson( theSwitch, answer );
+      const auto mismatch = report.mismatches.find( answer.entry );
+      one[ "reason" ] = mismatch == report.mismatches.end() ? JsonOut() : JsonOut( mismatch->second.reason );
+      answers.push_back( std::move( one ) );
+   }
+   json[ "carries" ] = std::move( carries );
+   json[ "entries" ] = std::move( answers );
+   return json;
+}
+
+} // namespace QuarraLab
