@@ -14,6 +14,8 @@ using namespace Nodra::Types;
 struct ChipPort {
    std::string intf;
    QuarraCentral::QuarraModPort port;
+
+   bool operator==( const ChipPort & ) const = default;
 };
 
 // A chip as the agent is told of it.
@@ -28,6 +30,8 @@ struct ChipConfig {
    U32 portBitmapBits = 0;    // key bits of a port bitmap
    std::vector<ChipPort> ports;
    std::vector<QuarraCentral::QuarraModPort> cpuPorts;
+
+   bool operator==( const ChipConfig & ) const = default;
 };
 
 ChipConfig chipOf( const ShippedChip &shipped );
