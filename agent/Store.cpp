@@ -38,7 +38,6 @@ constexpr ChipNumber chipNumbers[] = {
    chipNumber<&ChipConfig::tcamRowBits>( "chip.tcamRowBits" ),
    chipNumber<&ChipConfig::ruleBits>( "chip.ruleBits" ),
    chipNumber<&ChipConfig::portBitmapBits>( "chip.portBitmapBits" ),
-   chipNumber<&ChipConfig::beyondLimits>( "chip.beyondLimits" ),
 };
 
 void checkThere( const std::string &path, bool make ) {
