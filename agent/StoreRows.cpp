@@ -88,7 +88,7 @@ TcamGroupId readGroup( Statement &row ) {
 void bindRequest( Statement &row, const InstallRequest &request ) {
    const auto ports = Bytes::ofPorts( request.ports );
    row.bind( plain( request.group.value() ) ).bind( ports ).bind( S64{ request.ethernet } );
-   row.bind( request.rule ? request.rule->featureGroupType().stringValue() : std::string_view() );
+   row.bind( request.rule ? stringValue( request.rule->featureGroupType() ) : std::string_view() );
    row.bind( request.rule ? std::string_view( request.rule->name() ) : std::string_view() );
    row.bind( request.label ).runWithSum();
 }
@@ -105,7 +105,7 @@ InstallRequest readRequest( const Store &store, Statement &row, U32 entry ) {
    const auto rule = row.text();
    if ( !feature.empty() ) {
       try {
-         request.rule = RuleId( FeatureGroupType::of( feature ), std::string( rule ) );
+         request.rule = RuleId( FeatureGroupTypeInstance( feature ), std::string( rule ) );
       } catch ( const Nodra::RangeError &error ) {
          store.damaged( error.what() );
       }
@@ -122,7 +122,7 @@ void Store::put( const SpaceRow &row ) {
    for ( U32 word = 0; word * 64 < row.bits.size(); ++word ) {
       bits.add( row.bits.word( word ), 8 );
    }
-   prepared_->putSpace.bind( plain( row.type.value() ) ).bind( S64{ row.bits.size() } ).bind( bits );
+   prepared_->putSpace.bind( plain( static_cast<U8>( row.type ) ) ).bind( S64{ row.bits.size() } ).bind( bits );
    prepared_->putSpace.runWithSum();
 }
 
@@ -243,7 +243,7 @@ void Store::each( const std::function<void( SpaceRow )> &action ) const {
    Statement row( database_, Schema::all( Schema::space ) );
    while ( row.next() ) {
       const auto type = ClassIdTypeInstance( static_cast<U32>( row.numberUpTo( 4 ) ) );
-      Vesk::Bitmap bits( type.value(), static_cast<U32>( row.numberUpTo( anyU8 ) ),
+      Vesk::Bitmap bits( static_cast<U8>( type ), static_cast<U32>( row.numberUpTo( anyU8 ) ),
                          Vesk::HBitmap::BitState::clear );
       const auto bytes = row.bytes();
       for ( U32 bit = 0; bit < bits.size() && bit / 8 < bytes.size(); ++bit ) {

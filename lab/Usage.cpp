@@ -8,6 +8,7 @@
 namespace QuarraLab {
 
 using namespace QuarraTcam;
+using enum QuarraTcam::ClassIdType;
 
 namespace {
 
@@ -148,7 +149,7 @@ Usage usageOf( const Switch &theSwitch ) {
 std::vector<Level> levelsOf( const Usage &usage ) {
    std::vector<Level> levels;
    for ( const auto &space : usage.spaces ) {
-      levels.push_back( { std::string( space.space.type.stringValue() ), space.used, space.space.size } );
+      levels.push_back( { std::string( stringValue( space.space.type ) ), space.used, space.space.size } );
    }
    for ( const auto &group : usage.groups ) {
       if ( group.type == aclGroupFixedWidth && group.poolWidth > 1 && group.pools ) {
@@ -162,7 +163,7 @@ std::vector<Level> levelsOf( const Usage &usage ) {
 JsonOut usageJson( const Usage &usage ) {
    auto spaces = JsonOut::array();
    for ( const auto &space : usage.spaces ) {
-      spaces.push_back( { { "space", space.space.type.stringValue() },
+      spaces.push_back( { { "space", stringValue( space.space.type ) },
                           { "bits", space.space.size },
                           { "used", space.used },
                           { "free", space.free() },
@@ -172,7 +173,7 @@ JsonOut usageJson( const Usage &usage ) {
    auto groups = JsonOut::array();
    for ( const auto &group : usage.groups ) {
       groups.push_back( { { "group", group.group.value() },
-                          { "space", group.type.stringValue() },
+                          { "space", stringValue( group.type ) },
                           { "poolWidth", group.poolWidth },
                           { "pools", group.pools },
                           { "bits", group.bits },

@@ -104,7 +104,7 @@ std::string prometheusText( const Switch &theSwitch, const Usage &usage ) {
    for ( const auto &column : spaceColumns ) {
       Metric metric( text, column.name, column.help );
       for ( const auto &space : usage.spaces ) {
-         metric.value( fmt::format( "{},space=\"{}\"", common, space.space.type.stringValue() ),
+         metric.value( fmt::format( "{},space=\"{}\"", common, stringValue( space.space.type ) ),
                        column.value( space ) );
       }
    }
@@ -124,7 +124,7 @@ std::string prometheusText( const Switch &theSwitch, const Usage &usage ) {
       Metric metric( text, column.name, column.help );
       for ( const auto &group : usage.groups ) {
          metric.value( fmt::format( "{},group=\"{}\",space=\"{}\"", common, group.group.value(),
-                                    group.type.stringValue() ),
+                                    stringValue( group.type ) ),
                        column.value( group ) );
       }
    }

@@ -8,6 +8,7 @@
 namespace QuarraLab {
 
 using namespace QuarraTcam;
+using enum QuarraTcam::ClassIdType;
 
 namespace {
 
@@ -52,8 +53,8 @@ Space spaceNamed( const Switch &theSwitch, const std::string &name ) {
    const auto item = shortNames.find( name );
    std::string known;
    for ( const auto &space : spacesOf( theSwitch ) ) {
-      known += ( known.empty() ? "" : ", " ) + std::string( space.type.stringValue() );
-      if ( space.type.stringValue() == name || ( item != shortNames.end() && item->second == space.type ) ) {
+      known += ( known.empty() ? "" : ", " ) + std::string( stringValue( space.type ) );
+      if ( stringValue( space.type ) == name || ( item != shortNames.end() && item->second == space.type ) ) {
          return space;
       }
    }
@@ -130,7 +131,7 @@ BitReport whoHoldsBit( const Switch &theSwitch, const Space &space, U32 bit ) {
    if ( bit >= space.size ) {
       throw QuarraAgent::RequestRefused(
          "outOfRange",
-         fmt::format( "bit {}: {} has the bits 0 to {}", bit, space.type.stringValue(), space.size - 1 ) );
+         fmt::format( "bit {}: {} has the bits 0 to {}", bit, stringValue( space.type ), space.size - 1 ) );
    }
    BitReport report{
       space, bit, managerOf( theSwitch ).classIdHwStatus( space.type )->test( bit ), {}, {}, {}
@@ -211,7 +212,7 @@ JsonOut holderJson( const Switch &theSwitch, const PortNames &names, const Holde
    }
    const auto &ports = holder.request->intfGroup()->portId();
    return { { "group", holder.group.value() },
-            { "space", classIdTcamGroupsInfo.at( holder.group )->classIdType().stringValue() },
+            { "space", stringValue( classIdTcamGroupsInfo.at( holder.group )->classIdType() ) },
             { "pool", holder.pool->poolId() },
             { "classId", holder.request->classId() },
             { "bits", holder.bits() },
@@ -236,7 +237,7 @@ JsonOut bitReportJson( const Switch &theSwitch, const BitReport &report ) {
    for ( const auto &holder : report.holders ) {
       holders.push_back( holderJson( theSwitch, names, holder ) );
    }
-   return { { "space", report.space.type.stringValue() },
+   return { { "space", stringValue( report.space.type ) },
             { "bit", report.bit },
             { "bitOfValue", report.space.firstBit + report.bit },
             { "taken", report.taken },

@@ -9,6 +9,7 @@
 namespace QuarraLab {
 
 using namespace QuarraTcam;
+using enum QuarraTcam::ClassIdType;
 
 namespace {
 
@@ -187,7 +188,7 @@ JsonOut spaceReadingJson( const Switch &theSwitch, const PortNames &names, const
            { "value", item.value },
            { "holder", item.holder ? holderJson( theSwitch, names, *item.holder ) : JsonOut() } } );
    }
-   return { { "space", reading.space.type.stringValue() },
+   return { { "space", stringValue( reading.space.type ) },
             { "size", reading.space.size },
             { "firstBitOfValue", reading.space.firstBit },
             { "value", reading.value.hex() },
@@ -204,7 +205,7 @@ JsonOut matchAnswerJson( const Switch &theSwitch, const MatchAnswer &answer ) {
    return { { "entry", answer.entry },
             { "rule", ruleOf( installed( theSwitch, answer.entry ).request ) },
             { "group", answer.holder.group.value() },
-            { "space", answer.space.type.stringValue() },
+            { "space", stringValue( answer.space.type ) },
             { "pool", answer.holder.pool->poolId() },
             { "classId", answer.holder.request->classId() },
             { "bits", std::move( bits ) },

@@ -11,6 +11,7 @@ namespace QuarraTool {
 namespace {
 
 using namespace QuarraTcam;
+using enum QuarraTcam::ClassIdType;
 using Align = TextTable::Align;
 
 template <typename Number>
@@ -26,7 +27,7 @@ std::string spacesPart( const Usage &usage ) {
                       { "free", Align::right },
                       { "largest free run", Align::right } } );
    for ( const auto &space : usage.spaces ) {
-      table.row( { std::string( space.space.type.stringValue() ), text( space.space.size ),
+      table.row( { std::string( stringValue( space.space.type ) ), text( space.space.size ),
                    text( space.used ), fmt::format( "{:.0f}%", space.percent() ), text( space.free() ),
                    space.freeRuns > 1 ? fmt::format( "{} (of {} runs)", space.largestFreeRun, space.freeRuns )
                                       : text( space.largestFreeRun ) } );
@@ -53,7 +54,7 @@ std::string groupsPart( const Switch &theSwitch, const Usage &usage ) {
          ++idle;
          continue;
       }
-      table.row( { text( group.group.value() ), std::string( group.type.stringValue() ),
+      table.row( { text( group.group.value() ), std::string( stringValue( group.type ) ),
                    text( group.poolWidth ), text( group.pools ), text( group.bits ),
                    group.classIdsReserved
                       ? fmt::format( "{} ({} reserved)", group.classIdsLent, group.classIdsReserved )

@@ -8,6 +8,7 @@ namespace QuarraTool {
 namespace {
 
 using namespace QuarraTcam;
+using enum QuarraTcam::ClassIdType;
 using Align = TextTable::Align;
 
 std::string portsText( const PortNames &names, const IntfGroupInfo &intfGroup ) {
@@ -19,7 +20,7 @@ std::string portsText( const PortNames &names, const IntfGroupInfo &intfGroup ) 
 
 std::string bitText( const Switch &theSwitch, const BitReport &report ) {
    const PortNames names( theSwitch );
-   auto text = fmt::format( "bit {} of {}{}\n", report.bit, report.space.type.stringValue(),
+   auto text = fmt::format( "bit {} of {}{}\n", report.bit, stringValue( report.space.type ),
                             report.space.firstBit ? fmt::format( ", bit {} of the port's ACL-group value",
                                                                  report.space.firstBit + report.bit )
                                                   : std::string() );
@@ -59,7 +60,7 @@ std::string tableText( const Switch &theSwitch, const TableReport &report ) {
                       { "ports" } } );
    for ( const auto &[ holder, entries ] : report.shares ) {
       table.row( { fmt::format( "{}", holder.group.value() ),
-                   std::string( classIdTcamGroupsInfo.at( holder.group )->classIdType().stringValue() ),
+                   std::string( stringValue( classIdTcamGroupsInfo.at( holder.group )->classIdType() ) ),
                    fmt::format( "{}", holder.pool->poolId() ), fmt::format( "{}", holder.request->classId() ),
                    numbersText( holder.bits() ), numbersText( entries ), usersText( theSwitch, holder ),
                    portsText( names, *holder.request->intfGroup() ) } );

@@ -9,6 +9,7 @@
 namespace QuarraTool {
 
 using namespace QuarraTcam;
+using enum QuarraTcam::ClassIdType;
 using Align = TextTable::Align;
 
 std::string numbersText( const std::vector<U32> &rising, std::size_t most ) {
@@ -80,7 +81,7 @@ std::string carriesPart( const Switch &theSwitch, const std::vector<SpaceReading
                       { "of" } } );
    std::string nothing;
    for ( const auto &reading : readings ) {
-      const auto name = std::string( reading.space.type.stringValue() );
+      const auto name = std::string( stringValue( reading.space.type ) );
       for ( const auto &item : reading.pools ) {
          const auto &pool = *item.pool.pool;
          table.row( { name, bitRange( pool ), binary( item.value, pool.size() ),
@@ -237,7 +238,7 @@ std::string detailsPart( const Switch &theSwitch, const PortReport &report ) {
                            verdictText( *first, entries.size() > 1 ) );
       text += fmt::format( "    Group {}, pool {}: bits {} of {}. Class ID {}.\n",
                            first->holder.group.value(), pool.poolId(), bitRange( pool ),
-                           first->space.type.stringValue(), first->holder.request->classId() );
+                           stringValue( first->space.type ), first->holder.request->classId() );
       text += bitRows( *first );
       const auto differing = first->differingBits();
       text += differing.empty()
