@@ -11,9 +11,7 @@
 namespace QuarraBench {
 namespace {
 
-using namespace QuarraAcl;
 using namespace QuarraLab;
-using namespace QuarraTool;
 using namespace QuarraTcam;
 using enum ClassIdType;
 using enum ClassIdAllocationStrategy;

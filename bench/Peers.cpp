@@ -11,9 +11,7 @@
 namespace QuarraBench {
 namespace {
 
-using namespace QuarraAcl;
 using namespace QuarraLab;
-using namespace QuarraTool;
 using QuarraAgent::InstallRequest;
 using QuarraTcam::IntfGroupInfo;
 using JsonOut = nlohmann::ordered_json;
@@ -30,9 +28,9 @@ struct Case {
 
    ChipChoice choice() const {
       auto choice = defaultChoice( variant );
-      for ( const auto &row : QuarraAgent::chipProfiles() ) {
-         if ( row.config.profile == profile ) {
-            choice.chip = row.config;
+      for ( const auto &chip : choice.variant->generation.chips ) {
+         if ( chip.profile == profile ) {
+            choice.chip = QuarraAgent::chipOf( chip );
          }
       }
       return choice;

@@ -92,7 +92,7 @@ TEST_F( Sdk6Chip, AGroupsListIsItsWholeMembership ) {
 TEST_F( Sdk6Chip, ARefusedGroupListChangesNothing ) {
    ASSERT_EQ( setGroup( 4, { 1, 2 } ), Code::ok );
    const auto before = chip.digest();
-   EXPECT_EQ( setGroup( 48, { 5 } ), Code::parameter );
+   EXPECT_EQ( setGroup( 60, { 5 } ), Code::parameter );
    EXPECT_EQ( setGroup( 4, { 5, 1024 } ), Code::parameter );
    EXPECT_EQ( setGroup( 4, { 5, 6, 5 } ), Code::parameter );
    EXPECT_EQ( bcm_subport_port_group_subport_multi_set( unit, 4, 1, nullptr ), Code::parameter );
