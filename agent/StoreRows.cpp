@@ -122,7 +122,9 @@ void Store::put( const SpaceRow &row ) {
    for ( U32 word = 0; word * 64 < row.bits.size(); ++word ) {
       bits.add( row.bits.word( word ), 8 );
    }
-   prepared_->putSpace.bind( plain( static_cast<U8>( row.type ) ) ).bind( S64{ row.bits.size() } ).bind( bits );
+   prepared_->putSpace.bind( plain( static_cast<U8>( row.type ) ) )
+      .bind( S64{ row.bits.size() } )
+      .bind( bits );
    prepared_->putSpace.runWithSum();
 }
 

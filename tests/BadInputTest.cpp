@@ -153,7 +153,8 @@ class Command : public ::testing::Test {
    }
 
    void expectBadInput( const BadInput &input, const std::vector<std::string> &arguments ) const {
-      const char *const other = std::getenv( "QUARRA_TCAM" ); // another build of it, as scripts/mutants.py has
+      const char *const other =
+         std::getenv( "QUARRA_TCAM" ); // another build of it, as scripts/mutants.py has
       std::string line = "cd '" QUARRA_SOURCES "' && '" + std::string( other ? other : QUARRA_TCAM ) + "'";
       for ( const auto &argument : arguments ) {
          line += " '" + argument + "'";

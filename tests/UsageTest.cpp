@@ -136,7 +136,8 @@ TEST_F( UsageTest, RunsAndHoldersAreCounted ) {
 
 Usage usageWith( U32 used, U32 size, U32 lent = 0, U32 further = 0 ) {
    Usage usage;
-   usage.spaces.push_back( { { QuarraTcam::ClassIdType::aclGroupFlexibleWidth, size, 0 }, used, size - used, 1 } );
+   usage.spaces.push_back(
+      { { QuarraTcam::ClassIdType::aclGroupFlexibleWidth, size, 0 }, used, size - used, 1 } );
    GroupUsage group;
    group.group = TcamGroupId( 16 );
    group.type = QuarraTcam::ClassIdType::aclGroupFixedWidth;
