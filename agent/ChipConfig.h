@@ -14,6 +14,8 @@ using namespace Nodra::Types;
 struct ChipPort {
    std::string intf;
    QuarraCentral::QuarraModPort port;
+
+   bool operator==( const ChipPort & ) const = default;
 };
 
 // A chip as the agent is told of it.
@@ -31,6 +33,8 @@ struct ChipConfig {
    // Takes sizes with which the library is known not to match exactly (docs/known-behaviours.md): to try the
    // library itself.
    bool beyondLimits = false;
+
+   bool operator==( const ChipConfig & ) const = default;
 };
 
 // The chips shipped, by profile name; the first one of a generation is its default. Their ports are all the

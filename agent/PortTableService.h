@@ -18,9 +18,13 @@ class PortTableService {
 
    U64 wordsWritten() const { return wordsWritten_; }
 
+   // The words that the last call wrote, in the order in which they were first posted.
+   const std::vector<QuarraCentral::PortTabWriteRequestKey> &lastWritten() const { return lastWritten_; }
+
  private:
    Nodra::Ptr<QuarraCentral::PortTabWriteRequestDir> directory_;
    U64 wordsWritten_ = 0;
+   std::vector<QuarraCentral::PortTabWriteRequestKey> lastWritten_;
 };
 
 } // namespace QuarraAgent

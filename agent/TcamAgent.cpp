@@ -51,7 +51,11 @@ std::optional<QualifierHintInfo> TcamAgent::createGroup( TcamGroupId group ) {
       return std::nullopt;
    }
    RequestChecks::poolFits( *manager_, config );
-   return manager_->createAclGroupBitmapHint( group );
+   const auto hint = manager_->createAclGroupBitmapHint( group );
+   if ( journal_ ) {
+      journal_->ends( group, INVALID_ENTRY_ID );
+   }
+   return hint;
 }
 
 void TcamAgent::deleteGroup( TcamGroupId group ) {
@@ -61,6 +65,9 @@ void TcamAgent::deleteGroup( TcamGroupId group ) {
    // Groups other than fixed-width ones lost their pools with their last entry.
    if ( manager_->classIdTcamGroupStatusHas( group ) ) {
       manager_->clearClassIdPool( group );
+      if ( journal_ ) {
+         journal_->ends( group, INVALID_ENTRY_ID );
+      }
    }
 }
 
@@ -93,6 +100,17 @@ RequestKey TcamAgent::keyOf( const InstallRequest &request, const IntfGroupInfo:
 Installed TcamAgent::install( const InstallRequest &request ) {
    TRACE( 1, "install"
                 << " TcamGroupId: " << request.group << " EntryId: " << request.entry );
+   try {
+      return installEntry( request );
+   } catch ( const RequestRefused & ) {
+      if ( journal_ ) {
+         journal_->refused();
+      }
+      throw;
+   }
+}
+
+Installed TcamAgent::installEntry( const InstallRequest &request ) {
    const auto &config = RequestChecks::knownGroup( request.group );
    RequestChecks::freeEntryId( entries_, request );
    RequestChecks::knownPorts( chip_, chipPorts_, request );
@@ -103,6 +121,9 @@ Installed TcamAgent::install( const InstallRequest &request ) {
    RequestChecks::keyCanBeReserved( *manager_, config, request, key, *intfGroup );
    RequestChecks::ethernetBitIsOwn( *manager_, config, request, key );
 
+   if ( journal_ ) {
+      journal_->begins( { false, request } );
+   }
    if ( !manager_->reserveClassIdForIntfGroup( request.group, key, request.entry, intfGroup ) ) {
       throw RequestChecks::noRoom( *manager_, config, request.entry );
    }
@@ -114,9 +135,9 @@ Installed TcamAgent::install( const InstallRequest &request ) {
    auto installed = describe( request, key );
    manager_->programClassIdQualifierInHw( static_cast<U32>( unit ), request.group, entry,
                                           installed.qualifier );
-   const auto &added = entries_.emplace( entry, Entry{ request, key } ).first->second;
-   if ( reservedAtStartUp( request.group, key ) ) {
-      ++askers_[ AskedPorts( added, *intfGroup ) ];
+   countAsker( entries_.emplace( entry, Entry{ request, key } ).first->second );
+   if ( journal_ ) {
+      journal_->ends( request.group, entry );
    }
    return installed;
 }
@@ -147,12 +168,25 @@ void TcamAgent::remove( TcamGroupId group, U32 entry ) {
       }
       throw RequestRefused( "unknownEntry", text.string() );
    }
-   const auto ruleId = item->second.request.rule.value_or( RuleId( featureOf( group ), "" ) );
-   const auto key = manager_->getRequestKeyForEntryId( group, entry, ruleId );
+   if ( journal_ ) {
+      journal_->begins( { true, item->second.request } );
+   }
    const int unit = SdkShim->vmSingleUnit();
    SDK_CALL( SdkShim->fieldEntryDestroy( unit, entry ) );
-   manager_->clearClassIdAndIntfGroup( group, key, entry );
+   removeEntry( item );
    portTableService_.drain();
+   if ( journal_ ) {
+      journal_->ends( group, entry );
+   }
+}
+
+// The records of an entry that is off the chip, and the ports' bits. Words are left posted.
+void TcamAgent::removeEntry( std::map<U32, Entry>::iterator item ) {
+   const auto group = item->second.request.group;
+   const U32 entry = item->first;
+   const auto ruleId = item->second.request.rule.value_or( RuleId( featureOf( group ), "" ) );
+   const auto key = manager_->getRequestKeyForEntryId( group, entry, ruleId );
+   manager_->clearClassIdAndIntfGroup( group, key, entry );
    const auto removed = entries_.extract( item ).mapped();
    forgetPorts( removed );
 }
@@ -167,6 +201,12 @@ bool TcamAgent::reservedAtStartUp( TcamGroupId group, const RequestKey &key ) co
    const auto &status = manager_->classIdTcamGroupStatus( group );
    return status && status->requestStatusHas( key ) &&
           status->requestStatus( key )->entryRefHas( INVALID_ENTRY_ID );
+}
+
+void TcamAgent::countAsker( const Entry &entry ) {
+   if ( reservedAtStartUp( entry.request.group, entry.key ) ) {
+      ++askers_[ AskedPorts( entry, *intfGroupOf( entry.request ) ) ];
+   }
 }
 
 // A key that was reserved at start-up outlives its entries, and the library leaves the ports of each in its

@@ -27,6 +27,30 @@ struct InstallRequest {
    std::vector<QuarraCentral::QuarraModPort> ports;
    bool ethernet = false;                  // all ethernet ports
    std::optional<QuarraTcam::RuleId> rule; // needed in system groups
+   std::string label = {};                 // the caller's own name for the entry; carried, not looked at
+};
+
+// A request from before its first SDK call to after its last one.
+struct RequestInFlight {
+   bool removal = false;   // else an installation
+   InstallRequest request; // of a removal, as the entry was asked for
+};
+
+// Told of every request that changes something: state that is to outlive the process is kept by one.
+class RequestJournal {
+ public:
+   virtual ~RequestJournal() = default;
+
+   // Before the first SDK call. Throws RequestRefused when it cannot take the request, which then is not
+   // carried out.
+   virtual void begins( const RequestInFlight &request ) = 0;
+
+   // After the last SDK call, with the records as they are now. `entry` is 0 where groups were created or
+   // deleted. Throws when it could not keep them; the agent must not go on then.
+   virtual void ends( TcamGroupId group, U32 entry ) = 0;
+
+   // Instead: the request was refused, before or after it began. At most the count of new keys has changed.
+   virtual void refused() = 0;
 };
 
 // An installed entry: what was asked, the key that holds its class ID, and the class ID's place.
@@ -63,6 +87,9 @@ class TcamAgent {
    Installed install( const InstallRequest &request );
    void remove( TcamGroupId group, U32 entry );
 
+   // The journal of all further requests; it outlives the agent or is set to null.
+   void journalIs( RequestJournal *journal ) { journal_ = journal; }
+
    const Variant &variant() const { return variant_; }
    const ChipConfig &chip() const { return chip_; }
    const QuarraTcam::Scsd &scsd() const { return scsd_; }
@@ -71,10 +98,17 @@ class TcamAgent {
    U64 portTableWordsWritten() const { return portTableService_.wordsWritten(); }
 
  private:
+   friend class RecordKeeper; // what outlives the process
+   friend class RecordReader;
+   friend class Recovery; // what it was doing when it ended
+
+   Installed installEntry( const InstallRequest &request );
+   void removeEntry( std::map<U32, Entry>::iterator item );
    QuarraTcam::IntfGroupInfo::PtrConst intfGroupOf( const InstallRequest &request ) const;
    QuarraTcam::RequestKey keyOf( const InstallRequest &request,
                                  const QuarraTcam::IntfGroupInfo::PtrConst &intfGroup ) const;
    bool reservedAtStartUp( TcamGroupId group, const QuarraTcam::RequestKey &key ) const;
+   void countAsker( const Entry &entry );
    void forgetPorts( const Entry &entry );
    Installed describe( const InstallRequest &request, const QuarraTcam::RequestKey &key ) const;
 
@@ -86,6 +120,7 @@ class TcamAgent {
    Nodra::Ptr<QuarraCentral::PortTabWriteRequestDir> directory_;
    PortTableService portTableService_;
    std::map<U32, Entry> entries_; // by entry id, which is unique on the chip
+   RequestJournal *journal_ = nullptr;
 
    // How many entries of a key that was reserved at start-up ask for the same ports.
    struct AskedPorts {

@@ -136,6 +136,7 @@ void QuarraTcamPortsManager::programBitForIntfGroup( U8 bitPos, const IntfGroupC
    dumpIntfGroup( intfGroup );
    NODRA_ASSERT( !!intfGroup );
    portsHelper()->setAclGroupClassId( bitPos, intfGroup );
+   programmedBitIs( bitPos, intfGroup );
 }
 
 void QuarraTcamPortsManager::dumpIntfGroup( const IntfGroupConst &intfGroup ) {

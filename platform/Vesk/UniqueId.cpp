@@ -11,8 +11,12 @@ std::atomic<Nodra::Types::U64> last = 0;
 
 UniqueId::UniqueId() : value_( ++last ) {}
 
-void UniqueId::restart() {
-   last = 0;
+Nodra::Types::U64 UniqueId::latest() {
+   return last;
+}
+
+void UniqueId::restart( Nodra::Types::U64 latest ) {
+   last = latest;
 }
 
 } // namespace Vesk

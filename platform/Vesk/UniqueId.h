@@ -13,8 +13,12 @@ class UniqueId {
 
    std::string toStrep() const { return std::to_string( value_ ); }
 
-   // The next id will be 1 again: for a process that starts its agent afresh.
-   static void restart();
+   // The id made last, 0 before the first.
+   static Nodra::Types::U64 latest();
+
+   // The next id will be the one after `latest`: for a process that starts its agent afresh, or goes on where
+   // another one ended.
+   static void restart( Nodra::Types::U64 latest = 0 );
 
  private:
    Nodra::Types::U64 value_;
