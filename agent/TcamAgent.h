@@ -24,9 +24,9 @@ using PortSet = Nodra::FlatSet<QuarraCentral::QuarraModPort>;
 struct InstallRequest {
    TcamGroupId group;
    U32 entry = 0;
-   std::vector<QuarraCentral::QuarraModPort> ports;
-   bool ethernet = false;                  // all ethernet ports
-   std::optional<QuarraTcam::RuleId> rule; // needed in system groups
+   std::vector<QuarraCentral::QuarraModPort> ports = {};
+   bool ethernet = false;                       // all ethernet ports
+   std::optional<QuarraTcam::RuleId> rule = {}; // needed in system groups
 };
 
 // An installed entry: what was asked, the key that holds its class ID, and the class ID's place.

@@ -4,6 +4,7 @@
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/AclGroupSize.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
 #include "Sdk/SdkCall.h"
 
