@@ -161,7 +161,7 @@ class QUARRA_TCAM_API QuarraTcamTestHSDKPortsHelper : public QuarraTcamHSDKPorts
    void handleInitialized() override;
 };
 
-// Each makes a helper of its variant. A null chip state aborts.
+// Each makes a helper of its variant. A null chip state aborts; so does an SDK function of its generation that is not linked.
 QUARRA_TCAM_API QuarraTcamPortsHelper::Ptr quarraTcamSdk6PortsHelperFactory( const Scsd &scsd );
 QUARRA_TCAM_API QuarraTcamPortsHelper::Ptr quarraTcamHSDKPortsHelperFactory( const Scsd &scsd );
 QUARRA_TCAM_API QuarraTcamPortsHelper::Ptr quarraTcamTestSdk6PortsHelperFactory( const Scsd &scsd );

@@ -24,10 +24,10 @@ using PortSet = Nodra::FlatSet<QuarraCentral::QuarraModPort>;
 struct InstallRequest {
    TcamGroupId group;
    U32 entry = 0;
-   std::vector<QuarraCentral::QuarraModPort> ports;
-   bool ethernet = false;                  // all ethernet ports
-   std::optional<QuarraTcam::RuleId> rule; // needed in system groups
-   std::string label = {};                 // the caller's own name for the entry; carried, not looked at
+   std::vector<QuarraCentral::QuarraModPort> ports = {};
+   bool ethernet = false;                       // all ethernet ports
+   std::optional<QuarraTcam::RuleId> rule = {}; // needed in system groups
+   std::string label = {};                      // the caller's own name for the entry; carried, not looked at
 };
 
 // A request from before its first SDK call to after its last one.

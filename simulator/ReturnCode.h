@@ -1,5 +1,7 @@
 #pragma once
 
+#include "simulator/Export.h"
+
 namespace QuarraSimulator {
 
 // What the simulated SDK's functions return.
@@ -25,6 +27,6 @@ enum Value : int {
 } // namespace Code
 
 // The text of any return code: "Ok" from 0 up, "Unknown error" for a negative code that is none of the above.
-const char *errorText( int code );
+QUARRA_SIMULATOR_API const char *errorText( int code );
 
 } // namespace QuarraSimulator

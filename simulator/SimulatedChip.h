@@ -9,6 +9,7 @@
 #include "Sdk/Generation.h"
 #include "Sdk/SdkShim.h"
 #include "Vesk/Bitmap.h"
+#include "simulator/Export.h"
 #include "simulator/ReturnCode.h"
 
 // A switch chip over tables in memory, with the SDK functions of both SDK generations. It is as strict as a
@@ -69,7 +70,7 @@ class ChipState;
 
 // The chip, and the SDK shim in front of it. Installs itself in SdkShim while it lives: aborts when a shim is
 // installed already. One thread at a time.
-class SimulatedChip : public Sdk::Shim {
+class QUARRA_SIMULATOR_API SimulatedChip : public Sdk::Shim {
  public:
    // Aborts on options outside their ranges.
    explicit SimulatedChip( ChipOptions options );

@@ -6,9 +6,9 @@
 #include <CLI/CLI.hpp>
 
 #include "Nodra/Trace.h"
+#include "QuarraTcamSdkBaseTypes/Version.h"
 #include "acl/ReadAcl.h"
 #include "tools/Options.h"
-#include "tools/Version.h"
 
 namespace {
 
@@ -53,7 +53,7 @@ int run( const GlobalOptions &global, const std::function<int()> &command ) {
 int main( int argc, char **argv ) {
    CLI::App app( about, "quarra-tcam" );
    app.footer( examples );
-   app.set_version_flag( "-V,--version", std::string( "quarra-tcam " ) + version );
+   app.set_version_flag( "-V,--version", "quarra-tcam " QUARRA_TCAM_PORTS_VERSION );
    app.require_subcommand( 1 );
    app.fallthrough();
    app.failure_message( []( const CLI::App *, const CLI::Error &error ) {

@@ -1,6 +1,7 @@
 #include "Nodra/Assert.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
 #include "Sdk/SdkShim.h"
 
@@ -79,18 +80,22 @@ void QuarraTcamPortsHelper::initializeTcamGroupsInfo() {
 }
 
 QuarraTcamPortsHelper::Ptr quarraTcamSdk6PortsHelperFactory( const Scsd &scsd ) {
+   requireSdk6();
    return std::make_shared<QuarraTcamSdk6PortsHelper>( scsd );
 }
 
 QuarraTcamPortsHelper::Ptr quarraTcamHSDKPortsHelperFactory( const Scsd &scsd ) {
+   requireHsdk();
    return std::make_shared<QuarraTcamHSDKPortsHelper>( scsd );
 }
 
 QuarraTcamPortsHelper::Ptr quarraTcamTestSdk6PortsHelperFactory( const Scsd &scsd ) {
+   requireSdk6();
    return std::make_shared<QuarraTcamTestSdk6PortsHelper>( scsd );
 }
 
 QuarraTcamPortsHelper::Ptr quarraTcamTestHSDKPortsHelperFactory( const Scsd &scsd ) {
+   requireHsdk();
    return std::make_shared<QuarraTcamTestHSDKPortsHelper>( scsd );
 }
 

@@ -4,6 +4,7 @@
 #include "Nodra/Assert.h"
 #include "QuarraCommon/QuarraCommonUtil.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SystemPortTable.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
 #include "Sdk/SdkCall.h"

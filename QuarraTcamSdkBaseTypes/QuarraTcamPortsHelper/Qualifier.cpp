@@ -5,6 +5,7 @@
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/AclGroupSize.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
 #include "Sdk/SdkCall.h"
 

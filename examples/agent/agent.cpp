@@ -5,7 +5,7 @@
 #include "QuarraCentral/ChipProfile.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
-#include "sdk.h"
+#include "shim.h"
 
 using namespace QuarraTcam;
 using QuarraCentral::QuarraModPort;
@@ -63,7 +63,7 @@ void remove( QuarraTcamPortsManager &manager, unsigned entry ) {
 } // namespace
 
 int main() {
-   installSdk();
+   installShim();
    const auto scsd = bringUp();
    auto &manager = *getQuarraTcamPortsManager();
    manager.scsdIs( scsd );

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "Nodra/Export.h"
 #include "Nodra/Text.h"
 
 namespace Nodra {
 
 // Collects what is streamed behind a failed assertion, prints one line on standard error and aborts:
 // source path, ":", line, ": ", function signature, ": assertion failed: ", expression, message.
-class AssertionFailure {
+class NODRA_API AssertionFailure {
  public:
    AssertionFailure( const char *file, int line, const char *function, const char *expression );
    AssertionFailure( const AssertionFailure & ) = delete;

@@ -4,10 +4,12 @@
 #include <mutex>
 #include <thread>
 
+#include "Nodra/Export.h"
+
 namespace Nodra {
 
 // A lock that knows whether the calling thread holds it. Not recursive.
-class AgentLock {
+class NODRA_API AgentLock {
  public:
    void take();
    void release();
@@ -24,8 +26,8 @@ class AgentLock {
 // The two locks of an agent process: the interpreter's, held while scripted code runs, and the activity lock,
 // held by the main thread while it works. A thread that calls into the chip gives both up for the time of the
 // call.
-extern AgentLock theInterpreterLock;
-extern AgentLock theActivityLock;
+extern NODRA_API AgentLock theInterpreterLock;
+extern NODRA_API AgentLock theActivityLock;
 inline AgentLock &interpreterLock() {
    return theInterpreterLock;
 }

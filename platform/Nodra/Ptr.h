@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include "Nodra/Export.h"
+
 namespace Nodra {
 
 // Reference-counted pointers of records and nodes. A copy costs an atomic operation once any thread has run,
@@ -13,7 +15,7 @@ template <typename T>
 using PtrConst = std::shared_ptr<const T>;
 
 // Base of entities that the agent holds by pointer and that are derived from.
-class Node {
+class NODRA_API Node {
  public:
    Node() = default;
    Node( const Node & ) = delete;

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Nodra/Export.h"
 #include "Nodra/Text.h"
 #include "Nodra/Types.h"
 
@@ -12,7 +13,7 @@
 // for every handle. Main thread only.
 namespace Nodra {
 
-class TraceHandle {
+class NODRA_API TraceHandle {
  public:
    static constexpr unsigned maxLevel = 9;
 
@@ -33,25 +34,25 @@ class TraceHandle {
 
 // Turns levels on as `settings` says. Returns an empty string, or what is wrong with it (nothing has changed
 // then). A handle that does not exist (yet) is an error unless `ignoreUnknown`.
-std::string traceLevelsIs( std::string_view settings, bool ignoreUnknown = false );
-void traceLevelsDelAll();
+NODRA_API std::string traceLevelsIs( std::string_view settings, bool ignoreUnknown = false );
+NODRA_API void traceLevelsDelAll();
 
 // Names of all handles, in alphabetical order.
-std::vector<std::string> traceHandles();
+NODRA_API std::vector<std::string> traceHandles();
 
 // Where lines go: standard error at first.
-class TraceSink {
+class NODRA_API TraceSink {
  public:
    virtual ~TraceSink() = default;
    virtual void line( const TraceHandle &handle, unsigned level, const std::string &text ) = 0;
 };
 
 // Installs a sink and returns the one before; null means standard error. The caller keeps ownership.
-TraceSink *traceSinkIs( TraceSink *sink );
+NODRA_API TraceSink *traceSinkIs( TraceSink *sink );
 
 // Keeps the lines in memory while it lives, for tests and tools: installs itself, and restores the sink
 // before it.
-class MemoryTrace : public TraceSink {
+class NODRA_API MemoryTrace : public TraceSink {
  public:
    struct Line {
       std::string handle;
@@ -74,7 +75,7 @@ class MemoryTrace : public TraceSink {
 };
 
 // Appends lines to a file while it lives; installs and restores like MemoryTrace.
-class FileTrace : public TraceSink {
+class NODRA_API FileTrace : public TraceSink {
  public:
    explicit FileTrace( const std::string &path ); // throws std::runtime_error when the file cannot be opened
    ~FileTrace() override;
@@ -88,7 +89,7 @@ class FileTrace : public TraceSink {
    TraceSink *before_;
 };
 
-void traceLine( const TraceHandle &handle, unsigned level, const std::string &text );
+NODRA_API void traceLine( const TraceHandle &handle, unsigned level, const std::string &text );
 
 } // namespace Nodra
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "Nodra/Attributes.h"
+#include "Nodra/Export.h"
 #include "QuarraCentral/ChipInfo.h"
 #include "QuarraCommon/QuarraCommonFeatureAttributes.h"
 #include "QuarraTcam/QuarraTcamFeatureAttributes.h"
@@ -18,8 +19,8 @@ class ChipProfile {
 };
 
 // The active profile of a chip, null when it has none. Whoever brings the chip up sets it.
-const Nodra::PtrConst<ChipProfile> &activeChipProfile( const ChipInfo &chipInfo );
-void activeChipProfileIs( const ChipInfo &chipInfo, Nodra::PtrConst<ChipProfile> profile );
+NODRA_API const Nodra::PtrConst<ChipProfile> &activeChipProfile( const ChipInfo &chipInfo );
+NODRA_API void activeChipProfileIs( const ChipInfo &chipInfo, Nodra::PtrConst<ChipProfile> profile );
 
 // Fixed properties of a chip model.
 class ChipAttributes {
@@ -31,6 +32,6 @@ class QuarraAttributes {
 };
 
 // The attributes of all chips of the system.
-const Nodra::Ptr<QuarraAttributes> &quarraAttributes();
+NODRA_API const Nodra::Ptr<QuarraAttributes> &quarraAttributes();
 
 } // namespace QuarraCentral

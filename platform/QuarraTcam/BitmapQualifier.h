@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "Nodra/Export.h"
 #include "Nodra/Ptr.h"
 #include "Vesk/Bitmap.h"
 
@@ -41,9 +42,9 @@ struct QualifierHintInfo {
 
 // Sets the bits of `value` in the bitmap, from bit `offset` up. Clear bits of the value leave the bitmap's
 // alone.
-void updateBitmap( const Vesk::Bitmap::Ptr &bitmap, U64 value, U10 offset );
+NODRA_API void updateBitmap( const Vesk::Bitmap::Ptr &bitmap, U64 value, U10 offset );
 
 // The lowest `size` bits of a bitmap for traces: "0x28".
-std::string getBitmapString( const Vesk::Bitmap::PtrConst &bitmap, U16 size );
+NODRA_API std::string getBitmapString( const Vesk::Bitmap::PtrConst &bitmap, U16 size );
 
 } // namespace QuarraTcam

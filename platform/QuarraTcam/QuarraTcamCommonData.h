@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "Nodra/Attributes.h"
+#include "Nodra/Export.h"
 #include "Quarra/QuarraCommonSmData.h"
 #include "QuarraTcam/QuarraTcamFeatureAttributes.h"
 
@@ -15,9 +16,9 @@ class QuarraTcamCommonData {
    ATTR( simulation, bool );                  // the switch is simulated
 };
 
-const Nodra::Ptr<QuarraTcamCommonData> &getQuarraTcamCommonData();
+NODRA_API const Nodra::Ptr<QuarraTcamCommonData> &getQuarraTcamCommonData();
 
-bool isSimulation();
+NODRA_API bool isSimulation();
 
 enum class StageType : U8 {
    invalid = 0,
@@ -28,11 +29,11 @@ enum class StageType : U8 {
 
 // TCAM attributes of a stage of the agent's chip. Class IDs exist in the ingress field processor only; other
 // stages, and a chip without a profile, have none (null).
-const Nodra::PtrConst<QuarraTcamFeatureAttributes> &getTcamAttr( StageType stage );
+NODRA_API const Nodra::PtrConst<QuarraTcamFeatureAttributes> &getTcamAttr( StageType stage );
 
 // Whether a module id belongs to this switch chip: a module of the chip state, one in the range [low, high),
 // or the one of the common data. Each of the three last arguments may be absent.
-bool isMyModId( const Quarra::QuarraCommonSmData::PtrConst &scsd, QuarraCentral::ModId modId,
-                std::optional<U16> low, std::optional<U16> high, std::optional<U16> common );
+NODRA_API bool isMyModId( const Quarra::QuarraCommonSmData::PtrConst &scsd, QuarraCentral::ModId modId,
+                          std::optional<U16> low, std::optional<U16> high, std::optional<U16> common );
 
 } // namespace QuarraTcam

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Nodra/Attributes.h"
+#include "Nodra/Export.h"
 #include "QuarraCentral/ChipInfo.h"
 #include "QuarraTcam/RequestKey.h"
 #include "QuarraTcam/RuleId.h"
@@ -40,8 +41,9 @@ class SystemAclAttributes {
 };
 
 // Null when the chip has none.
-const Nodra::Ptr<SystemAclAttributes> &getSystemAclAttributes( const QuarraCentral::ChipInfo &chipInfo );
-void systemAclAttributesIs( const QuarraCentral::ChipInfo &chipInfo,
-                            Nodra::Ptr<SystemAclAttributes> attributes );
+NODRA_API const Nodra::Ptr<SystemAclAttributes> &getSystemAclAttributes(
+   const QuarraCentral::ChipInfo &chipInfo );
+NODRA_API void systemAclAttributesIs( const QuarraCentral::ChipInfo &chipInfo,
+                                      Nodra::Ptr<SystemAclAttributes> attributes );
 
 } // namespace QuarraTcam

@@ -3,6 +3,7 @@
 #include <compare>
 #include <ostream>
 
+#include "Nodra/Export.h"
 #include "Nodra/Types.h"
 
 namespace QuarraTcam {
@@ -26,6 +27,6 @@ class TcamGroupId {
 };
 
 // Whether the group holds the system's own control-plane rules.
-bool isSystemAclGroup( TcamGroupId tcamGroupId );
+NODRA_API bool isSystemAclGroup( TcamGroupId tcamGroupId );
 
 } // namespace QuarraTcam

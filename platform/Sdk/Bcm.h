@@ -4,6 +4,7 @@
 
 // The SDK6 interface of the chip, as far as class IDs need it. Whoever provides the SDK defines these
 // functions: the library is linked against them. Each returns 0, or a negative code on error.
+#pragma GCC visibility push( default ) // found by the library also in an agent of hidden visibility
 extern "C" {
 
 // A port bitmap of 2048 bits.
@@ -33,3 +34,4 @@ int velmor_bcm_field_qualify_SubportGroupIds( int unit, uint32_t entry, uint32_t
                                               const bcm_subport_port_group_t *data, uint32_t maskCount,
                                               const bcm_subport_port_group_t *mask, uint32_t classIdSize );
 }
+#pragma GCC visibility pop

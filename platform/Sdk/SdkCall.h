@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Nodra/Export.h"
 #include "Nodra/Locks.h"
 #include "Nodra/Trace.h"
 #include "Sdk/SdkShim.h"
@@ -15,8 +16,8 @@ struct CallSite {
    const char *text;
 };
 
-void traceCode( const Nodra::TraceHandle &handle, const CallSite &site, int code );
-[[noreturn]] void callFailed( const CallSite &site, int code );
+NODRA_API void traceCode( const Nodra::TraceHandle &handle, const CallSite &site, int code );
+[[noreturn]] NODRA_API void callFailed( const CallSite &site, int code );
 
 // Traces the return code of a call and gives it back. The site, here and below, is a function that makes it,
 // for few calls need theirs.

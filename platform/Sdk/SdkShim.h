@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Nodra/Export.h"
 #include "QuarraCentral/QuarraModPort.h"
 #include "Sdk/Bcm.h"
 #include "Sdk/Bcmlt.h"
@@ -13,7 +14,7 @@ enum class Opcode { lookup, insert, update };
 
 // The agent's access to the SDK: what differs between SDK releases, and what the agent needs beside the
 // functions that the library calls by name. Installed in SdkShim by whoever provides the SDK.
-class Shim {
+class NODRA_API Shim {
  public:
    virtual ~Shim() = default;
 
@@ -48,4 +49,4 @@ class Shim {
 } // namespace Sdk
 
 // The installed shim; null until the SDK is there.
-extern Sdk::Shim *SdkShim;
+extern NODRA_API Sdk::Shim *SdkShim;

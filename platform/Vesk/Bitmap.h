@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "Nodra/Export.h"
 #include "Nodra/Ptr.h"
 #include "Nodra/Types.h"
 
@@ -20,7 +21,7 @@ enum class BitState : U8 { set = 0, clear = 1 };
 } // namespace HBitmap
 
 // A bitmap of a fixed number of bits. A bit or range outside of it aborts; ranges are inclusive.
-class Bitmap {
+class NODRA_API Bitmap {
  public:
    using Ptr = Nodra::Ptr<Bitmap>;
    using PtrConst = Nodra::PtrConst<Bitmap>;

@@ -2,12 +2,13 @@
 
 #include <string>
 
+#include "Nodra/Export.h"
 #include "Nodra/Types.h"
 
 namespace Vesk {
 
 // An identifier that no other one of the process equals. The ids count up from 1.
-class UniqueId {
+class NODRA_API UniqueId {
  public:
    UniqueId();
 

@@ -3,4 +3,4 @@
 #include "Sdk/SdkShim.h"
 
 // Installs this agent's SDK shim.
-void installSdk();
+void installShim();
