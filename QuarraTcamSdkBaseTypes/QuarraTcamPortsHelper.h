@@ -14,7 +14,9 @@
 // The chip-specific half of the class-ID manager: which TCAM groups exist on a chip and how their class IDs
 // are shaped, how a class ID reaches the chip's per-port tables, and how it becomes the qualifier of a TCAM
 // entry. One variant for each SDK generation, and a simulation twin of each. The agent makes one through a
-// factory below. Main thread only. An SDK call that fails aborts the process.
+// factory below. Main thread only. What an operation requires is asserted: a broken requirement aborts the
+// process with one line that names the operation and the condition, as does a failing SDK call. Null pointers
+// are never allowed.
 namespace QuarraTcam {
 
 // A set of TCAM groups.
@@ -41,27 +43,35 @@ class QUARRA_TCAM_API QuarraTcamPortsHelper : public Nodra::Node {
    ATTR( systemPortMax, U16 );                  // highest system port of the chip, where it has system ports
 
  public:
-   // ---- What a variant answers. The defaults abort, but for the list of groups.
-   // --------------------------------
+   // ---- What a variant answers. The defaults abort, but for the list of groups. ---------------------------
 
-   // Makes `bitToSet` of the ACL-group value read 1 on exactly the ports of the group.
+   // Makes `bitToSet` of the ACL-group value read 1 on exactly the ports of the group; all ethernet ports are
+   // the variant's. Requires an installed SdkShim where the chip is programmed. A bit of logical tables is at
+   // most 159; a group of all ethernet ports lists none on SDK6.
    virtual void setAclGroupClassId( U8 bitToSet, const IntfGroupInfo::PtrConst &intfGroup );
 
-   // The TCAM groups of the chip that use class IDs.
+   // Returns the TCAM groups of the chip that use class IDs.
    virtual TcamGroupSet setTcamGroups();
 
+   // Returns whether the group's class IDs lie in the source-trunk map and are reserved at start-up (known
+   // behaviour vfp-on-demand).
    virtual bool isSourceTrunkMapGroup( TcamGroupId tcamGroupId );
 
-   // Enters the rules that are known in advance as request keys of the group's registered configuration.
+   // Enters the rules that are known in advance as request keys of the group's configuration; entering them
+   // again changes nothing. Requires a registered group that is a system group or answers
+   // isSourceTrunkMapGroup.
    virtual void populateStaticClassIdReservation( TcamGroupId tcamGroupId );
 
+   // Return how the group uses class IDs, for any group number: its space, the bits of a fixed offset (0 for
+   // none), the bits of a pool, the pools that one reservation takes.
    virtual ClassIdType getClassIdTypeForGroup( TcamGroupId tcamGroupId );
    virtual U32 getPoolBitsForGroup( TcamGroupId tcamGroupId );
    virtual U8 getPoolWidthForGroup( TcamGroupId tcamGroupId );
    virtual U8 getNumberOfPoolsForGroup( TcamGroupId tcamGroupId );
 
-   // Writes the ACL-group qualifier of an entry: positions of the bits compared, and of those that must
-   // read 1.
+   // Writes the ACL-group qualifier of an entry: positions of the bits that must read 1, and of those
+   // compared.
+   // Requires an SdkShim. The arrays hold as many positions as said; they stay the caller's.
    virtual void qualifySubPortGroupIds( U32 unit, U32 entryId, U32 numSetDataBits, U32 *dataBits,
                                         U32 numSetMaskBits, U32 *maskBits );
 
@@ -69,25 +79,30 @@ class QUARRA_TCAM_API QuarraTcamPortsHelper : public Nodra::Node {
    // stay.
    virtual void populateCpuIntfGroup( const IntfGroupInfo::Ptr &intfGroup );
 
-   // ---- What all variants share.
-   // -------------------------------------------------------------------------------
+   // ---- What all variants share. --------------------------------------------------------------------------
 
-   // Registers the configuration of every group of setTcamGroups(), with the static reservations.
+   // Registers the configuration of every group of setTcamGroups(), with the static reservations. Groups that
+   // are registered already keep theirs.
    void initializeTcamGroupsInfo();
 
+   // Returns allocateOnInit for system groups and those that answer isSourceTrunkMapGroup.
    ClassIdAllocationStrategy getAllocationStrategyForGroup( TcamGroupId tcamGroupId );
 
-   // Writes the qualifier into a TCAM entry, encoded as the group's class-ID type wants it. Data and mask
-   // must have one size; of an ACL-group type both must have a bit set.
+   // Writes the qualifier into a TCAM entry, encoded as the group's class-ID type wants it.
+   // Requires a registered group of a type that is a space, and data and mask of one size. Of an ACL-group
+   // type also: no more bits than the ACL-group value, a bit set in both, and no more set in the data than in
+   // the mask.
    void setClassIdQualifier( U32 unit, TcamGroupId tcamGroupId, U32 entryId,
                              const BitmapQualifier::PtrConst &classId );
 
-   // The interface group of a port bitmap whose bits are ACL group keys, or of all ethernet ports when
-   // `ethernet` is set. Bits of no interface are skipped; an interface without a port aborts.
+   // Returns a new interface group: of a port bitmap whose bits are ACL group keys, or of all ethernet ports
+   // when `ethernet` is set. Bits of no interface are skipped. Requires a port of every interface that is
+   // found. A module id above 64 or a port above 1023 raises the range error.
    IntfGroupInfo::PtrConst getIntfGroupFromPbmp( TcamGroupId tcamGroupId, const bcm_pbmp_t &pbmp,
                                                  bool ethernet );
 
-   // The interface group of a profile: its ports on this switch chip, with the CPU's where it asks for them.
+   // Returns a new interface group of a profile: its ports on this switch chip, with the CPU's where it asks
+   // for them, or all ethernet ports.
    IntfGroupInfo::PtrConst getIntfGroupFromIntfProfile( const IntfProfile::PtrConst &profile );
 };
 
@@ -107,7 +122,8 @@ class QUARRA_TCAM_API QuarraTcamSdk6PortsHelper : public QuarraTcamPortsHelper {
                                 U32 *maskBits ) override;
    void populateCpuIntfGroup( const IntfGroupInfo::Ptr &intfGroup ) override;
 
-   // Sets what depends on the chip state. Each variant's constructor runs its own.
+   // Sets what depends on the chip state, which must be there; on logical tables its first chip needs a
+   // profile with common feature attributes. Each variant's constructor runs its own.
    virtual void handleInitialized();
 };
 
@@ -161,7 +177,8 @@ class QUARRA_TCAM_API QuarraTcamTestHSDKPortsHelper : public QuarraTcamHSDKPorts
    void handleInitialized() override;
 };
 
-// Each makes a helper of its variant. A null chip state aborts; so does an SDK function of its generation that is not linked.
+// Each returns a new helper of its variant. Requires what its handleInitialized does, and that the SDK functions of its
+// generation are linked.
 QUARRA_TCAM_API QuarraTcamPortsHelper::Ptr quarraTcamSdk6PortsHelperFactory( const Scsd &scsd );
 QUARRA_TCAM_API QuarraTcamPortsHelper::Ptr quarraTcamHSDKPortsHelperFactory( const Scsd &scsd );
 QUARRA_TCAM_API QuarraTcamPortsHelper::Ptr quarraTcamTestSdk6PortsHelperFactory( const Scsd &scsd );

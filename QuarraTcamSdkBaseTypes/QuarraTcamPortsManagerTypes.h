@@ -10,7 +10,9 @@
 #include "Vesk/Bitmap.h"
 
 // The live state of class IDs: interface groups, pools, requests, and what a TCAM group holds of them.
-// Records are made by their factories and held by reference-counted pointers. Main thread only.
+// Records are made by their factories and held by reference-counted pointers. Main thread only. Reading a
+// member that is not there gives a null pointer; `...Is( key )` returns the member and makes it when it is
+// missing.
 namespace QuarraTcam {
 
 // The ports that a TCAM rule matches on, or all ethernet ports.
@@ -35,7 +37,7 @@ class QUARRA_TCAM_API IntfGroupInfo {
    // Made when first asked for, and kept until the group changes.
    U32 hash() const;
 
-   // The same ports and the same flag. A null `other` aborts, here and in deepCopy.
+   // Whether both have the same ports and the same flag. Requires a group, as deepCopy does.
    bool isEqual( const PtrConst &other ) const;
 
    // Makes this group a copy of `other`, in place: whoever holds it sees the new contents.
@@ -62,8 +64,7 @@ class QUARRA_TCAM_API IntfGroupHashToIntfGroupInfo {
    explicit IntfGroupHashToIntfGroupInfo( U32 intfGroupHash ) : intfGroupHash_( intfGroupHash ) {}
 
    ATTR_KEY( intfGroupHash, U32 );
-   ATTR_HASH_VALUES( requestKeyToIntfGroup, RequestKey,
-                     IntfGroupInfo::PtrConst ); // the group is shared, not copied
+   ATTR_HASH_VALUES( requestKeyToIntfGroup, RequestKey, IntfGroupInfo::PtrConst ); // shared, not copied
 };
 
 QUARRA_TCAM_API IntfGroupHashToIntfGroupInfo::Ptr intfGroupHashToIntfGroupInfoFactory( U32 intfGroupHash );
@@ -80,7 +81,7 @@ class QUARRA_TCAM_API PoolStatus {
    ATTR( baseOffset, U8 );  // first bit of the pool in the hardware space
    ATTR( size, U8 );        // width in bits
    ATTR_QUEUE( classIdPool,
-               U16 ); // values not lent out; the front is lent next, a returned one goes to the back
+               U16 ); // values not lent out: the front is lent next, a returned one goes to the back
 
  public:
    // As large as the hardware space, with exactly the pool's bits set; null until made.
@@ -148,9 +149,8 @@ class QUARRA_TCAM_API ClassIdTcamGroupStatus {
    ClassIdTcamGroupStatus &operator=( const ClassIdTcamGroupStatus & ) = delete;
 
    ATTR_KEY( tcamGroupId, TcamGroupId );
-   ATTR( lastPoolNum, U16 ); // highest pool id handed out so far; ids are not used again while this lives
+   ATTR( lastPoolNum, U16 ); // highest pool id handed out so far; lower ones are used again after 65,535 only
    ATTR_MAP( poolStatus, U16, PoolStatus ); // by pool id, ascending
-   ATTR_HASH_MAP( intfGroupHashToIntfGroupInfo, U32, IntfGroupHashToIntfGroupInfo );
 
  public:
    void lastPoolNumInc( U16 n ) { lastPoolNumIs( static_cast<U16>( lastPoolNum() + n ) ); }
@@ -167,6 +167,9 @@ class QUARRA_TCAM_API ClassIdTcamGroupStatus {
    bool requestStatusDel( const RequestKey &key );
    void requestStatusDelAll();
 
+   ATTR_HASH_MAP( intfGroupHashToIntfGroupInfo, U32, IntfGroupHashToIntfGroupInfo );
+
+ public:
    // The first request, in the order of the walk, whose entryRef holds the entry; null when there is none.
    // One look-up.
    const ClassIdRequestStatus *requestOfEntry( U32 entryId ) const;

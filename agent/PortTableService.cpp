@@ -3,9 +3,10 @@
 #include <unordered_set>
 
 #include "Sdk/SdkCall.h"
-#include "agent/Trace.h"
 
 namespace QuarraAgent {
+
+static Nodra::TraceHandle unitTrace( "TcamAgent" );
 
 void PortTableService::drain() {
    std::unordered_set<U64> written;

@@ -4,9 +4,10 @@
 
 #include "Sdk/SdkCall.h"
 #include "agent/RequestChecks.h"
-#include "agent/Trace.h"
 
 namespace QuarraAgent {
+
+static Nodra::TraceHandle unitTrace( "TcamAgent" );
 namespace {
 
 using namespace QuarraTcam;

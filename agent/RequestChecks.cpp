@@ -41,15 +41,6 @@ const PoolStatus *lendingPool( const ClassIdTcamGroupStatus &status ) {
    return item == pools.end() ? nullptr : item->second.get();
 }
 
-std::optional<U32> lowestFreeRun( const Vesk::Bitmap &bitmap, U32 bits ) {
-   for ( U32 first = 0; first + bits <= bitmap.size(); ++first ) {
-      if ( !bitmap.anySet( first, first + bits - 1 ) ) {
-         return first;
-      }
-   }
-   return std::nullopt;
-}
-
 // " 20 of 64 bits of aclGroupFlexibleWidth are free; held: group 1: 1, group 2: 4"
 std::string spaceUse( const QuarraTcamPortsManager &manager, ClassIdType type ) {
    const auto &bitmap = *manager.classIdHwStatus( type );
@@ -273,11 +264,7 @@ RequestRefused noRoom( const QuarraTcamPortsManager &manager, const ClassIdTcamG
    Text text;
    text << "group " << config.tcamGroupId() << " entry " << entry << ": no class ID is free";
    const auto *status = statusOf( manager, config.tcamGroupId() );
-   constexpr U32 lastPoolId = 0xffff;
-   if ( status && status->lastPoolNum() + config.classIdNumPools() > lastPoolId ) {
-      text << ": the group has had " << status->lastPoolNum() << " pools, each with an id of its own up to "
-           << lastPoolId << "; it starts again when all of its entries are removed";
-   } else if ( config.classIdType() == aclGroupFixedWidth ) {
+   if ( config.classIdType() == aclGroupFixedWidth ) {
       text << ": the group's " << ( ( 1u << config.classIdPoolWidth() ) - 1 ) << " are lent to "
            << status->requestStatuss() << " port sets, and a fixed-width group does not grow";
    } else {

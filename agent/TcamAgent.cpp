@@ -6,14 +6,13 @@
 #include "agent/ChipState.h"
 #include "agent/RequestChecks.h"
 #include "agent/SystemAclFeatures.h"
-#include "agent/Trace.h"
 
 namespace QuarraAgent {
 
 using namespace QuarraTcam;
 using enum ClassIdType;
 
-Nodra::TraceHandle agentTrace( "TcamAgent" );
+static Nodra::TraceHandle unitTrace( "TcamAgent" );
 
 TcamAgent::TcamAgent( const Variant &variant, const ChipConfig &chip, QuarraTcamPortsManager::Ptr manager )
    : variant_( variant ),

@@ -1,21 +1,26 @@
 #include "simulator/LogicalTables.h"
 
 #include <algorithm>
+#include <array>
 
 #include "Nodra/Text.h"
+#include "Sdk/SystemPortTable.h"
 #include "simulator/ReturnCode.h"
 
 namespace QuarraSimulator {
 namespace {
 
-constexpr FieldLayout systemPortFields[] = {
-   { "SYSTEM_SOURCE", 16 },        { "ACL_GROUP_BITMAP", 32 },     { "ACL_GROUP_CLASS_ID_0", 16 },
-   { "ACL_GROUP_CLASS_ID_1", 16 }, { "ACL_GROUP_CLASS_ID_2", 16 }, { "ACL_GROUP_CLASS_ID_3", 16 },
-   { "ACL_GROUP_CLASS_ID_4", 16 }, { "ACL_GROUP_CLASS_ID_5", 16 }, { "ACL_GROUP_CLASS_ID_6", 16 },
-   { "ACL_GROUP_CLASS_ID_7", 16 },
-};
+// The key, then the fields of the ACL-group value.
+constexpr auto systemPortFields = [] {
+   std::array<FieldLayout, 1 + std::size( Sdk::aclGroupFields )> fields{ FieldLayout{ Sdk::systemPortKey,
+                                                                                      16 } };
+   for ( std::size_t i = 0; i < std::size( Sdk::aclGroupFields ); ++i ) {
+      fields[ i + 1 ] = { Sdk::aclGroupFields[ i ].name, Sdk::aclGroupFields[ i ].bits };
+   }
+   return fields;
+}();
 
-constexpr TableLayout systemPortLayout = { "ING_SYSTEM_PORT_TABLE", systemPortFields };
+constexpr TableLayout systemPortLayout = { Sdk::systemPortTable, systemPortFields };
 
 struct Exchange {
    int ( LogicalTable::*make )( WorkingCopy & );

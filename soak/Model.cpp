@@ -147,27 +147,40 @@ std::optional<U32> Model::lowestRun( Space space, U32 bits ) const {
    return std::nullopt;
 }
 
-bool Model::takePools( U16 id, U8 width ) {
+// The id of the last pool made, or 0.
+U16 Model::takePools( U16 id, U8 width ) {
    const auto &group = groups_.at( id );
    const U32 bits = U32{ width } * group.numPools;
    const auto first = group.poolBits ? static_cast<U32>( std::countr_zero( group.poolBits ) )
                                      : lowestRun( group.space, bits );
    if ( !first ) {
-      return false;
+      return 0;
    }
    auto &state = states_[ id ];
    happened( state.pools.empty() ? Event::newPool : Event::secondPool );
+   U16 last = 0;
    for ( U8 n = 0; n < group.numPools; ++n ) {
-      ModelPool pool{ ++state.lastPool, *first + U32{ n } * width, width, {} };
+      // When all ids have been handed out, the lowest that no pool holds; pools stand in the order of their ids.
+      auto place = state.pools.end();
+      U16 poolId = 1;
+      if ( state.lastPool < 0xffff ) {
+         poolId = ++state.lastPool;
+      } else {
+         for ( place = state.pools.begin(); place != state.pools.end() && place->id == poolId; ++place ) {
+            ++poolId;
+         }
+      }
+      ModelPool pool{ poolId, *first + U32{ n } * width, width, {} };
       for ( U32 classId = 1; classId < U32{ 1 } << width; ++classId ) {
          pool.free.push_back( static_cast<U16>( classId ) );
       }
-      state.pools.push_back( pool );
+      state.pools.insert( place, pool );
+      last = poolId;
    }
    for ( U32 bit = *first; bit < *first + bits && !group.poolBits; ++bit ) {
       reserved_.at( group.space ).insert( bit );
    }
-   return true;
+   return last;
 }
 
 // A free class ID of any pool, of the lowest id first; else a new pool, in the group's width or of one bit.
@@ -190,13 +203,16 @@ Holder *Model::reserve( U16 id, const std::string &startRule, U32 entry ) {
       if ( group.space == Space::fixedWidth ) {
          return nullptr;
       }
-      if ( !takePools( id, group.width ) ) {
-         if ( !takePools( id, 1 ) ) {
+      U16 made = takePools( id, group.width );
+      if ( !made ) {
+         made = takePools( id, 1 );
+         if ( !made ) {
             return nullptr;
          }
          happened( Event::fallback );
       }
-      pool = &states_.at( id ).pools.back(); // of several new pools, the last one
+      auto &pools = states_.at( id ).pools; // of several new ones, the last
+      pool = &*std::find_if( pools.begin(), pools.end(), [ & ]( auto &one ) { return one.id == made; } );
    }
    auto &state = states_.at( id );
    state.holders.push_back( { ++lastKey_, startRule, pool->free.front(), pool->id, { entry }, {} } );

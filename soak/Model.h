@@ -138,7 +138,7 @@ class Model {
    PortSet portsOf( const ModelRequest &request ) const;
    Holder *holderOf( const ModelRequest &request, const PortSet &ports );
    std::optional<U32> lowestRun( Space space, U32 bits ) const;
-   bool takePools( U16 group, U8 width );
+   U16 takePools( U16 group, U8 width );
    Holder *reserve( U16 group, const std::string &startRule, U32 entry );
    void takePorts( U16 group, const Holder &newest, const PortSet &ports );
    void program( U16 group, Holder &holder, const PortSet &ports );

@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "agent/Trace.h"
+#include "Nodra/Trace.h"
 #include "tests/BadInputs.h"
 #include "tools/ApplyReport.h"
 
@@ -21,6 +21,8 @@ using namespace QuarraLab;
 using namespace QuarraTool;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
+
+Nodra::TraceHandle agentTrace( "TcamAgent" );
 
 constexpr auto dumpLine = R"({"op":"dump"})";
 
@@ -137,7 +139,7 @@ TEST( BadInput, AsAnOptionIsRefused ) {
    }
    for ( const auto &input : badInputs( "trace" ) ) {
       expectRefusal( input, Nodra::traceLevelsIs( input.text ) );
-      EXPECT_EQ( QuarraAgent::agentTrace.levels(), 0 ) << input.where();
+      EXPECT_EQ( agentTrace.levels(), 0 ) << input.where();
    }
 }
 

@@ -37,12 +37,12 @@ TEST_F( HelperMisuse, OfQualifiersAndRecords ) {
         [ & ] { qualify( one, 2, 2, 64, 63 ); } },
       { "setClassIdQualifier", "0 && \"Unknown class Id\"", [ & ] { qualify( typeless, 2, 2 ); } },
       { "setClassIdQualifier", "0 && \"Unknown class Id\"", [ & ] { qualify( endMarked, 2, 2 ); } },
-      { "qualifyAclGroup", "classId->data()->size() <= classIdSize",
+      { "setClassIdQualifier", "classId->data()->size() <= classIdSize",
         [ & ] { qualify( one, 2, 2, 65, 65 ); } },
-      { "qualifyAclGroup", "numSetMaskBits && numSetDataBits", [ & ] { qualify( one, 2, 0 ); } },
-      { "qualifyAclGroup", "numSetMaskBits && numSetDataBits", [ & ] { qualify( one, 0, 2 ); } },
-      { "qualifyAclGroup", "numSetDataBits <= numSetMaskBits", [ & ] { qualify( one, 6, 2 ); } },
-      { "aclGroupSize", "!!quarraTcamAttr",
+      { "setClassIdQualifier", "numSetMaskBits && numSetDataBits", [ & ] { qualify( one, 2, 0 ); } },
+      { "setClassIdQualifier", "numSetMaskBits && numSetDataBits", [ & ] { qualify( one, 0, 2 ); } },
+      { "setClassIdQualifier", "numSetDataBits <= numSetMaskBits", [ & ] { qualify( one, 6, 2 ); } },
+      { "setClassIdQualifier", "!!quarraTcamAttr",
         [ & ] {
            withoutProfile();
            qualify( one, 2, 2 );
@@ -53,6 +53,17 @@ TEST_F( HelperMisuse, OfQualifiersAndRecords ) {
            chip->pbmpPortAdd( pbmp, 700 );
            manager->getIntfGroupFromPbmp( one, pbmp, false );
         } },
+      { "setClassIdQualifier", "classId && classId->data() && classId->mask()",
+        [ & ] { helper->setClassIdQualifier( 0, one, 1, nullptr ); } },
+      { "setClassIdQualifier", "classId && classId->data() && classId->mask()",
+        [ & ] { helper->setClassIdQualifier( 0, one, 1, bitmapQualifierFactory() ); } },
+      { "getIntfGroupFromPbmp", "SdkShim",
+        [ & ] {
+           SdkShim = nullptr;
+           manager->getIntfGroupFromPbmp( one, {}, false );
+        } },
+      { "getIntfGroupFromIntfProfile", "!!profile",
+        [ & ] { manager->getIntfGroupFromIntfProfile( nullptr ); } },
       { "isEqual", invalidGroup, [ & ] { allEthernet()->isEqual( nullptr ); } },
       { "deepCopy", invalidGroup, [ & ] { allEthernet()->deepCopy( nullptr ); } },
       { "addClassIdInfoToMap", "!!classIdInfo", [ & ] { addClassIdInfoToMap( unknown, nullptr ); } },
@@ -82,6 +93,7 @@ TEST_F( HelperMisuse, OfEveryVariant ) {
       expectAborts( {
          { "handleInitialized", "!!scsd()", [ & ] { variant.factory( nullptr ); } },
          { "setAclGroupClassId", "!!intfGroup", [ & ] { helper->setAclGroupClassId( 3, nullptr ); } },
+         { "populateCpuIntfGroup", "!!intfGroup", [ & ] { helper->populateCpuIntfGroup( nullptr ); } },
          { "populateStaticClassIdReservation", "!!groupConfig",
            [ & ] { helper->populateStaticClassIdReservation( unknown ); } },
       } );
@@ -170,6 +182,10 @@ TEST_F( HelperMisuse, OfTheTranslation ) {
       scsd->quarraModIdDelAll();
       getter( scsd );
    };
+   const auto withoutShim = [ & ]( const bcm_pbmp_t &( *getter )( const Scsd & )) {
+      SdkShim = nullptr;
+      getter( scsd );
+   };
    expectAborts( {
       { "intfToPortHas", "scsd", [ & ] { intfToPortHas( none, intf ); } },
       { "intfToPortCacheHas", "scsd", [ & ] { intfToPortCacheHas( none, intf ); } },
@@ -184,10 +200,17 @@ TEST_F( HelperMisuse, OfTheTranslation ) {
       { "getActivePorts", "scsd", [ & ] { getActivePorts( none ); } },
       { "getPbmpCpu", "!isVexProduct", [ & ] { onVexProduct( getPbmpCpu ); } },
       { "getPbmpLbAll", "!isVexProduct", [ & ] { onVexProduct( getPbmpLbAll ); } },
-      { "unitPbmp", "scsd->quarraModIdToUnitHas( modId )", [ & ] { withoutUnit( getPbmpEAll ); } },
-      { "unitPbmp", "scsd->quarraModIdToUnitHas( modId )", [ & ] { withoutUnit( getPbmpPortAll ); } },
-      { "firstChipIsVexProduct", "!!chipAttributes", [ & ] { withoutChip( getPbmpPortAll ); } },
-      { "firstChipIsVexProduct", "!!chipAttributes",
+      { "getPbmpEAll", "scsd->quarraModIdToUnitHas( modId )", [ & ] { withoutUnit( getPbmpEAll ); } },
+      { "getPbmpPortAll", "scsd->quarraModIdToUnitHas( modId )", [ & ] { withoutUnit( getPbmpPortAll ); } },
+      { "getPbmpCpu", "SdkShim", [ & ] { withoutShim( getPbmpCpu ); } },
+      { "getActivePorts", "SdkShim", [ & ] { withoutShim( getActivePorts ); } },
+      { "getPbmpEAll", "SdkShim",
+        [ & ] {
+           SdkShim = nullptr;
+           onVexProduct( getPbmpEAll );
+        } },
+      { "getPbmpPortAll", "!!chipAttributes", [ & ] { withoutChip( getPbmpPortAll ); } },
+      { "intfToPort", "!!chipAttributes",
         [ & ] {
            QuarraCentral::quarraAttributes()->chipAttributesDelAll();
            intfToPort( scsd, intf );

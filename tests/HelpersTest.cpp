@@ -312,6 +312,30 @@ TEST_F( Helpers, TraceTheirTextsVerbatim ) {
         " bcmlt_entry_free( systemPortEntry ) (rc:0)" } );
 }
 
+TEST_F( Helpers, TraceAUnitAsTheUnsignedNumberItIs ) {
+   bringUp( "sdk6" );
+   U32 bits[] = { 1 };
+   Nodra::traceLevelsIs( "QuarraTcamPortsHelper/1" );
+   EXPECT_ABORT( helper->qualifySubPortGroupIds( 0x80000000, entry, 1, bits, 1, bits ),
+                 "qualifySubPortGroupIdsunit 2147483648 num data bits: 1" );
+}
+
+// A profile with as many port bits as a word has: the shift was undefined, and the highest port was any number.
+TEST_F( Helpers, OfHsdkTakeAnyNumberOfPortBits ) {
+   bringUp( "hsdk" );
+   for ( const auto &[ portBits, highest ] :
+         { std::pair( 3, 0x7 ), std::pair( 16, 0xffff ), std::pair( 31, 0xffff ), std::pair( 32, 0xffff ),
+           std::pair( 255, 0xffff ) } ) {
+      const auto common = std::make_shared<QuarraCommon::QuarraCommonFeatureAttributes>();
+      common->portBitsIs( static_cast<U8>( portBits ) );
+      const auto profile = std::make_shared<QuarraCentral::ChipProfile>();
+      profile->commonFeatureAttributesIs( common );
+      withProfile( profile );
+      EXPECT_EQ( quarraTcamHSDKPortsHelperFactory( scsd )->systemPortMax(), highest ) << portBits;
+      EXPECT_EQ( common->systemPort( 1, 5, 0 ), portBits < 32 ? 5u | 1u << portBits : 5u );
+   }
+}
+
 TEST_F( Helpers, OfTheSdk6TwinShadowInsteadOfProgramming ) {
    bringUp( "testSdk6" );
    program( 3, ports( { 5, 7 } ) );

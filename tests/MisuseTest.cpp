@@ -50,6 +50,9 @@ class Misuse : public LibraryTest {
    Manager &reservedAtStart( TcamGroupId id, const char *name ) {
       return held( id, name ).entryRefIs( INVALID_ENTRY_ID ), *manager;
    }
+   Manager &withoutHelper() { return manager->portsHelperIs( nullptr ), *manager; }
+   Manager &withoutState() { return manager->scsdIs( nullptr ), *manager; }
+   Manager &withoutShim() { return SdkShim = nullptr, *manager; }
    Manager &unregistered( TcamGroupId id ) { return classIdTcamGroupsInfo.erase( id ), *manager; }
    Manager &typed( TcamGroupId id, ClassIdType type ) { return config( id ).classIdTypeIs( type ), *manager; }
 };
@@ -58,7 +61,17 @@ TEST_F( Misuse, OfSetupAndPools ) {
    start();
    Manager &m = *manager;
    const auto a = key( "a" );
+   const auto restarted = [ & ] { bringUp( "sdk6" ); };
    expectAborts( {
+      { "doSetup", "!classIdHwStatuss() && \"doSetup was called before\"", [ & ] { m.doSetup(); } },
+      { "doSetup", "!!scsd()", [ & ] { restarted(), withoutState().doSetup(); } },
+      { "doSetup", "!!portsHelper()", [ & ] { restarted(), withoutHelper().doSetup(); } },
+      { "initializeHwBitmaps", "!classIdHwStatusHas( type )", [ & ] { m.initializeHwBitmaps(); } },
+      { "initializeHwBitmaps", "!!scsd()", [ & ] { withoutState().initializeHwBitmaps(); } },
+      { "initializeHwBitmaps", "SdkShim", [ & ] { restarted(), withoutShim().initializeHwBitmaps(); } },
+      { "getClassIdTypeForGroup", "!!portsHelper()",
+        [ & ] { withoutHelper().getClassIdTypeForGroup( one ); } },
+      { "isSourceTrunkMapGroup", "!!portsHelper()", [ & ] { withoutHelper().isSourceTrunkMapGroup( one ); } },
       { "reserveClassIdForSystemAclGroup", "!!classIdConfig",
         [ & ] { m.reserveClassIdForSystemAclGroup( unknown ); } },
       { "reserveClassIdForSystemAclGroup",
@@ -180,6 +193,15 @@ TEST_F( Misuse, OfReservationsAndKeys ) {
         [ & ] { m.getClassIdFromPoolWidth( one, a, 1, 1 ); } },
       { "getClassIdFromPoolWidth", "classIdStatus->poolStatuss()",
         [ & ] { withoutPools( one ).reserveClassId( one, fresh, 1 ); } },
+      { "reserveClassIdForIntfGroup", "!!intfGroup",
+        [ & ] { m.reserveClassIdForIntfGroup( one, fresh, 7, nullptr ); } },
+      { "getRequestKeyForIntfGroup", "!!intfGroup", [ & ] { m.getRequestKey( one, 2, {}, nullptr ); } },
+      { "getRequestKeyForRuleId", "!!scsd()", [ & ] { withoutState().getRequestKeyForRuleId( 2, {} ); } },
+      { "getRequestKeyForRuleId", "SdkShim", [ & ] { withoutShim().getRequestKeyForRuleId( 2, {} ); } },
+      { "populateIntfGroupHashToIntfGroupInfo", "!!intfGroup",
+        [ & ] { m.populateIntfGroupHashToIntfGroupInfo( one, a, nullptr ); } },
+      { "deleteIntfGroupFromIntfGroupInfo", "!!intfGroup",
+        [ & ] { m.deleteIntfGroupFromIntfGroupInfo( one, a, nullptr ); } },
       { "getRequestKeyForIntfGroup", "classIdStatus->requestStatusHas( requestKey )",
         [ & ] {
            groupOf( one ).requestStatusDel( a );
@@ -256,7 +278,13 @@ TEST_F( Misuse, OfProgramming ) {
         [ & ] { pooled( one, "none", 1 ).programAclGroupClassId( one, key( "none" ), 1, allEthernet() ); } },
       { "getIntfGroupForBitPos", "!!pool",
         [ & ] { pooled( one, "none", 99 ).programAclGroupClassId( one, a, 1, on9 ); } },
+      { "getIntfGroupForBitPos", "!!other->intfGroup()",
+        [ & ] { withoutIntfGroup( one, "none" ).getIntfGroupForBitPos( one, a, 15 ); } },
+      { "appendIntfGroup", "!!target", [ & ] { m.appendIntfGroup( nullptr, on9 ); } },
+      { "appendIntfGroup", "!!source", [ & ] { m.appendIntfGroup( ports( {} ), nullptr ); } },
       { "programBitForIntfGroup", "!!intfGroup", [ & ] { m.programBitForIntfGroup( 1, nullptr ); } },
+      { "programBitForIntfGroup", "!!portsHelper()",
+        [ & ] { withoutHelper().programBitForIntfGroup( 1, on9 ); } },
       { "getIntfGroup", "classIdTcamGroupStatusHas( tcamGroupId )", [ & ] { m.getIntfGroup( idle, a, 1 ); } },
       { "getIntfGroup", "classIdTcamGroupStatus( tcamGroupId )->requestStatusHas( requestKey )",
         [ & ] { m.getIntfGroup( wide, a, 1 ); } },
@@ -264,15 +292,20 @@ TEST_F( Misuse, OfProgramming ) {
         [ & ] { withoutIntfGroup( one, "a" ).getIntfGroup( one, a, 1 ); } },
       { "cleanupConflictingIntfs", "!!intfGroup", [ & ] { m.cleanupConflictingIntfs( wide, a, nullptr ); } },
       { "cleanupConflictingIntfs", "!!classIdStatus", [ & ] { m.cleanupConflictingIntfs( idle, a, on9 ); } },
+      { "cleanupConflictingIntfs", "other->entryRefs()",
+        [ & ] {
+           held( wide, "v" ).entryRefDelAll();
+           m.programClassIdForIntfGroup( wide, key( "w" ), 2, ports( { 1 } ) );
+        } },
       { "cleanupConflictingIntfs",
         "!intfs->ethernet() && \"Feature cannot have value based class id reservation\"",
         [ & ] {
            held( wide, "v" ).intfGroup()->ethernetIs( true );
            m.programClassIdForIntfGroup( wide, key( "w" ), 2, on9 );
         } },
-      { "reprogram", "!!classIdConfig",
+      { "cleanupConflictingIntfs", "!!classIdConfig",
         [ & ] { unregistered( wide ).cleanupConflictingIntfs( wide, key( "v" ), ports( { 2 } ) ); } },
-      { "reprogram", "0 && \"Invalid classId type\"",
+      { "cleanupConflictingIntfs", "0 && \"Invalid classId type\"",
         [ & ] {
            typed( wide, classIdInvalid ).cleanupConflictingIntfs( wide, key( "v" ), ports( { 2 } ) );
         } },
@@ -282,6 +315,10 @@ TEST_F( Misuse, OfProgramming ) {
         [ & ] { m.programSourceTrunkMapClassId( word, key( "s" ), 1, nullptr ); } },
       { "programSourceTrunkMapClassId", "!!requestStatus",
         [ & ] { m.programSourceTrunkMapClassId( word, key( "new" ), 1, on9 ); } },
+      { "programSourceTrunkMapClassId", "!!scsd()",
+        [ & ] { withoutState().programSourceTrunkMapClassId( word, key( "s" ), 1, on9 ); } },
+      { "programSourceTrunkMapClassId", "SdkShim",
+        [ & ] { withoutShim().programSourceTrunkMapClassId( word, key( "s" ), 1, on9 ); } },
       { "programSourceTrunkMapClassId", "scsd()->quarraModIdHas( ( U16 )SdkShim->vmSingleUnit() )",
         [ & ] {
            scsd->quarraModIdDelAll();
@@ -307,6 +344,22 @@ TEST_F( Misuse, OfProgramming ) {
       { "getClassId", "classIdTcamGroupStatus( tcamGroupId ) ->poolStatusHas( requestStatus->poolId() )",
         [ & ] { withoutPools( one ).getClassId( one, a, 1 ); } },
       { "getClassId", "requestStatus->entryRefHas( entryId )", [ & ] { m.getClassId( one, a, 2 ); } },
+      { "getClassId", "!!pool->tcamMask()",
+        [ & ] {
+           groupOf( one ).poolStatus( 1 )->tcamMaskDel();
+           m.getClassId( one, a, 1 );
+        } },
+      { "getClassId", "!!scsd()", [ & ] { withoutState().getClassId( one, a, 1 ); } },
+      { "getClassId", "SdkShim", [ & ] { withoutShim().getClassId( one, a, 1 ); } },
+      { "programClassIdQualifierInHw", "classId && classId->data() && classId->mask()",
+        [ & ] { m.programClassIdQualifierInHw( 0, one, 1, nullptr ); } },
+      { "programClassIdQualifierInHw", "classId && classId->data() && classId->mask()",
+        [ & ] { m.programClassIdQualifierInHw( 0, one, 1, bitmapQualifierFactory() ); } },
+      { "programClassIdQualifierInHw", "!!helper",
+        [ & ] {
+           const auto classId = m.getClassId( one, a, 1 );
+           withoutHelper().programClassIdQualifierInHw( 0, one, 1, classId );
+        } },
    } );
 }
 
@@ -337,6 +390,10 @@ TEST_F( Misuse, OfRelease ) {
         [ & ] { m.maybeFreeClassId( idle, a, 1 ); } },
       { "maybeFreeClassId", "!!classIdConfig", [ & ] { unregistered( one ).maybeFreeClassId( one, a, 1 ); } },
       { "maybeFreeClassId", "!!requestStatus", [ & ] { m.maybeFreeClassId( wide, a, 1 ); } },
+      { "maybeFreeClassId", "requestStatus->entryRefHas( entryId )",
+        [ & ] { m.maybeFreeClassId( one, a, 2 ); } },
+      { "maybeFreeClassId", "!!intfGroup",
+        [ & ] { withoutIntfGroup( one, "a" ).maybeFreeClassId( one, a, 1 ); } },
       { "maybeFreeClassId", "!QuarraTcam::isSystemAclGroup( tcamGroupId )",
         [ & ] { m.maybeFreeClassId( 2, key( "L4 Micro BFD" ), INVALID_ENTRY_ID ); } },
       { "maybeFreeClassId", "classIdStatus->poolStatusHas( poolId )",
@@ -346,8 +403,8 @@ TEST_F( Misuse, OfRelease ) {
         [ & ] { reservedAtStart( one, "a" ).maybeFreeClassId( one, a, 1 ); } },
       { "maybeFreeClassId", "classIdConfig->allocationType() == allocateOnInit()",
         [ & ] { reservedAtStart( word, "s" ).maybeFreeClassId( word, key( "s" ), 1 ); } },
-      { "unprogram", noPorts, [ & ] { typed( one, classIdInvalid ).maybeFreeClassId( one, a, 1 ); } },
-      { "unprogram", noEthernet,
+      { "maybeFreeClassId", noPorts, [ & ] { typed( one, classIdInvalid ).maybeFreeClassId( one, a, 1 ); } },
+      { "maybeFreeClassId", noEthernet,
         [ & ] {
            config( one ).classIdTypeIs( classIdInvalid );
            held( one, "a" ).intfGroup()->deepCopy( allEthernet() );

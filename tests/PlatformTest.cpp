@@ -19,6 +19,7 @@ using Vesk::Bitmap;
 using enum Vesk::HBitmap::BitState;
 
 Nodra::TraceHandle unitTrace( "PlatformTest" );
+Nodra::TraceHandle sameTrace( "PlatformTest" );
 Nodra::TraceHandle otherTrace( "PlatformTestOther" );
 
 class Tracing : public ::testing::Test {
@@ -37,6 +38,8 @@ TEST_F( Tracing, LevelsAreTurnedOnAsTheSettingsSay ) {
    EXPECT_EQ( levels( "PlatformTest/0" ), std::pair( 0x001u, 0u ) );
    EXPECT_EQ( levels( "PlatformTest/1-3,PlatformTest/9" ), std::pair( 0x20eu, 0u ) );
    EXPECT_EQ( levels( "*/4-4,PlatformTestOther/0-9" ), std::pair( 0x010u, 0x3ffu ) );
+   EXPECT_EQ( sameTrace.levels(), 0x010 ) << "every source file of a unit";
+   EXPECT_THAT( Nodra::traceHandles(), ::testing::Contains( "PlatformTest" ).Times( 1 ) );
 }
 
 TEST_F( Tracing, AWrongSettingIsReportedAndChangesNothing ) {
@@ -319,6 +322,17 @@ TEST_F( SdkCalls, ThatSucceedAreTracedWithTheirTextAndCode ) {
    EXPECT_EQ( trace.lines()[ 0 ].text, at( line ) + "give( 5 ) (rc:5)" );
    EXPECT_EQ( trace.lines()[ 1 ].text, at( line + 1 ) + "give( -7 ) (rc:-7)" );
    EXPECT_EQ( chip.heldAtPreCall.size(), 2u );
+}
+
+// The SDK's names may be macros: their numbers stood in the traces in place of the names.
+#define FIVE_OF_AN_SDK 5
+TEST_F( SdkCalls, AreTracedAsTheyAreWritten ) {
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "PlatformTest/4" );
+   SDK_CALL( give( FIVE_OF_AN_SDK ) );
+   SDK_CALL_TEXT( give( FIVE_OF_AN_SDK ), "give( five )" );
+   EXPECT_THAT( trace.lines().at( 0 ).text, ::testing::EndsWith( " give( FIVE_OF_AN_SDK ) (rc:5)" ) );
+   EXPECT_THAT( trace.lines().at( 1 ).text, ::testing::EndsWith( " give( five ) (rc:5)" ) );
 }
 
 TEST_F( SdkCalls, ThatFailPrintOneLineRunTheHookAndAbort ) {

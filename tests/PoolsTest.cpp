@@ -95,27 +95,70 @@ TEST_F( Pools, OfAGroupStartAgainAtOneWhenTheLastIsGone ) {
    EXPECT_EQ( request( flexibleGroup, key( "e" ) ).poolId(), 1 );
 }
 
-// Ids wrapped to 0 and then to those of living pools: a switch that had changed its ACLs for long enough
-// aborted, with bits leaked on the way.
-TEST_F( Pools, OfAGroupEndWithTheLastId ) {
+// A group with a key reserved at start-up never lost its status: after 65,535 pools in a row it answered
+// "noRoom" for the life of the process, with most of its bits free.
+TEST_F( Pools, OfAGroupThatIsNeverEmptyFindTheirIdsAgain ) {
    emptySpaces();
    group( flexibleGroup, { .width = 1 } );
-   ASSERT_TRUE( reserve( flexibleGroup, key( "stays" ), 1 ) );
-   for ( U32 id = 2; id <= 0xffff; ++id ) {
-      ASSERT_TRUE( reserve( flexibleGroup, key( "passes" ), 2 ) ) << id;
-      ASSERT_EQ( request( flexibleGroup, key( "passes" ) ).poolId(), id );
+   ASSERT_TRUE( reserve( flexibleGroup, key( "stays" ), INVALID_ENTRY_ID ) );
+   const auto takeAndGiveBack = [ & ]( U32 expectedId ) {
+      ASSERT_TRUE( reserve( flexibleGroup, key( "passes" ), 2 ) ) << expectedId;
+      ASSERT_EQ( request( flexibleGroup, key( "passes" ) ).poolId(), expectedId );
       manager->clearClassId( flexibleGroup, key( "passes" ), 2 );
+   };
+   for ( U32 id = 2; id < 0xffff; ++id ) {
+      takeAndGiveBack( id );
+   }
+   ASSERT_TRUE( reserve( flexibleGroup, key( "has the last id" ), 3 ) );
+   takeAndGiveBack( 2 );
+   takeAndGiveBack( 2 );
+   ASSERT_TRUE( reserve( flexibleGroup, key( "has 2" ), 4 ) );
+   takeAndGiveBack( 3 );
+   EXPECT_EQ( request( flexibleGroup, key( "has the last id" ) ).poolId(), 0xffff );
+   EXPECT_EQ( status( flexibleGroup ).lastPoolNum(), 0xffff );
+   EXPECT_EQ( reservedBits( aclGroupFlexibleWidth ), Bits( { 0, 1, 2 } ) );
+}
+
+// More pools than ids can only lie at a fixed offset, over each other. The ids must not start again among the
+// living.
+TEST_F( Pools, WithoutAFreeIdAreNotMade ) {
+   emptySpaces();
+   group( flexibleGroup, { .width = 1, .poolBits = 1 } );
+   for ( U32 id = 1; id <= 0xffff; ++id ) {
+      ASSERT_EQ( manager->reservePoolOfWidth( flexibleGroup, 1 ), id );
    }
    Nodra::MemoryTrace trace;
    Nodra::traceLevelsIs( "QuarraTcamPortsManager/2" );
-   EXPECT_FALSE( reserve( flexibleGroup, key( "one too many" ), 2 ) );
+   EXPECT_EQ( manager->reservePoolOfWidth( flexibleGroup, 1 ), 0 );
    EXPECT_TRUE( trace.has( "Failed to reserve a pool, returning.." ) );
-   EXPECT_EQ( reservedBits( aclGroupFlexibleWidth ), std::vector<U32>( { 0 } ) );
-   EXPECT_TRUE( reserve( flexibleGroup, key( "stays" ), 3 ) );
-   manager->clearClassId( flexibleGroup, key( "stays" ), 1 );
-   manager->clearClassId( flexibleGroup, key( "stays" ), 3 );
-   ASSERT_TRUE( reserve( flexibleGroup, key( "afresh" ), 4 ) );
-   EXPECT_EQ( request( flexibleGroup, key( "afresh" ) ).poolId(), 1u );
+   EXPECT_EQ( status( flexibleGroup ).poolStatuss(), 0xffffu );
+}
+
+// The bound of 16 bits came first: a wide pool aborted where the space only was too narrow for it.
+TEST_F( Pools, TooWideForTheSpaceFallBackToOneBitBeforeTheyAreTooWideToLend ) {
+   emptySpaces( { .flexible = 19 } );
+   group( flexibleGroup, { .width = 20 } );
+   ASSERT_TRUE( reserve( flexibleGroup, key( "a" ), 1 ) );
+   EXPECT_EQ( maskOf( flexibleGroup, 1 ), Bits( { 0 } ) );
+}
+
+// From bit 64 on the trace showed the value at its bit modulo 64.
+TEST_F( Pools, TraceTheHardwareValueAtEveryBit ) {
+   emptySpaces( "hsdk", { .flexible = 32, .fixed = 128 } );
+   auto &space = *manager->classIdHwStatus( aclGroupFixedWidth );
+   Nodra::MemoryTrace trace;
+   Nodra::traceLevelsIs( "QuarraTcamPortsManager/2" );
+   const auto reserveTwoFrom = [ & ]( TcamGroupId id, U32 bit ) {
+      group( id, { .type = aclGroupFixedWidth, .width = 2 } );
+      space.rangeSet( 0, bit - 1 );
+      manager->createAclGroupBitmapHint( id );
+      ASSERT_TRUE( reserve( id, key( "a" ), 1 ) && reserve( id, key( "b" ), 1 ) );
+   };
+   reserveTwoFrom( flexibleGroup, 62 );
+   EXPECT_TRUE( trace.has( "Reserved classId: 9223372036854775808" ) );
+   reserveTwoFrom( otherGroup, 64 );
+   EXPECT_TRUE( trace.has( "Reserved classId: 0x10000000000000000" ) );
+   EXPECT_TRUE( trace.has( "Reserved classId: 0x20000000000000000" ) );
 }
 
 TEST_F( Pools, OfAFixedWidthGroupStayUntilItIsDeleted ) {

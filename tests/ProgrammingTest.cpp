@@ -147,6 +147,19 @@ TEST_F( Programming, TheNewestRequestOfAValueBasedGroupWinsThePort ) {
    EXPECT_EQ( shadow().at( 1 )->setBits(), std::vector<U32>( { 0, 1 } ) );
 }
 
+// The group that the index shares, handed in as the new ports: it was read after the clean-up had let it go.
+TEST_F( Programming, TakesThePortsOfAGroupThatTheIndexLetsGo ) {
+   emptySpaces();
+   group( group500, { .width = 4 } );
+   carry( group500, key( "a" ), 1, ports( { 1, 2 } ) );
+   carry( group500, key( "b" ), 2, ports( { 3 } ) );
+   const auto &index = *status( group500 ).intfGroupHashToIntfGroupInfo( ports( { 1, 2 } )->hash() );
+   manager->programClassIdForIntfGroup( group500, key( "b" ), 2, index.requestKeyToIntfGroup( key( "a" ) ) );
+   EXPECT_EQ( portsOf( key( "a" ) ), Ports() );
+   EXPECT_EQ( portsOf( key( "b" ) ), Ports( { 1, 2 } ) );
+   EXPECT_EQ( portsWithBit( 1 ), Ports( { 1, 2 } ) );
+}
+
 // A key that was reserved without its ports is in no index when another takes a port from it.
 TEST_F( Programming, APortIsTakenFromARequestOutsideOfTheIndex ) {
    emptySpaces();
@@ -246,6 +259,17 @@ TEST_F( SourceTrunkMap, CountsBitsModuloTheWord ) {
    EXPECT_EQ( posted( 1 ), 0x80000003u );
    manager->programClassIdForIntfGroup( table9Group, key( "a" ), INVALID_ENTRY_ID, ports( {} ) );
    EXPECT_EQ( posted( 1 ), 2u );
+}
+
+// The directory was asked for where no word is posted: for all ethernet ports, which have none here.
+TEST_F( SourceTrunkMap, NeedsTheDirectoryForAPortOnly ) {
+   emptySpaces();
+   group( table9Group, { .type = ifpSourceTrunkMap, .width = 1 } );
+   manager->sourceTrunkMapConfigIs( nullptr );
+   carry( table9Group, key( "a" ), 1, allEthernet() );
+   EXPECT_TRUE( request( table9Group, key( "a" ) ).intfGroup()->ethernet() );
+   manager->clearClassId( table9Group, key( "a" ), 1 );
+   EXPECT_FALSE( manager->classIdTcamGroupStatusHas( table9Group ) );
 }
 
 TEST_F( SourceTrunkMap, OfTheVlanFieldProcessorGoesToItsOwnTable ) {

@@ -55,6 +55,19 @@ TEST_F( Release, TakesTheKeyOfTheRecordThatGoes ) {
    EXPECT_EQ( status( group500 ).intfGroupHashToIntfGroupInfos(), 0u );
 }
 
+// The same with the key that the index holds: it was read after the index had let it go.
+TEST_F( Release, TakesTheKeyThatTheIndexLetsGo ) {
+   emptySpaces();
+   group( group500, { .width = 1 } );
+   carry( group500, key( "a" ), 1, ports( { 1 } ) );
+   carry( group500, key( "b" ), 2, ports( { 2 } ) );
+   const auto &index = *status( group500 ).intfGroupHashToIntfGroupInfo( ports( { 1 } )->hash() );
+   manager->maybeFreeClassId( group500, index.requestKeyToIntfGroup().begin()->first, 1 );
+   EXPECT_FALSE( status( group500 ).requestStatusHas( key( "a" ) ) );
+   EXPECT_EQ( portsWithBit( 0 ), std::vector<U32>() );
+   EXPECT_EQ( portsWithBit( 1 ), std::vector<U32>( { 2 } ) );
+}
+
 TEST_F( Release, OfWhatWasNeverReservedIsNoFault ) {
    emptySpaces();
    group( group500, { .width = 1 } );

@@ -11,11 +11,12 @@ inline Quarra::QuarraModInfo firstChip( const Scsd &scsd ) {
    return chips.empty() ? Quarra::QuarraModInfo() : chips.begin()->second;
 }
 
-// The mode of every translation: whether the first chip numbers interfaces by ACL group keys.
-inline bool firstChipIsVexProduct( const Scsd &scsd ) {
+// The mode of every translation: whether the first chip numbers interfaces by ACL group keys. A chip without
+// attributes aborts in the name of `operation`.
+inline bool firstChipIsVexProduct( const Scsd &scsd, const char *operation ) {
    const auto &chipAttributes =
       QuarraCentral::quarraAttributes()->chipAttributes( firstChip( scsd ).chipInfo );
-   NODRA_ASSERT( !!chipAttributes );
+   NODRA_ASSERT_OF( operation, chipAttributes, "!!chipAttributes" );
    return chipAttributes->isVexProduct();
 }
 

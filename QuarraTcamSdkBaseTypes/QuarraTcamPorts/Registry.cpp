@@ -1,11 +1,12 @@
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/Trace.h"
+#include "Sdk/SystemPortTable.h"
 
 namespace QuarraTcam {
 
-Nodra::TraceHandle portsTrace( "QuarraTcamPorts" );
+static Nodra::TraceHandle unitTrace( "QuarraTcamPorts" );
 
 ClassIdTcamGroupsInfo classIdTcamGroupsInfo;
 
@@ -63,16 +64,9 @@ U8 getClassIdSize( ClassIdType classIdType, QuarraCentral::ChipInfo chipInfo ) {
 }
 
 std::string getAclGroupFieldType( U8 bit ) {
-   constexpr unsigned bitmapBits = 32;
-   constexpr unsigned classIdBits = 16;
-   constexpr unsigned classIdFields = 8;
-   if ( bit < bitmapBits ) {
-      return "ACL_GROUP_BITMAP";
-   }
-   if ( bit >= bitmapBits + classIdFields * classIdBits ) {
-      NODRA_ASSERT( 0 && "invalid bit to set" );
-   }
-   return "ACL_GROUP_CLASS_ID_" + std::to_string( ( bit - bitmapBits ) / classIdBits );
+   const auto *field = Sdk::aclGroupFieldOf( bit );
+   NODRA_ASSERT_TEXT( field, "0 && \"invalid bit to set\"" );
+   return field->name;
 }
 
 } // namespace QuarraTcam

@@ -8,21 +8,21 @@ using QuarraTypes::QuarraPort;
 
 bool intfToPortHas( const Scsd &scsd, const IntfId &intfId ) {
    NODRA_ASSERT( scsd );
-   return firstChipIsVexProduct( scsd ) ? scsd->quarraIntfToAclGroupKeyHas( intfId )
-                                        : scsd->quarraIntfToPortHas( intfId );
+   return firstChipIsVexProduct( scsd, __PRETTY_FUNCTION__ ) ? scsd->quarraIntfToAclGroupKeyHas( intfId )
+                                                             : scsd->quarraIntfToPortHas( intfId );
 }
 
 bool intfToPortCacheHas( const Scsd &scsd, const IntfId &intfId ) {
    NODRA_ASSERT( scsd );
-   return firstChipIsVexProduct( scsd ) ? scsd->quarraIntfToAclGroupKeyCacheHas( intfId )
-                                        : scsd->quarraIntfToPortCacheHas( intfId );
+   return firstChipIsVexProduct( scsd, __PRETTY_FUNCTION__ ) ? scsd->quarraIntfToAclGroupKeyCacheHas( intfId )
+                                                             : scsd->quarraIntfToPortCacheHas( intfId );
 }
 
 // A look-up that misses gives a default QuarraPort, which is the invalid port.
 QuarraPort intfToPort( const Scsd &scsd, const IntfId &intfId ) {
    NODRA_ASSERT( scsd );
    const auto &port = scsd->quarraIntfToPort( intfId );
-   if ( !firstChipIsVexProduct( scsd ) ) {
+   if ( !firstChipIsVexProduct( scsd, __PRETTY_FUNCTION__ ) ) {
       return port;
    }
    if ( !intfToPortHas( scsd, intfId ) ) {
@@ -31,10 +31,10 @@ QuarraPort intfToPort( const Scsd &scsd, const IntfId &intfId ) {
    return QuarraPort( port.modId(), port.chip(), scsd->quarraIntfToAclGroupKey( intfId ), 0 );
 }
 
-// Deliberately unlike intfToPort: the module id comes from the chip, not from the interface's port.
+// Known behaviour cached-port-module: unlike intfToPort, the module id comes from the chip.
 QuarraPort intfToPortCache( const Scsd &scsd, const IntfId &intfId ) {
    NODRA_ASSERT( scsd );
-   if ( !firstChipIsVexProduct( scsd ) ) {
+   if ( !firstChipIsVexProduct( scsd, __PRETTY_FUNCTION__ ) ) {
       return scsd->quarraIntfToPortCache( intfId );
    }
    if ( !intfToPortCacheHas( scsd, intfId ) ) {
@@ -46,7 +46,7 @@ QuarraPort intfToPortCache( const Scsd &scsd, const IntfId &intfId ) {
 
 IntfId portToIntf( const Scsd &scsd, const QuarraPort &port ) {
    NODRA_ASSERT( !!scsd );
-   if ( !firstChipIsVexProduct( scsd ) ) {
+   if ( !firstChipIsVexProduct( scsd, __PRETTY_FUNCTION__ ) ) {
       return scsd->quarraPortToIntf( port );
    }
    for ( const auto &[ intfId, aclGroupKey ] : scsd->quarraIntfToAclGroupKey() ) {

@@ -1,15 +1,16 @@
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
 #include "Sdk/SdkShim.h"
 
 namespace QuarraTcam {
 
-Nodra::TraceHandle portsHelperTrace( "QuarraTcamPortsHelper" );
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsHelper" );
 
 void QuarraTcamPortsHelper::setAclGroupClassId( U8 bitToSet, const IntfGroupInfo::PtrConst & ) {
+   NODRA_ASSERT( SdkShim );
    const int unit = SdkShim->vmSingleUnit();
    TRACE( 1, "QuarraTcamPortsHelper::"
                 << "setAclGroupClassId"

@@ -1,10 +1,13 @@
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
 #include "Sdk/SdkShim.h"
 
 namespace QuarraTcam {
+
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsHelper" );
+
 namespace {
 
 using Ivrel::IntfId;
@@ -36,6 +39,8 @@ IntfGroupInfo::PtrConst QuarraTcamPortsHelper::getIntfGroupFromPbmp( TcamGroupId
       intfGroup->ethernetIs( true );
       return intfGroup;
    }
+   NODRA_ASSERT( !!scsd() );
+   NODRA_ASSERT( SdkShim );
    constexpr U32 pbmpBits = sizeof( pbmp.pbits ) * 8;
    for ( U32 bit = 0; bit < pbmpBits; ++bit ) {
       if ( !SdkShim->pbmpMember( pbmp, bit ) ) {
@@ -69,6 +74,7 @@ IntfGroupInfo::PtrConst QuarraTcamPortsHelper::getIntfGroupFromPbmp( TcamGroupId
 
 IntfGroupInfo::PtrConst QuarraTcamPortsHelper::getIntfGroupFromIntfProfile(
    const IntfProfile::PtrConst &profile ) {
+   NODRA_ASSERT( !!profile );
    TRACE( 1, "getIntfGroupFromIntfProfile"
                 << " IntfProfile: " << *profile );
    auto intfGroup = intfGroupInfoFactory();

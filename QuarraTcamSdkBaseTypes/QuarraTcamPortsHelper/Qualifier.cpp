@@ -6,10 +6,12 @@
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/AclGroupSize.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
 #include "Sdk/SdkCall.h"
 
 namespace QuarraTcam {
+
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsHelper" );
+
 namespace {
 
 // The lowest 32 bits as a word. The shift count is taken modulo 32, so a bit above folds onto a lower one.
@@ -30,31 +32,11 @@ U32 listBits( const Vesk::Bitmap &bitmap, std::vector<U32> &bits ) {
    return used;
 }
 
-void qualifySourceTrunkMap( int unit, U32 entryId, const BitmapQualifier &classId ) {
-   const U32 interfaceClassPortData = wordOf( *classId.data() );
-   const U32 interfaceClassPortMask = wordOf( *classId.mask() );
-   SDK_CALL(
-      bcm_field_qualify_InterfaceClassPort( unit, entryId, interfaceClassPortData, interfaceClassPortMask ) );
-}
-
-void qualifyAclGroup( QuarraTcamPortsHelper &helper, U32 unit, U32 entryId,
-                      const BitmapQualifier::PtrConst &classId ) {
-   const U8 classIdSize = aclGroupSize();
-   NODRA_ASSERT( classId->data()->size() <= classIdSize );
-   std::vector<U32> dataBits( classIdSize );
-   std::vector<U32> maskBits( classIdSize );
-   const U32 numSetDataBits = listBits( *classId->data(), dataBits );
-   const U32 numSetMaskBits = listBits( *classId->mask(), maskBits );
-   NODRA_ASSERT( numSetMaskBits && numSetDataBits );
-   NODRA_ASSERT( numSetDataBits <= numSetMaskBits );
-   helper.qualifySubPortGroupIds( unit, entryId, numSetDataBits, dataBits.data(), numSetMaskBits,
-                                  maskBits.data() );
-}
-
 } // namespace
 
 void QuarraTcamPortsHelper::setClassIdQualifier( U32 unit, TcamGroupId tcamGroupId, U32 entryId,
                                                  const BitmapQualifier::PtrConst &classId ) {
+   NODRA_ASSERT( classId && classId->data() && classId->mask() );
    TRACE( 1, "setClassIdQualifier"
                 << " TcamGroupId: " << tcamGroupId << " EntryId: " << entryId << " ClassIdQualfier data: "
                 << getBitmapString( classId->data(), static_cast<U16>( classId->data()->size() ) )
@@ -66,34 +48,59 @@ void QuarraTcamPortsHelper::setClassIdQualifier( U32 unit, TcamGroupId tcamGroup
    const auto *space = classIdSpace( classIdConfig->classIdType() );
    NODRA_ASSERT_TEXT( space, "0 && \"Unknown class Id\"" );
    switch ( space->field ) {
-   case ClassIdField::sourceTrunkMapWord:
-      qualifySourceTrunkMap( static_cast<int>( unit ), entryId, *classId );
+   case ClassIdField::sourceTrunkMapWord: {
+      const U32 interfaceClassPortData = wordOf( *classId->data() );
+      const U32 interfaceClassPortMask = wordOf( *classId->mask() );
+      NODRA_ASSERT( SdkShim );
+      SDK_CALL_TEXT( bcm_field_qualify_InterfaceClassPort( static_cast<int>( unit ), entryId,
+                                                           interfaceClassPortData, interfaceClassPortMask ),
+                     "bcm_field_qualify_InterfaceClassPort( unit, entryId, interfaceClassPortData, "
+                     "interfaceClassPortMask )" );
       break;
-   case ClassIdField::aclGroupValue:
-      qualifyAclGroup( *this, unit, entryId, classId );
+   }
+   case ClassIdField::aclGroupValue: {
+      const auto &quarraTcamAttr = getTcamAttr( StageType::ingressFieldProcessor );
+      NODRA_ASSERT( !!quarraTcamAttr );
+      const U8 classIdSize = aclGroupSize( *quarraTcamAttr );
+      NODRA_ASSERT( classId->data()->size() <= classIdSize );
+      std::vector<U32> dataBits( classIdSize );
+      std::vector<U32> maskBits( classIdSize );
+      const U32 numSetDataBits = listBits( *classId->data(), dataBits );
+      const U32 numSetMaskBits = listBits( *classId->mask(), maskBits );
+      NODRA_ASSERT( numSetMaskBits && numSetDataBits );
+      NODRA_ASSERT( numSetDataBits <= numSetMaskBits );
+      qualifySubPortGroupIds( unit, entryId, numSetDataBits, dataBits.data(), numSetMaskBits,
+                              maskBits.data() );
       break;
+   }
    }
 }
 
-void QuarraTcamSdk6PortsHelper::qualifySubPortGroupIds( U32 unitNumber, U32 entryId, U32 numSetDataBits,
+void QuarraTcamSdk6PortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U32 numSetDataBits,
                                                         U32 *dataBits, U32 numSetMaskBits, U32 *maskBits ) {
-   const auto unit = static_cast<int>( unitNumber );
    TRACE( 1, "qualifySubPortGroupIds"
                 << "unit " << unit << " num data bits: " << numSetDataBits
                 << " num mask bits: " << numSetMaskBits );
-   SDK_CALL( vm_field_qualify_SubportGroupIds( unit, entryId, numSetDataBits, &dataBits[ 0 ], numSetMaskBits,
-                                               &maskBits[ 0 ] ) );
+   NODRA_ASSERT( SdkShim );
+   SDK_CALL_TEXT( vm_field_qualify_SubportGroupIds( static_cast<int>( unit ), entryId, numSetDataBits,
+                                                    dataBits, numSetMaskBits, maskBits ),
+                  "vm_field_qualify_SubportGroupIds( unit, entryId, numSetDataBits, &dataBits[ 0 ], "
+                  "numSetMaskBits, &maskBits[ 0 ] )" );
 }
 
-void QuarraTcamHSDKPortsHelper::qualifySubPortGroupIds( U32 unitNumber, U32 entryId, U32 numSetDataBits,
+void QuarraTcamHSDKPortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U32 numSetDataBits,
                                                         U32 *dataBits, U32 numSetMaskBits, U32 *maskBits ) {
-   const U8 classIdSize = aclGroupSize();
-   const auto unit = static_cast<int>( unitNumber );
+   const auto &quarraTcamAttr = getTcamAttr( StageType::ingressFieldProcessor );
+   NODRA_ASSERT( !!quarraTcamAttr );
+   const U8 classIdSize = aclGroupSize( *quarraTcamAttr );
    TRACE( 1, "qualifySubPortGroupIds"
                 << "unit " << unit << " num data bits: " << numSetDataBits
                 << " num mask bits: " << numSetMaskBits << "classIdSize:" << classIdSize );
-   SDK_CALL( velmor_bcm_field_qualify_SubportGroupIds( unit, entryId, numSetDataBits, &dataBits[ 0 ],
-                                                       numSetMaskBits, &maskBits[ 0 ], classIdSize ) );
+   NODRA_ASSERT( SdkShim );
+   SDK_CALL_TEXT( velmor_bcm_field_qualify_SubportGroupIds( static_cast<int>( unit ), entryId, numSetDataBits,
+                                                            dataBits, numSetMaskBits, maskBits, classIdSize ),
+                  "velmor_bcm_field_qualify_SubportGroupIds( unit, entryId, numSetDataBits, &dataBits[ 0 ], "
+                  "numSetMaskBits, &maskBits[ 0 ], classIdSize )" );
 }
 
 } // namespace QuarraTcam

@@ -4,10 +4,11 @@
 #include "Nodra/Assert.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
 #include "Sdk/SdkCall.h"
 
 namespace QuarraTcam {
+
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsHelper" );
 
 QuarraTcamSdk6PortsHelper::QuarraTcamSdk6PortsHelper( Scsd scsd )
    : QuarraTcamPortsHelper( std::move( scsd ) ) {
@@ -22,22 +23,10 @@ void QuarraTcamSdk6PortsHelper::handleInitialized() {
 
 namespace {
 
-// Ports 1 to 511, though the trace counts 455: both numbers are deliberate.
+// Known behaviour ethernet-511: ports 1 to 511, though the trace counts 455.
 std::vector<U32> allEthernetPorts() {
    std::vector<U32> ports( 511 );
    std::iota( ports.begin(), ports.end(), 1 );
-   return ports;
-}
-
-std::vector<U32> portNumbers( const IntfGroupInfo::PtrConst &intfGroup ) {
-   std::vector<U32> ports( intfGroup->portIds() );
-   S64 index = 0;
-   for ( const auto &port : intfGroup->portId() ) {
-      NODRA_ASSERT( index >= 0 && index < intfGroup->portIds() );
-      ports[ static_cast<std::size_t>( index ) ] = port.port();
-      ++index;
-   }
-   NODRA_ASSERT( index == intfGroup->portIds() );
    return ports;
 }
 
@@ -45,6 +34,7 @@ std::vector<U32> portNumbers( const IntfGroupInfo::PtrConst &intfGroup ) {
 
 // One call, made for an empty list too: the SDK takes the list as the bit's whole membership.
 void QuarraTcamSdk6PortsHelper::setAclGroupClassId( U8 bitToSet, const IntfGroupInfo::PtrConst &intfGroup ) {
+   NODRA_ASSERT( SdkShim );
    const int unit = SdkShim->vmSingleUnit();
    TRACE( 1, "QuarraTcamSdk6PortsHelper::"
                 << "setAclGroupClassId"
@@ -57,13 +47,21 @@ void QuarraTcamSdk6PortsHelper::setAclGroupClassId( U8 bitToSet, const IntfGroup
       NODRA_ASSERT( !intfGroup->portIds() );
       sdkPorts = allEthernetPorts();
    } else {
-      sdkPorts = portNumbers( intfGroup );
+      sdkPorts.resize( intfGroup->portIds() );
+      S64 index = 0;
+      for ( const auto &port : intfGroup->portId() ) {
+         NODRA_ASSERT( index >= 0 && index < intfGroup->portIds() );
+         sdkPorts[ static_cast<std::size_t>( index ) ] = port.port();
+         ++index;
+      }
+      NODRA_ASSERT( index == intfGroup->portIds() );
    }
    const auto size = static_cast<U32>( sdkPorts.size() );
    SDK_CALL( bcm_subport_port_group_subport_multi_set( unit, bitToSet, size, sdkPorts.data() ) );
 }
 
 void QuarraTcamSdk6PortsHelper::populateCpuIntfGroup( const IntfGroupInfo::Ptr &intfGroup ) {
+   NODRA_ASSERT( !!intfGroup );
    for ( const auto &cpuPort : scsd()->quarraCpuModPort() ) {
       intfGroup->portIdIs(
          QuarraCentral::QuarraModPort{ cpuPort.modId, cpuPort.port } ); // module checked first

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Nodra/Types.h"
 #include "Sdk/Bcmlt.h"
 #include "Sdk/SdkShim.h"
+#include "Sdk/SystemPortTable.h"
 
 namespace QuarraTcam {
 
@@ -14,9 +14,12 @@ struct TableNumbers {
    bcmlt_priority_level_t priority = SdkShim->priorityNormal();
 };
 
-// Opens a handle on the entry of a system port and looks the entry up; false when the table has none for the
-// port. The caller frees the handle in either case.
-bool lookUpSystemPort( int unit, const TableNumbers &numbers, Nodra::Types::U32 system_source,
-                       bcmlt_entry_handle_t &systemPortEntry );
+// The texts of the calls, where the numbers stand by the SDK's names.
+constexpr auto lookupText =
+   "bcmlt_entry_commit( systemPortEntry, BCMLT_OPCODE_LOOKUP, BCMLT_PRIORITY_NORMAL )";
+constexpr auto updateText =
+   "bcmlt_entry_commit( systemPortEntry, BCMLT_OPCODE_UPDATE, BCMLT_PRIORITY_NORMAL )";
+constexpr auto insertText =
+   "bcmlt_entry_commit( systemPortEntry, BCMLT_OPCODE_INSERT, BCMLT_PRIORITY_NORMAL )";
 
 } // namespace QuarraTcam

@@ -67,7 +67,8 @@ constexpr GroupShape hsdkShapes[] = {
 };
 constexpr GroupShape hsdkOtherGroups = { 0, fixed, fixed, 0, 8, 8 };
 
-// System groups: one bit a rule in the flexible space, on every chip.
+// Type and width of system groups: one bit a rule in the flexible space, on every chip. Their pool bits are
+// those of their rows.
 constexpr GroupShape systemGroups = { 0, flexible, flexible, 0, 1, 1 };
 
 template <std::size_t n>
@@ -118,7 +119,7 @@ ClassIdType QuarraTcamSdk6PortsHelper::getClassIdTypeForGroup( TcamGroupId tcamG
 }
 
 U32 QuarraTcamSdk6PortsHelper::getPoolBitsForGroup( TcamGroupId tcamGroupId ) {
-   return sdk6Shape( tcamGroupId ).poolBits;
+   return shapeOf( sdk6Shapes, sdk6OtherGroups, tcamGroupId ).poolBits;
 }
 
 U8 QuarraTcamSdk6PortsHelper::getPoolWidthForGroup( TcamGroupId tcamGroupId ) {
@@ -162,7 +163,7 @@ ClassIdType QuarraTcamTestHSDKPortsHelper::getClassIdTypeForGroup( TcamGroupId t
    return hsdkShape( tcamGroupId ).twinType;
 }
 
-// The twin's widths hold for a group of the table even where it is a system group.
+// Known behaviour twin-widths: they hold for a group of the table even where it is a system group.
 U8 QuarraTcamTestHSDKPortsHelper::getPoolWidthForGroup( TcamGroupId tcamGroupId ) {
    const auto &shape = shapeOf( hsdkShapes, hsdkOtherGroups, tcamGroupId );
    return shape.width != shape.twinWidth ? shape.twinWidth

@@ -1,50 +1,18 @@
+#include "Nodra/Assert.h"
+#include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/AclGroupSize.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SystemPortTable.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
 #include "Sdk/SdkCall.h"
 
 namespace QuarraTcam {
+
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsHelper" );
+
 namespace {
 
 constexpr U32 initialShadowBits = 160;
-
-// Where a field of the system port table lies in the combined ACL-group value.
-struct FieldPlace {
-   std::string_view field;
-   U32 offset;
-   U32 width;
-};
-
-constexpr FieldPlace fieldPlaces[] = {
-   { "ACL_GROUP_BITMAP", 0, 32 },       { "ACL_GROUP_CLASS_ID_0", 32, 16 },
-   { "ACL_GROUP_CLASS_ID_1", 48, 16 },  { "ACL_GROUP_CLASS_ID_2", 64, 16 },
-   { "ACL_GROUP_CLASS_ID_3", 80, 16 },  { "ACL_GROUP_CLASS_ID_4", 96, 16 },
-   { "ACL_GROUP_CLASS_ID_5", 112, 16 }, { "ACL_GROUP_CLASS_ID_6", 128, 16 },
-   { "ACL_GROUP_CLASS_ID_7", 144, 16 },
-};
-constexpr FieldPlace otherField = { "", 0, 16 };
-
-const FieldPlace &placeOf( std::string_view field ) {
-   for ( const auto &place : fieldPlaces ) {
-      if ( place.field == field ) {
-         return place;
-      }
-   }
-   return otherField;
-}
-
-// Reads a field of a system port's entry; false when there is no entry.
-bool readField( int unit, U32 system_source, const std::string &field_name, U64 &entry_grp_bmap ) {
-   bcmlt_entry_handle_t systemPortEntry{};
-   const bool found = lookUpSystemPort( unit, TableNumbers(), system_source, systemPortEntry );
-   if ( found ) {
-      SDK_CALL( bcmlt_entry_field_get( systemPortEntry, field_name.c_str(), &entry_grp_bmap ) );
-   }
-   SDK_CALL( bcmlt_entry_free( systemPortEntry ) );
-   return found;
-}
 
 } // namespace
 
@@ -67,20 +35,29 @@ void QuarraTcamTestHSDKPortsHelper::setAclGroupClassId( U8 bitToSet,
    QuarraTcamHSDKPortsHelper::setAclGroupClassId( bitToSet, intfGroup );
    const int unit = SdkShim->vmSingleUnit();
    const auto field_name = getAclGroupFieldType( bitToSet );
-   const auto &place = placeOf( field_name );
+   const auto &place = *Sdk::aclGroupFieldOf( bitToSet );
+   const TableNumbers numbers;
    for ( U32 system_source = 0; system_source <= systemPortMax(); ++system_source ) {
-      U64 entry_grp_bmap = 0;
-      if ( !readField( unit, system_source, field_name, entry_grp_bmap ) ) {
-         continue;
+      bcmlt_entry_handle_t systemPortEntry{};
+      SDK_CALL( bcmlt_entry_allocate( unit, "ING_SYSTEM_PORT_TABLE", &systemPortEntry ) );
+      SDK_CALL( bcmlt_entry_field_add( systemPortEntry, "SYSTEM_SOURCE", system_source ) );
+      if ( SDK_TRY_TEXT( bcmlt_entry_commit( systemPortEntry, numbers.lookup, numbers.priority ),
+                         lookupText ) >= 0 ) {
+         U64 entry_grp_bmap = 0;
+         SDK_CALL( bcmlt_entry_field_get( systemPortEntry, field_name.c_str(), &entry_grp_bmap ) );
+         const auto port = static_cast<U16>( system_source );
+         auto bitmap = aclGroupShadow( port );
+         if ( !bitmap ) {
+            const auto &quarraTcamAttr = getTcamAttr( StageType::ingressFieldProcessor );
+            NODRA_ASSERT( !!quarraTcamAttr );
+            bitmap = std::make_shared<Vesk::Bitmap>( port, aclGroupSize( *quarraTcamAttr ),
+                                                     Vesk::HBitmap::BitState::clear );
+         }
+         bitmap->rangeClear( place.firstBit, place.firstBit + place.bits - 1u );
+         updateBitmap( bitmap, entry_grp_bmap, place.firstBit );
+         aclGroupShadowIs( port, bitmap );
       }
-      const auto port = static_cast<U16>( system_source );
-      auto bitmap = aclGroupShadow( port );
-      if ( !bitmap ) {
-         bitmap = std::make_shared<Vesk::Bitmap>( port, aclGroupSize(), Vesk::HBitmap::BitState::clear );
-      }
-      bitmap->rangeClear( place.offset, place.offset + place.width - 1 );
-      updateBitmap( bitmap, entry_grp_bmap, place.offset );
-      aclGroupShadowIs( port, bitmap );
+      SDK_CALL( bcmlt_entry_free( systemPortEntry ) );
    }
 }
 

@@ -1,8 +1,11 @@
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Trace.h"
 
 namespace QuarraTcam {
+
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsHelper" );
+
 namespace {
 
 constexpr U32 shadowBits = 64;
@@ -32,8 +35,7 @@ void QuarraTcamTestSdk6PortsHelper::setAclGroupClassId( U8 bitToSet,
    }
    TRACE( 4, "All ethernet is set, force programming to all 455 GPPs" );
    NODRA_ASSERT( !intfGroup->portIds() );
-   // Ports 0 to 510 where the chip variant programs 1 to 511: deliberate, inspection of the shadow relies on
-   // it.
+   // Known behaviour ethernet-511: ports 0 to 510 where the chip variant programs 1 to 511.
    for ( U16 port = 0; port <= 510; ++port ) {
       shadowBit( port, bitToSet );
    }

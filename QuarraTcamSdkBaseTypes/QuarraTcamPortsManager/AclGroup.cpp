@@ -1,16 +1,19 @@
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/PortUnion.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
 
 namespace QuarraTcam {
+
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsManager" );
+
 namespace {
 
 // Of most requests no port is asked for: they are passed over before anything is copied.
 bool holdsOtherPorts( const IntfGroupInfo::Ptr &held, const IntfGroupInfo &asked ) {
-   return held && !held->ethernet() && !held->portId().meets( asked.portId() );
+   return held && !held->ethernet() && !held->portId().intersects( asked.portId() );
 }
 
 } // namespace
@@ -31,12 +34,13 @@ bool QuarraTcamPortsManager::programClassIdForIntfGroup( TcamGroupId tcamGroupId
    NODRA_ASSERT( classIdStatus->requestStatus( requestKey )->intfGroup() );
    const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
    NODRA_ASSERT( !!classIdConfig );
+   const auto held = intfGroup; // the caller may pass what the index holds, which the clean-up lets go
    if ( classIdConfig->classIdPoolWidth() > 1 ) {
-      cleanupConflictingIntfs( tcamGroupId, requestKey, intfGroup );
+      cleanupConflictingIntfs( tcamGroupId, requestKey, held );
    }
    const auto *space = classIdSpace( classIdConfig->classIdType() );
    NODRA_ASSERT_TEXT( space, "0 && \"Invalid classId type\"" );
-   NODRA_ASSERT_TEXT( ( this->*space->program )( tcamGroupId, requestKey, entryId, intfGroup ),
+   NODRA_ASSERT_TEXT( ( this->*space->program )( tcamGroupId, requestKey, entryId, held ),
                       space->programText( "tcamGroupId, requestKey, entryId, intfGroup" ).c_str() );
    return true;
 }
@@ -89,8 +93,10 @@ bool QuarraTcamPortsManager::programAclGroupClassId( TcamGroupId tcamGroupId, co
    return true;
 }
 
-// Deliberately compares bits as the pools hold them. A fixed-width group's `bitPos` lies above the flexible
-// space, which its pools do not count, so its union holds what happens to match unshifted.
+// Known behaviour fixed-width-union: compares bits as the pools hold them. A fixed-width group's `bitPos`
+// lies above the flexible space, which its pools do not count, so its union holds what happens to match
+// unshifted.
+// Known behaviour positions-modulo-64: they are compared in a word of 64 bits.
 IntfGroupInfo::Ptr QuarraTcamPortsManager::getIntfGroupForBitPos( TcamGroupId tcamGroupId,
                                                                   const RequestKey &requestKey, U8 bitPos ) {
    TRACE( 1, "getIntfGroupForBitPos"
@@ -113,6 +119,7 @@ IntfGroupInfo::Ptr QuarraTcamPortsManager::getIntfGroupForBitPos( TcamGroupId tc
       }
       if ( mask & U64{ other->classId() } << pool->baseOffset() % 64 ) {
          TRACE( 1, "appendIntfGroup" );
+         NODRA_ASSERT( !!other->intfGroup() );
          ports.add( *other->intfGroup() );
       }
    }
@@ -120,10 +127,12 @@ IntfGroupInfo::Ptr QuarraTcamPortsManager::getIntfGroupForBitPos( TcamGroupId tc
    return intfGroup;
 }
 
-// The ethernet flag is not taken over.
+// Known behaviour union-without-ethernet: the flag is not taken over.
 void QuarraTcamPortsManager::appendIntfGroup( const IntfGroupInfo::Ptr &target,
                                               const IntfGroupConst &source ) {
    TRACE( 1, "appendIntfGroup" );
+   NODRA_ASSERT( !!target );
+   NODRA_ASSERT( !!source );
    for ( const auto &port : source->portId() ) {
       target->portIdIs( port );
    }
@@ -135,6 +144,7 @@ void QuarraTcamPortsManager::programBitForIntfGroup( U8 bitPos, const IntfGroupC
    TRACE( 2, "IntfGroup for bit pos is: " );
    dumpIntfGroup( intfGroup );
    NODRA_ASSERT( !!intfGroup );
+   NODRA_ASSERT( !!portsHelper() );
    portsHelper()->setAclGroupClassId( bitPos, intfGroup );
    programmedBitIs( bitPos, intfGroup );
 }
@@ -160,25 +170,28 @@ QuarraTcamPortsManager::IntfGroupConst QuarraTcamPortsManager::getIntfGroup( Tca
    return requestStatus->intfGroup();
 }
 
-// Takes the ports of `intfGroup` away from the group's other requests. They keep their class IDs and entries,
-// even without a port left.
+// Known behaviour newest-takes-port. The others keep their class IDs and entries, even without a port left.
 void QuarraTcamPortsManager::cleanupConflictingIntfs( TcamGroupId tcamGroupId, const RequestKey &requestKey,
                                                       const IntfGroupConst &intfGroup ) {
    NODRA_ASSERT( !!intfGroup );
    const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
    NODRA_ASSERT( !!classIdStatus );
+   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
+   NODRA_ASSERT( !!classIdConfig );
+   const auto asked = intfGroup; // the caller may pass what the index holds, which the loop lets go
    for ( const auto &[ otherKey, other ] : classIdStatus->requestStatus() ) {
-      if ( otherKey == requestKey || holdsOtherPorts( other->intfGroup(), *intfGroup ) ) {
+      if ( otherKey == requestKey || holdsOtherPorts( other->intfGroup(), *asked ) ) {
          continue;
       }
       const auto intfs = intfGroupInfoFactory();
       intfs->deepCopy( other->intfGroup() );
+      NODRA_ASSERT( other->entryRefs() );
       const U32 otherEntryId = other->entryRef().front();
       NODRA_ASSERT( !intfs->ethernet() && "Feature cannot have value based class id reservation" );
       const auto otherIntfGroup = intfGroupInfoFactory();
       otherIntfGroup->deepCopy( intfs );
       for ( const auto &port : intfs->portId() ) {
-         if ( !intfGroup->portIdHas( port ) ) {
+         if ( !asked->portIdHas( port ) ) {
             continue;
          }
          TRACE( 3, "Conflicting intf: " << port << " found for key: " << otherKey );
@@ -190,19 +203,13 @@ void QuarraTcamPortsManager::cleanupConflictingIntfs( TcamGroupId tcamGroupId, c
          } else {
             otherIntfGroup->portIdDel( port );
          }
-         reprogram( tcamGroupId, otherKey, otherEntryId, otherIntfGroup );
+         const auto *space = classIdSpace( classIdConfig->classIdType() );
+         NODRA_ASSERT_TEXT( space, "0 && \"Invalid classId type\"" );
+         NODRA_ASSERT_TEXT(
+            ( this->*space->program )( tcamGroupId, otherKey, otherEntryId, otherIntfGroup ),
+            space->programText( "tcamGroupId, otherKey, otherEntryId, otherIntfGroup" ).c_str() );
       }
    }
-}
-
-void QuarraTcamPortsManager::reprogram( TcamGroupId tcamGroupId, const RequestKey &otherKey, U32 otherEntryId,
-                                        const IntfGroupInfo::Ptr &otherIntfGroup ) {
-   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
-   NODRA_ASSERT( !!classIdConfig );
-   const auto *space = classIdSpace( classIdConfig->classIdType() );
-   NODRA_ASSERT_TEXT( space, "0 && \"Invalid classId type\"" );
-   NODRA_ASSERT_TEXT( ( this->*space->program )( tcamGroupId, otherKey, otherEntryId, otherIntfGroup ),
-                      space->programText( "tcamGroupId, otherKey, otherEntryId, otherIntfGroup" ).c_str() );
 }
 
 QuarraTcamPortsManager::IntfGroupConst QuarraTcamPortsManager::getIntfGroupFromPbmp( TcamGroupId tcamGroupId,

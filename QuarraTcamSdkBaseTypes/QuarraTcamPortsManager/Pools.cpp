@@ -2,12 +2,14 @@
 #include <optional>
 
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
 
 namespace QuarraTcam {
+
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsManager" );
 
 namespace {
 
@@ -16,42 +18,6 @@ struct BitRun {
    U8 startIdx;
    U8 endIdx;
 };
-
-constexpr U32 wordBits = 64;
-
-// The free bits of a word of the bitmap; the bits past its end are not free.
-U64 freeBits( const Vesk::Bitmap &bitmap, U32 firstBit ) {
-   const U32 left = bitmap.size() - firstBit;
-   return ~bitmap.word( firstBit / wordBits ) & ( left < wordBits ? ( U64{ 1 } << left ) - 1 : ~U64{ 0 } );
-}
-
-// The bits where `bits` free ones start, all of them in this word.
-U64 startsOfRuns( U64 free, U32 bits ) {
-   for ( U32 found = 1; found < bits && free; ) {
-      const U32 more = std::min( found, bits - found );
-      free &= free >> more;
-      found += more;
-   }
-   return free;
-}
-
-// The first bit of the lowest run of free bits; a run may start at any bit.
-std::optional<U32> lowestFreeRun( const Vesk::Bitmap &bitmap, U32 bits ) {
-   U32 freeBefore = 0; // free bits below this word, down to the next taken one
-   for ( U32 firstBit = 0; firstBit < bitmap.size(); firstBit += wordBits ) {
-      const U64 free = freeBits( bitmap, firstBit );
-      if ( freeBefore + static_cast<U32>( std::countr_one( free ) ) >= bits ) {
-         return firstBit - freeBefore;
-      }
-      if ( bits <= wordBits ) {
-         if ( const U64 starts = startsOfRuns( free, bits ) ) {
-            return firstBit + static_cast<U32>( std::countr_zero( starts ) );
-         }
-      }
-      freeBefore = free == ~U64{ 0 } ? freeBefore + wordBits : static_cast<U32>( std::countl_one( free ) );
-   }
-   return std::nullopt;
-}
 
 // Marks the lowest free run. Bit indices count modulo 256. A run that ends at the bitmap's size was not
 // found; one that ends beyond it never can be.
@@ -68,18 +34,63 @@ BitRun takeLowestFreeRun( Vesk::Bitmap &bitmap, U32 bits ) {
    return { static_cast<U8>( *start ), static_cast<U8>( *start + above ) };
 }
 
-// Pool ids are not used twice while the group has a status. A group that has had them all gets no more pool
-// until it has given back the last one.
-bool poolIdsAreLeft( const ClassIdTcamGroupStatus *status, U8 numPools ) {
-   constexpr U32 lastPoolId = 0xffff;
-   return !status || U32{ status->lastPoolNum() } + numPools <= lastPoolId;
+// The chip layout keeps these bits for the group, so the bitmap is neither asked nor marked (known behaviour
+// fixed-offset-bits).
+BitRun runAtOffset( U32 classIdPoolBits, U8 poolWidth ) {
+   const auto startIdx = static_cast<U8>( std::countr_zero( classIdPoolBits ) );
+   return { startIdx, static_cast<U8>( startIdx + poolWidth - 1 ) };
+}
+
+constexpr U16 lastPoolId = 0xffff;
+
+bool poolIdsAreFree( const ClassIdTcamGroupStatus *status, U8 numPools ) {
+   return !status || status->poolStatuss() + numPools <= lastPoolId;
+}
+
+// Ids count up and are not used again while the group has a status. When all have been handed out, the lowest
+// that no pool holds is found free again (known behaviour pool-ids).
+U16 nextPoolId( ClassIdTcamGroupStatus &status ) {
+   if ( status.lastPoolNum() < lastPoolId ) {
+      status.lastPoolNumInc( 1 );
+      return status.lastPoolNum();
+   }
+   U16 poolId = 1;
+   while ( status.poolStatusHas( poolId ) ) {
+      ++poolId;
+   }
+   return poolId;
+}
+
+// Makes a pool of `size` bits from `baseOffset` up in a space of `spaceSize` bits, with all its class IDs.
+const PoolStatus::Ptr &makePool( ClassIdTcamGroupStatus &status, U8 baseOffset, U8 size, U32 spaceSize ) {
+   const auto &pool = status.poolStatusIs( nextPoolId( status ) );
+   for ( U32 classId = 1; classId < U32{ 1 } << size; ++classId ) {
+      pool->classIdPoolEnq( static_cast<U16>( classId ) );
+   }
+   pool->tcamMaskIs( 0, spaceSize, Vesk::HBitmap::BitState::clear );
+   pool->tcamMask()->rangeSet( baseOffset, baseOffset + size - 1u );
+   pool->sizeIs( size );
+   pool->baseOffsetIs( baseOffset );
+   return pool;
+}
+
+// A class ID at its pool's bits: a number, or the text of its bits where 64 do not hold it.
+std::string hardwareValue( U16 classId, const PoolStatus &pool ) {
+   constexpr U32 wordBits = 64;
+   const U32 bits = U32{ pool.baseOffset() } + pool.size();
+   if ( bits <= wordBits ) {
+      return std::to_string( U64{ classId } << pool.baseOffset() );
+   }
+   const auto value = std::make_shared<Vesk::Bitmap>( 0, bits, Vesk::HBitmap::BitState::clear );
+   updateBitmap( value, classId, pool.baseOffset() );
+   return getBitmapString( value, static_cast<U16>( bits ) );
 }
 
 bool isWhollyFree( const PoolStatus &pool ) {
    return pool.classIdPools() == ( U32{ 1 } << pool.size() ) - 1;
 }
 
-// The bits of a fixed-offset pool are cleared too, though reserving it never set them: deliberate.
+// Known behaviour fixed-offset-bits: those of a fixed-offset pool are cleared too, though it never set them.
 void giveBackBits( Vesk::Bitmap &bitmap, const PoolStatus &pool ) {
    if ( pool.size() ) {
       bitmap.rangeClear( pool.baseOffset(), U32{ pool.baseOffset() } + pool.size() - 1 );
@@ -95,27 +106,24 @@ U16 QuarraTcamPortsManager::reservePoolOfWidth( TcamGroupId tcamGroupId, U8 pool
    NODRA_ASSERT( !!classIdConfig );
    NODRA_ASSERT( classIdHwStatusHas( classIdConfig->classIdType() ) );
    const auto &bitmap = classIdHwStatus( classIdConfig->classIdType() );
-   NODRA_ASSERT( poolWidth <= 16 );
-   if ( !poolIdsAreLeft( classIdTcamGroupStatus( tcamGroupId ).get(), classIdConfig->classIdNumPools() ) ) {
+   const U8 numPools = classIdConfig->classIdNumPools();
+   const bool atFixedOffset = classIdConfig->classIdPoolBits() != 0;
+   if ( atFixedOffset ) {
+      NODRA_ASSERT( classIdConfig->classIdNumPools() == 1 );
+   }
+   if ( !poolIdsAreFree( classIdTcamGroupStatus( tcamGroupId ).get(), numPools ) ) {
       TRACE( 2, "Failed to reserve a pool, returning.." );
       return 0;
    }
-
-   BitRun run{};
-   if ( classIdConfig->classIdPoolBits() != 0 ) {
-      // The chip layout keeps these bits for the group, so the bitmap is neither asked nor marked.
-      NODRA_ASSERT( classIdConfig->classIdNumPools() == 1 );
-      run.startIdx = static_cast<U8>( std::countr_zero( classIdConfig->classIdPoolBits() ) );
-      run.endIdx = static_cast<U8>( run.startIdx + poolWidth - 1 );
-   } else {
-      run = takeLowestFreeRun( *bitmap, U32{ classIdConfig->classIdNumPools() } * poolWidth );
-   }
-   const auto [ startIdx, endIdx ] = run;
+   const auto [ startIdx, endIdx ] = atFixedOffset
+                                        ? runAtOffset( classIdConfig->classIdPoolBits(), poolWidth )
+                                        : takeLowestFreeRun( *bitmap, U32{ numPools } * poolWidth );
    NODRA_ASSERT( endIdx <= bitmap->size() );
    if ( endIdx == bitmap->size() ) {
       TRACE( 2, "Failed to reserve a pool, returning.." );
       return 0;
    }
+   NODRA_ASSERT( poolWidth <= 16 );
 
    if ( !classIdTcamGroupStatusHas( tcamGroupId ) ) {
       TRACE( 3, "Reserved first pool for the group, populating group related data structures" );
@@ -123,27 +131,21 @@ U16 QuarraTcamPortsManager::reservePoolOfWidth( TcamGroupId tcamGroupId, U8 pool
    }
    const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
    NODRA_ASSERT( !!classIdStatus );
+   U16 poolId = 0;
    U8 poolStart = startIdx;
    U8 poolEndIdx = startIdx;
-   for ( U8 made = 0; made < classIdConfig->classIdNumPools(); ++made ) {
-      classIdStatus->lastPoolNumInc( 1 );
-      const auto &pool = classIdStatus->poolStatusIs( classIdStatus->lastPoolNum() );
-      for ( U32 classId = 1; classId < U32{ 1 } << poolWidth; ++classId ) {
-         pool->classIdPoolEnq( static_cast<U16>( classId ) );
-      }
+   for ( U8 made = 0; made < numPools; ++made ) {
+      const auto &pool = makePool( *classIdStatus, poolStart, poolWidth, bitmap->size() );
+      poolId = pool->poolId();
       poolEndIdx = static_cast<U8>( poolStart + poolWidth - 1 );
-      pool->tcamMaskIs( 0, bitmap->size(), Vesk::HBitmap::BitState::clear );
-      pool->tcamMask()->rangeSet( poolStart, poolEndIdx );
-      pool->sizeIs( poolWidth );
-      pool->baseOffsetIs( poolStart );
       TRACE( 2, "Reserved pool with startIdx: "
                    << poolStart << " endIdx: " << poolEndIdx
                    << " tcamMask: " << getBitmapString( pool->tcamMask(), static_cast<U16>( bitmap->size() ) )
-                   << " having poolWidth: " << poolWidth << " poolId: " << pool->poolId() );
+                   << " having poolWidth: " << poolWidth << " poolId: " << poolId );
       poolStart = static_cast<U8>( poolStart + poolWidth );
    }
    NODRA_ASSERT( poolEndIdx == endIdx );
-   return classIdStatus->lastPoolNum();
+   return poolId;
 }
 
 bool QuarraTcamPortsManager::getClassIdFromPool( TcamGroupId tcamGroupId, const RequestKey &requestKey,
@@ -162,8 +164,7 @@ bool QuarraTcamPortsManager::getClassIdFromPool( TcamGroupId tcamGroupId, const 
    requestStatus->classIdIs( pool->classIdPoolDeq() );
    requestStatus->poolIdIs( poolId );
    requestStatus->entryRefIs( entryId );
-   // The hardware value; from bit 64 on, its place within a 64-bit word.
-   TRACE( 2, "Reserved classId: " << ( U64{ requestStatus->classId() } << pool->baseOffset() % 64 ) );
+   TRACE( 2, "Reserved classId: " << hardwareValue( requestStatus->classId(), *pool ) );
    return true;
 }
 
@@ -252,6 +253,7 @@ QualifierHintInfo QuarraTcamPortsManager::createAclGroupBitmapHint( TcamGroupId 
       const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
       U8 low = quarraTcamAttr->aclGroupFixedWidthSize();
       U8 high = 0;
+      // Known behaviour hint-makes-pools: an id that no pool has any more gets an empty one.
       for ( U32 poolId = 1; poolId <= classIdStatus->lastPoolNum(); ++poolId ) {
          const auto &pool = classIdStatus->poolStatusIs( static_cast<U16>( poolId ) );
          if ( pool->size() == 1 ) {

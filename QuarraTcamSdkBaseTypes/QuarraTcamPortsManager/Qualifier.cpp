@@ -1,8 +1,12 @@
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
+#include "Sdk/SdkShim.h"
 
 namespace QuarraTcam {
+
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsManager" );
+
 namespace {
 
 std::string textOf( const Vesk::Bitmap::Ptr &bitmap ) {
@@ -21,14 +25,16 @@ BitmapQualifier::Ptr QuarraTcamPortsManager::getClassId( TcamGroupId tcamGroupId
    NODRA_ASSERT( classIdTcamGroupStatusHas( tcamGroupId ) );
    NODRA_ASSERT( classIdTcamGroupStatus( tcamGroupId )->requestStatusHas( requestKey ) );
    const auto &requestStatus = classIdTcamGroupStatus( tcamGroupId )->requestStatus( requestKey );
-   // clang-format off
-   NODRA_ASSERT( classIdTcamGroupStatus( tcamGroupId ) ->poolStatusHas( requestStatus->poolId() ) );
-   // clang-format on
-   NODRA_ASSERT( requestStatus->entryRefHas( entryId ) );
    const auto &pool = classIdTcamGroupStatus( tcamGroupId )->poolStatus( requestStatus->poolId() );
+   NODRA_ASSERT_TEXT( pool,
+                      "classIdTcamGroupStatus( tcamGroupId ) ->poolStatusHas( requestStatus->poolId() )" );
+   NODRA_ASSERT( requestStatus->entryRefHas( entryId ) );
+   NODRA_ASSERT( !!pool->tcamMask() );
+   NODRA_ASSERT( !!scsd() );
+   NODRA_ASSERT( SdkShim );
    const U8 baseOffset = pool->baseOffset();
    const U8 classIdSize = getClassIdSize( getClassIdTypeForGroup( tcamGroupId ), unitChipInfo() );
-   // The labels stand without blanks, deliberately.
+   // Known behaviour trace-texts: the labels stand without blanks.
    TRACE( 3, "baseOffset" << baseOffset << "classIdSize" << classIdSize << "requestStatus->classId()"
                           << requestStatus->classId() );
    auto classId = bitmapQualifierFactory();
@@ -42,10 +48,12 @@ BitmapQualifier::Ptr QuarraTcamPortsManager::getClassId( TcamGroupId tcamGroupId
 
 void QuarraTcamPortsManager::programClassIdQualifierInHw( U32 unit, TcamGroupId tcamGroupId, U32 entryId,
                                                           const BitmapQualifier::PtrConst &classId ) {
+   NODRA_ASSERT( classId && classId->data() && classId->mask() );
    TRACE( 1, "programClassIdQualifierInHw"
                 << " TcamGroupId: " << tcamGroupId << " EntryId: " << entryId << " ClassIdQualfier data: "
                 << textOf( classId->data() ) << " ClassIdQualfier mask: " << textOf( classId->mask() ) );
    const auto helper = portsHelper(); // held for the time of the call
+   NODRA_ASSERT( !!helper );
    helper->setClassIdQualifier( unit, tcamGroupId, entryId, classId );
 }
 

@@ -1,9 +1,11 @@
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
 
 namespace QuarraTcam {
+
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsManager" );
 
 bool QuarraTcamPortsManager::clearClassIdAndIntfGroup( TcamGroupId tcamGroupId, const RequestKey &requestKey,
                                                        U32 entryId ) {
@@ -60,48 +62,53 @@ bool QuarraTcamPortsManager::maybeFreeClassId( TcamGroupId tcamGroupId, const Re
    const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
    const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
    NODRA_ASSERT( !!classIdConfig );
+   // Held to the end: the caller's key may be the one inside of a record that goes.
    const auto requestStatus = classIdStatus->requestStatus( requestKey );
    NODRA_ASSERT( !!requestStatus );
+   NODRA_ASSERT( requestStatus->entryRefHas( entryId ) );
+   const auto &heldKey = requestStatus->requestKey();
    requestStatus->entryRefDel( entryId );
-   if ( !requestStatus->entryRefs() ) {
+   const bool unused = !requestStatus->entryRefs();
+   // Reserved at start-up: the key and its class ID stay, only the ports go.
+   const bool onlyReserved =
+      requestStatus->entryRefs() == 1 && requestStatus->entryRefHas( INVALID_ENTRY_ID );
+   if ( unused ) {
       NODRA_ASSERT( !QuarraTcam::isSystemAclGroup( tcamGroupId ) );
       TRACE(
          2, "Ref count of tcam entries to classId is 0 now, clear acl group table and release the class Id" );
       const auto &intfGroup = requestStatus->intfGroup();
+      NODRA_ASSERT( !!intfGroup );
       if ( classIdStatus->intfGroupHashToIntfGroupInfoHas( intfGroup->hash() ) ) {
-         deleteIntfGroupFromIntfGroupInfo( tcamGroupId, requestKey, intfGroup );
+         deleteIntfGroupFromIntfGroupInfo( tcamGroupId, heldKey, intfGroup );
       }
-      unprogram( tcamGroupId, requestKey, entryId );
+   } else if ( onlyReserved ) {
+      NODRA_ASSERT( QuarraTcam::isSystemAclGroup( tcamGroupId ) || isSourceTrunkMapGroup( tcamGroupId ) );
+      TRACE( 2, " Ref count of tcam entries to class id is 1 with only invalid entry pointing to class id, "
+                "clear acl group table only" );
+      NODRA_ASSERT_TEXT( classIdConfig->allocationType() == ClassIdAllocationStrategy::allocateOnInit,
+                         "classIdConfig->allocationType() == allocateOnInit()" );
+   } else {
+      return true;
+   }
+   // An empty interface group takes the class ID off every port that carries it.
+   if ( const auto *space = classIdSpace( classIdConfig->classIdType() ) ) {
+      NODRA_ASSERT_TEXT(
+         ( this->*space->program )( tcamGroupId, heldKey, entryId, intfGroupInfoFactory() ),
+         space->programText( "tcamGroupId, requestKey, entryId, intfGroupInfoFactory()" ).c_str() );
+   }
+   NODRA_ASSERT_TEXT( !requestStatus->intfGroup()->portIds(),
+                      "!classIdStatus->requestStatus( requestKey )->intfGroup()->portIds()" );
+   NODRA_ASSERT_TEXT( !requestStatus->intfGroup()->ethernet(),
+                      "!classIdStatus->requestStatus( requestKey )->intfGroup()->ethernet()" );
+   if ( unused ) {
       const U16 poolId = requestStatus->poolId();
       NODRA_ASSERT( classIdStatus->poolStatusHas( poolId ) );
       const auto &pool = classIdStatus->poolStatus( poolId );
       pool->classIdPoolEnq( requestStatus->classId() );
       TRACE( 2, "num classId's:" << pool->classIdPools() );
-      classIdStatus->requestStatusDel( requestKey );
-   } else if ( requestStatus->entryRefs() == 1 && requestStatus->entryRefHas( INVALID_ENTRY_ID ) ) {
-      // Reserved at start-up: the key and its class ID stay.
-      NODRA_ASSERT( QuarraTcam::isSystemAclGroup( tcamGroupId ) || isSourceTrunkMapGroup( tcamGroupId ) );
-      TRACE( 2, " Ref count of tcam entries to class id is 1 with only invalid entry pointing to class id, "
-                "clear acl "
-                "group table only" );
-      NODRA_ASSERT_TEXT( classIdConfig->allocationType() == ClassIdAllocationStrategy::allocateOnInit,
-                         "classIdConfig->allocationType() == allocateOnInit()" );
-      unprogram( tcamGroupId, requestKey, entryId );
+      classIdStatus->requestStatusDel( heldKey );
    }
    return true;
-}
-
-// Programs an empty interface group: takes the class ID off every port that carries it.
-void QuarraTcamPortsManager::unprogram( TcamGroupId tcamGroupId, const RequestKey &requestKey, U32 entryId ) {
-   const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
-   const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
-   if ( const auto *space = classIdSpace( classIdConfig->classIdType() ) ) {
-      NODRA_ASSERT_TEXT(
-         ( this->*space->program )( tcamGroupId, requestKey, entryId, intfGroupInfoFactory() ),
-         space->programText( "tcamGroupId, requestKey, entryId, intfGroupInfoFactory()" ).c_str() );
-   }
-   NODRA_ASSERT( !classIdStatus->requestStatus( requestKey )->intfGroup()->portIds() );
-   NODRA_ASSERT( !classIdStatus->requestStatus( requestKey )->intfGroup()->ethernet() );
 }
 
 } // namespace QuarraTcam

@@ -1,13 +1,17 @@
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcam/SystemAclAttributes.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
+#include "Sdk/SdkShim.h"
 #include "Vesk/UniqueId.h"
 
 namespace QuarraTcam {
+
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsManager" );
+
 namespace {
 
-// The two invalid keys are spelled differently on purpose; each caller compares with its own.
+// Known behaviour invalid-keys: the two are spelled differently, and each caller compares with its own.
 RequestKey invalidKeyForEntry() {
    return { "invalidRequestkey", 0, "invalidRequestkey" };
 }
@@ -49,6 +53,7 @@ RequestKey QuarraTcamPortsManager::getRequestKeyForIntfGroup( TcamGroupId tcamGr
                    << " Creating a new RequestKey " );
       return createRequestKeyForRule( entryId, ruleId );
    }
+   NODRA_ASSERT( !!intfGroup );
    const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
    const auto &intfGroupInfo = classIdStatus->intfGroupHashToIntfGroupInfo( intfGroup->hash() );
    if ( !intfGroupInfo ) {
@@ -70,6 +75,8 @@ RequestKey QuarraTcamPortsManager::getRequestKeyForRuleId( TcamGroupId tcamGroup
    TRACE( 1, "getRequestKeyForRuleId"
                 << " TcamGroupId: " << tcamGroupId << " RuleId: " << ruleId );
    NODRA_ASSERT( QuarraTcam::isSystemAclGroup( tcamGroupId ) ) << "for tcamGroupId:" << tcamGroupId;
+   NODRA_ASSERT( !!scsd() );
+   NODRA_ASSERT( SdkShim );
    const auto &systemAclAttributes = getSystemAclAttributes( unitChipInfo() );
    const auto reservationAttr = systemAclAttributes ? systemAclAttributes->reservationAttr() : nullptr;
    NODRA_ASSERT( reservationAttr );
@@ -114,6 +121,7 @@ void QuarraTcamPortsManager::populateIntfGroupHashToIntfGroupInfo( TcamGroupId t
                 << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey
                 << " intfGroup: " << dumpOf( intfGroup ) );
    NODRA_ASSERT( classIdTcamGroupStatusHas( tcamGroupId ) );
+   NODRA_ASSERT( !!intfGroup );
    const auto &intfGroupInfo =
       classIdTcamGroupStatus( tcamGroupId )->intfGroupHashToIntfGroupInfoIs( intfGroup->hash() );
    if ( intfGroupInfo->requestKeyToIntfGroupHas( requestKey ) ) {
@@ -132,6 +140,7 @@ void QuarraTcamPortsManager::deleteIntfGroupFromIntfGroupInfo( TcamGroupId tcamG
                 << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey
                 << " intfGroup: " << dumpOf( intfGroup ) );
    NODRA_ASSERT( classIdTcamGroupStatusHas( tcamGroupId ) );
+   NODRA_ASSERT( !!intfGroup );
    const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
    NODRA_ASSERT( classIdStatus->intfGroupHashToIntfGroupInfoHas( intfGroup->hash() ) );
    const auto intfGroupInfo = classIdStatus->intfGroupHashToIntfGroupInfo( intfGroup->hash() );

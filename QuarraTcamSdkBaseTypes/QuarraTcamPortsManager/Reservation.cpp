@@ -1,9 +1,12 @@
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
 
 namespace QuarraTcam {
+
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsManager" );
+
 namespace {
 
 // The lowest pool id with a free class ID, or 0. Goes by ids, so the walk stays right whatever happens to the
@@ -28,10 +31,11 @@ bool QuarraTcamPortsManager::reserveClassId( TcamGroupId tcamGroupId, const Requ
    if ( classIdTcamGroupStatusHas( tcamGroupId ) &&
         classIdTcamGroupStatus( tcamGroupId )->requestStatusHas( requestKey ) ) {
       TRACE( 2, "ClassId is already reserved for the requestKey, adding entryId as a reference" );
-      // clang-format off
-      NODRA_ASSERT( classIdTcamGroupStatus( tcamGroupId ) ->requestStatus( requestKey ) ->entryRefs() );
-      // clang-format on
-      classIdTcamGroupStatus( tcamGroupId )->requestStatus( requestKey )->entryRefIs( entryId );
+      const auto &requestStatus = classIdTcamGroupStatus( tcamGroupId )->requestStatus( requestKey );
+      NODRA_ASSERT_TEXT(
+         requestStatus->entryRefs(),
+         "classIdTcamGroupStatus( tcamGroupId ) ->requestStatus( requestKey ) ->entryRefs()" );
+      requestStatus->entryRefIs( entryId );
       return true;
    }
    const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
@@ -48,7 +52,7 @@ bool QuarraTcamPortsManager::reserveClassId( TcamGroupId tcamGroupId, const Requ
       TRACE( 2, "Successfully reserved a classId with poolWidth " << poolWidth );
       return true;
    }
-   // Deliberately tried again even where the width was 1 already.
+   // Known behaviour width-one-tries-twice: tried again even where the width was 1 already.
    TRACE( 3,
           " Failed to reserve classId with poolWidth " << poolWidth << " attempting again with poolWidth 1" );
    if ( getClassIdFromPoolWidth( tcamGroupId, requestKey, entryId, 1 ) ) {
@@ -58,7 +62,8 @@ bool QuarraTcamPortsManager::reserveClassId( TcamGroupId tcamGroupId, const Requ
    return false;
 }
 
-// The two texts for a pool that cannot be had differ on purpose: the second one belongs to a later request.
+// Known behaviour failure-texts: the two for a pool that cannot be had differ, the second is a later
+// request's.
 bool QuarraTcamPortsManager::getClassIdFromPoolWidth( TcamGroupId tcamGroupId, const RequestKey &requestKey,
                                                       U32 entryId, U8 poolWidth ) {
    TRACE( 1, "getClassIdFromPoolWidth"
@@ -79,7 +84,7 @@ bool QuarraTcamPortsManager::getClassIdFromPoolWidth( TcamGroupId tcamGroupId, c
       const auto &classIdStatus = classIdTcamGroupStatus( tcamGroupId );
       NODRA_ASSERT( !classIdStatus->requestStatusHas( requestKey ) );
       NODRA_ASSERT( classIdStatus->poolStatuss() );
-      // A free class ID of any width is taken before a new pool.
+      // Known behaviour first-free-class-id: one of any width is taken before a new pool.
       poolNum = firstPoolWithFreeClassId( *classIdStatus );
       if ( poolNum == 0 ) {
          TRACE( 3, "None of the reserved pools have free class Id, reserving a new one" );
@@ -103,6 +108,7 @@ bool QuarraTcamPortsManager::reserveClassIdForIntfGroup( TcamGroupId tcamGroupId
    TRACE( 1, "reserveClassIdForIntfGroup"
                 << " TcamGroupId: " << tcamGroupId << " RequestKey: " << requestKey
                 << " EntryId: " << entryId );
+   NODRA_ASSERT( !!intfGroup );
    const bool reserved = reserveClassId( tcamGroupId, requestKey, entryId );
    if ( reserved ) {
       populateIntfGroupHashToIntfGroupInfo( tcamGroupId, requestKey, intfGroup );

@@ -1,12 +1,12 @@
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
 #include "Sdk/SdkShim.h"
 
 namespace QuarraTcam {
 
-Nodra::TraceHandle portsManagerTrace( "QuarraTcamPortsManager" );
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsManager" );
 
 QuarraTcamPortsManager::Ptr quarraTcamPortsManagerFactory( const std::string &name ) {
    return std::make_shared<QuarraTcamPortsManager>( name );
@@ -19,6 +19,9 @@ const QuarraTcamPortsManager::Ptr &getQuarraTcamPortsManager() {
 
 // The order matters: keys are registered before bitmaps exist, and class IDs are reserved in the bitmaps.
 void QuarraTcamPortsManager::doSetup() {
+   NODRA_ASSERT( !!scsd() );
+   NODRA_ASSERT( !!portsHelper() );
+   NODRA_ASSERT( !classIdHwStatuss() && "doSetup was called before" );
    initializeSourceTrunkMap();
    portsHelper()->initializeTcamGroupsInfo();
    initializeHwBitmaps();
@@ -32,11 +35,14 @@ QuarraCentral::ChipInfo QuarraTcamPortsManager::unitChipInfo() const {
 // A space of no bits gets no bitmap: reserving in it aborts.
 void QuarraTcamPortsManager::initializeHwBitmaps() {
    TRACE( 1, "initializeHwBitmaps" );
+   NODRA_ASSERT( !!scsd() );
+   NODRA_ASSERT( SdkShim );
    const auto chipInfo = unitChipInfo();
    for ( const auto type : Nodra::enumerators<ClassIdType>() ) {
       if ( !classIdSpace( type ) ) {
          continue;
       }
+      NODRA_ASSERT( !classIdHwStatusHas( type ) );
       const U8 size = getClassIdSize( type, chipInfo );
       if ( size != 0 ) {
          classIdHwStatusIs( type, std::make_shared<Vesk::Bitmap>( static_cast<U64>( type ), size,
@@ -71,6 +77,7 @@ void QuarraTcamPortsManager::reserveClassIdForSystemAclGroup( TcamGroupId tcamGr
 ClassIdType QuarraTcamPortsManager::getClassIdTypeForGroup( TcamGroupId tcamGroupId ) {
    TRACE( 1, "getClassIdTypeForGroup"
                 << " TcamGroupId: " << tcamGroupId );
+   NODRA_ASSERT( !!portsHelper() );
    return portsHelper()->getClassIdTypeForGroup( tcamGroupId );
 }
 

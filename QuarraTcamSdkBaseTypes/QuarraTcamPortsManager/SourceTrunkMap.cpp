@@ -1,19 +1,22 @@
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/Trace.h"
 #include "Sdk/SdkShim.h"
 
 // Class IDs in the per-port words of the two source-trunk-map tables. The chip is not written here: requests
 // go to the port-table service, which applies them.
 namespace QuarraTcam {
+
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsManager" );
+
 namespace {
 
 using QuarraCentral::ifpSourceTrunkMapTable;
 using QuarraCentral::PortTabWriteRequestKey;
 using QuarraCentral::vfpSourceTrunkMapTable;
 
-// All ones but for the pool's bits. Deliberately only 16 bits wide: applying it clears bits 16 to 31 of the
-// old word as well. A bit position is taken modulo 32.
+// All ones but for the pool's bits, a bit position taken modulo 32. Known behaviour word-upper-half: it is
+// only 16 bits wide, so applying it clears bits 16 to 31 of the old word as well.
 U16 maskWithout( U8 baseOffset, U8 width ) {
    U32 mask = ~U32{ 0 };
    for ( U32 i = 0; i < width; ++i ) {
@@ -39,8 +42,12 @@ bool QuarraTcamPortsManager::programSourceTrunkMapClassId( TcamGroupId tcamGroup
       TRACE( 2, "Asked interface set is already programmed with the class Id" );
       return true;
    }
-   NODRA_ASSERT( scsd()->quarraModIdHas( ( U16 )SdkShim->vmSingleUnit() ) );
-   const U16 chip = unitChipInfo().chipId;
+   NODRA_ASSERT( !!scsd() );
+   NODRA_ASSERT( SdkShim );
+   const auto unit = static_cast<U16>( SdkShim->vmSingleUnit() );
+   NODRA_ASSERT_TEXT( scsd()->quarraModIdHas( unit ),
+                      "scsd()->quarraModIdHas( ( U16 )SdkShim->vmSingleUnit() )" );
+   const U16 chip = scsd()->quarraModId( unit ).chipInfo.chipId;
    TRACE( 3, " Programmed intf group: " );
    dumpIntfGroup( requestStatus->intfGroup() );
    TRACE( 3, " Supplied intf group: " );
@@ -49,7 +56,9 @@ bool QuarraTcamPortsManager::programSourceTrunkMapClassId( TcamGroupId tcamGroup
    NODRA_ASSERT( !!pool );
    const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
    NODRA_ASSERT( !!classIdConfig );
-   NODRA_ASSERT( !!sourceTrunkMapConfig() );
+   if ( requestStatus->intfGroup()->portIds() || intfGroup->portIds() ) {
+      NODRA_ASSERT( !!sourceTrunkMapConfig() );
+   }
    const U16 mask = maskWithout( pool->baseOffset(), pool->size() );
    const U8 table = classIdConfig->classIdType() == ClassIdType::ifpSourceTrunkMap ? ifpSourceTrunkMapTable
                                                                                    : vfpSourceTrunkMapTable;
@@ -77,10 +86,11 @@ bool QuarraTcamPortsManager::programSourceTrunkMapClassId( TcamGroupId tcamGroup
    return true;
 }
 
-// The chip variant's answer, which is narrower than the group's type: see the helper.
+// Known behaviour vfp-on-demand: the chip variant's answer, which is narrower than the group's type.
 bool QuarraTcamPortsManager::isSourceTrunkMapGroup( TcamGroupId tcamGroupId ) {
    TRACE( 1, "isSourceTrunkMapGroup"
                 << " TcamGroupId: " << tcamGroupId );
+   NODRA_ASSERT( !!portsHelper() );
    return portsHelper()->isSourceTrunkMapGroup( tcamGroupId );
 }
 

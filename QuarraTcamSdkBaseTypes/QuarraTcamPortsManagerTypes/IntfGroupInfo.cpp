@@ -1,11 +1,11 @@
 #include "Nodra/Assert.h"
+#include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManagerTypes.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManagerTypes/Trace.h"
 #include "Zev/Hash.h"
 
 namespace QuarraTcam {
 
-Nodra::TraceHandle portsManagerTypesTrace( "QuarraTcamPortsManagerTypes" );
+static Nodra::TraceHandle unitTrace( "QuarraTcamPortsManagerTypes" );
 
 bool IntfGroupInfo::portIdIs( const QuarraCentral::QuarraModPort &port ) {
    hash_.reset();

@@ -38,7 +38,10 @@ class NODRA_API AssertionFailure {
 
 // The same where the fixed text is not how the condition is written. The text, a C string, is only asked for
 // when the condition does not hold.
-#define NODRA_ASSERT_TEXT( condition, text )                                                                 \
+#define NODRA_ASSERT_TEXT( condition, text ) NODRA_ASSERT_OF( __PRETTY_FUNCTION__, condition, text )
+
+// The same in a function that works for an operation: the line names the operation, by its signature.
+#define NODRA_ASSERT_OF( operation, condition, text )                                                        \
    if ( static_cast<bool>( condition ) ) [[likely]] {                                                        \
    } else                                                                                                    \
-      Nodra::AssertionFailure( __FILE__, __LINE__, __PRETTY_FUNCTION__, text )
+      Nodra::AssertionFailure( __FILE__, __LINE__, operation, text )

@@ -44,7 +44,7 @@ class FlatSet {
 
    bool has( const T &value ) const { return std::binary_search( items_.begin(), items_.end(), value ); }
    // Whether some item is in both.
-   bool meets( const FlatSet &other ) const {
+   bool intersects( const FlatSet &other ) const {
       auto mine = begin();
       auto theirs = other.begin();
       while ( mine != end() && theirs != other.end() ) {

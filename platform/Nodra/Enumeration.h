@@ -11,7 +11,7 @@
 
 // The usual companions of a scoped enumeration that is stored in one byte and counts up from 0. It brings
 //
-//    constexpr std::string_view stringValue( E value )   a switch over the enumerators, "" for any other value
+//    constexpr std::string_view stringValue( E value )  a switch over the enumerators, "" for any other value
 //
 // and the compiler names the enumerator that the switch forgot. The rest is made from it here.
 namespace Nodra {

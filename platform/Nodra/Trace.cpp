@@ -124,6 +124,7 @@ std::vector<std::string> traceHandles() {
       names.emplace_back( handle->name() );
    }
    std::sort( names.begin(), names.end() );
+   names.erase( std::unique( names.begin(), names.end() ), names.end() );
    return names;
 }
 

@@ -8,9 +8,12 @@
 #include "Nodra/Text.h"
 #include "Nodra/Types.h"
 
-// Leveled tracing. Each unit has one handle with ten levels, all off at first. The environment variable
-// QUARRA_TRACE, or traceLevelsIs, turns levels on: "QuarraTcamPortsManager/0-3,QuarraTcamPorts/8"; "*" stands
-// for every handle. Main thread only.
+// Leveled tracing. Each source file has a handle of its unit's name, with ten levels, all off at first:
+//
+//    static Nodra::TraceHandle unitTrace( "QuarraTcamPortsManager" );
+//
+// The environment variable QUARRA_TRACE, or traceLevelsIs, turns levels on for all handles of a name:
+// "QuarraTcamPortsManager/0-3,QuarraTcamPorts/8"; "*" stands for every name. Main thread only.
 namespace Nodra {
 
 class NODRA_API TraceHandle {
@@ -33,11 +36,11 @@ class NODRA_API TraceHandle {
 };
 
 // Turns levels on as `settings` says. Returns an empty string, or what is wrong with it (nothing has changed
-// then). A handle that does not exist (yet) is an error unless `ignoreUnknown`.
+// then). A name that no handle has (yet) is an error unless `ignoreUnknown`.
 NODRA_API std::string traceLevelsIs( std::string_view settings, bool ignoreUnknown = false );
 NODRA_API void traceLevelsDelAll();
 
-// Names of all handles, in alphabetical order.
+// The names of all handles, each once, in alphabetical order.
 NODRA_API std::vector<std::string> traceHandles();
 
 // Where lines go: standard error at first.
@@ -106,5 +109,5 @@ NODRA_API void traceLine( const TraceHandle &handle, unsigned level, const std::
       Nodra::traceLine( handle, level, ( Nodra::Text() << text ).string() )
 #endif
 
-// The same through the handle of the unit that the source belongs to, which is in scope as `unitTrace`.
+// The same through the handle of the source file, `unitTrace`.
 #define TRACE( level, text ) NODRA_TRACE( unitTrace, level, text )

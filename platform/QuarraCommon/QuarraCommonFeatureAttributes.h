@@ -13,7 +13,10 @@ class QuarraCommonFeatureAttributes {
 
  public:
    // The chip's own numbering of system ports: the port number, with the module id above its bits.
-   U32 systemPort( U16 modId, U32 port, U32 /*maxPorts*/ ) const { return U32{ modId } << portBits_ | port; }
+   U32 systemPort( U16 modId, U32 port, U32 /*maxPorts*/ ) const {
+      constexpr U8 wordBits = 32;
+      return portBits_ < wordBits ? U32{ modId } << portBits_ | port : port;
+   }
 };
 
 } // namespace QuarraCommon

@@ -7,8 +7,8 @@
 namespace QuarraCentral {
 
 // System port of a port of a module. The chip's own numbering holds where the active profile has one.
-// Elsewhere a module takes 256 system ports, and port 0 deliberately maps to the slot just past the last
-// port.
+// Elsewhere a module takes 256 system ports, and port 0 maps to the slot just past the last port (known
+// behaviour system-port-of-port-0).
 inline U32 SYSPORT_FROM_MODPORT( const ChipInfo &chipInfo, U16 modId, U32 port, U32 maxPorts ) {
    NODRA_ASSERT( chipInfo != ChipInfo() ) << " chipInfo NULL";
    const auto &profile = activeChipProfile( chipInfo );

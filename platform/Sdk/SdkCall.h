@@ -51,15 +51,16 @@ int callUnlocked( Call call ) {
 
 } // namespace Sdk
 
-#define SDK_CALL_SITE( ... )                                                                                 \
-   [ function = __PRETTY_FUNCTION__ ] { return Sdk::CallSite{ __FILE__, __LINE__, function, #__VA_ARGS__ }; }
-
-// Makes an SDK call that must succeed. Traces through the unit's handle, `unitTrace`.
-#define SDK_CALL( ... )                                                                                      \
-   Sdk::checkCall( unitTrace, SDK_CALL_SITE( __VA_ARGS__ ),                                                  \
-                   Sdk::callUnlocked( [ & ] { return __VA_ARGS__; } ) )
+// Makes an SDK call that must succeed. Traces through the handle of the source file, `unitTrace`. The text in
+// traces and errors is the code of the call, or stands beside it.
+#define SDK_CALL( ... ) SDK_CALL_TEXT( ( __VA_ARGS__ ), #__VA_ARGS__ )
+#define SDK_CALL_TEXT( call, text )                                                                          \
+   Sdk::checkCall( unitTrace, SDK_CALL_SITE( text ), Sdk::callUnlocked( [ & ] { return call; } ) )
 
 // Makes an SDK call that may fail, and gives its return code.
-#define SDK_TRY( ... )                                                                                       \
-   Sdk::traceCall( unitTrace, SDK_CALL_SITE( __VA_ARGS__ ),                                                  \
-                   Sdk::callUnlocked( [ & ] { return __VA_ARGS__; } ) )
+#define SDK_TRY( ... ) SDK_TRY_TEXT( ( __VA_ARGS__ ), #__VA_ARGS__ )
+#define SDK_TRY_TEXT( call, text )                                                                           \
+   Sdk::traceCall( unitTrace, SDK_CALL_SITE( text ), Sdk::callUnlocked( [ & ] { return call; } ) )
+
+#define SDK_CALL_SITE( text )                                                                                \
+   [ function = __PRETTY_FUNCTION__ ] { return Sdk::CallSite{ __FILE__, __LINE__, function, text }; }
