@@ -196,6 +196,27 @@ Json parseJson( const std::string &text ) {
    return json;
 }
 
+// nlohmann escapes control characters below U+0020 only. The others stand in strings alone, so that their
+// bytes can be replaced in the text.
+std::string jsonText( const JsonOut &json, bool indented ) {
+   const auto text = json.dump( indented ? 3 : -1, ' ', false, JsonOut::error_handler_t::replace );
+   std::string escaped;
+   escaped.reserve( text.size() );
+   for ( std::size_t i = 0; i < text.size(); ++i ) {
+      const auto byte = static_cast<unsigned char>( text[ i ] );
+      const auto next = static_cast<unsigned char>( i + 1 < text.size() ? text[ i + 1 ] : '\0' );
+      if ( byte == 0x7f ) {
+         escaped += "\\u007f";
+      } else if ( byte == 0xc2 && next < 0xa0 ) {
+         escaped += fmt::format( "\\u{:04x}", next );
+         ++i;
+      } else {
+         escaped += text[ i ];
+      }
+   }
+   return escaped;
+}
+
 std::string typeName( const Json &value ) {
    const auto *found =
       std::ranges::find( typeNames, value.type(), &std::pair<Json::value_t, std::string_view>::first );

@@ -1,5 +1,9 @@
-#include <sstream>
+#include <cstdio>
+#include <fstream>
 
+#include <unistd.h>
+
+#include "lab/TextFile.h"
 #include "tests/Lines.h"
 
 // The switch as a user sees it through `quarra-tcam batch`: what is shared, who wins, what fits, what is
@@ -218,21 +222,34 @@ TEST_F( BatchOnSdk6Twin, DumpShowsTheWholeState ) {
    EXPECT_EQ( entry.at( "maskBits" ), JsonOut::array( { 14, 15, 16, 17 } ) );
 }
 
-TEST( BatchLines, AreAnsweredOneForOneWithTheirNumber ) {
+TEST( BatchLines, AreCountedInErrors ) {
    Batch batch( QuarraLab::defaultChoice( "testSdk6" ) );
-   std::istringstream in( "nonsense\n{\"op\":\"createGroup\",\"group\":16}\n\n{\"op\":\"check\"}" );
-   std::ostringstream out;
-   batch.run( in, out );
-   std::vector<JsonOut> answers;
-   std::istringstream lines( out.str() );
-   for ( std::string line; std::getline( lines, line ); ) {
-      answers.push_back( JsonOut::parse( line ) );
+   EXPECT_EQ( batch.answer( "nonsense" ).at( "error" ).at( "line" ), 1 );
+   EXPECT_EQ( batch.answer( R"({"op":"createGroup","group":16})" ).at( "hint" ).at( "endBit" ), 63 );
+   EXPECT_EQ( batch.answer( "" ).at( "error" ).at( "line" ), 3 );
+}
+
+// The lines of a file, as LineReader gives them.
+std::vector<std::string> linesOf( const std::string &text ) {
+   const std::string file = ::testing::TempDir() + "lines" + std::to_string( getpid() );
+   std::ofstream( file, std::ios::binary ) << text;
+   std::vector<std::string> lines;
+   QuarraLab::LineReader reader( file );
+   while ( auto line = reader.next() ) {
+      lines.push_back( std::move( *line ) );
    }
-   ASSERT_EQ( answers.size(), 4u );
-   EXPECT_EQ( answers[ 0 ].at( "error" ).at( "line" ), 1 );
-   EXPECT_EQ( answers[ 1 ].at( "hint" ).at( "endBit" ), 63 );
-   EXPECT_EQ( answers[ 2 ].at( "error" ).at( "line" ), 3 );
-   EXPECT_EQ( answers[ 3 ].at( "mismatches" ), JsonOut::array() );
+   std::remove( file.c_str() );
+   return lines;
+}
+
+TEST( BatchLines, EndWithTheirLineBreakOrTheFile ) {
+   using Lines = std::vector<std::string>;
+   EXPECT_EQ( linesOf( "" ), Lines() );
+   EXPECT_EQ( linesOf( "\n" ), Lines( { "" } ) );
+   EXPECT_EQ( linesOf( "a\n\nb" ), Lines( { "a", "", "b" } ) );
+   EXPECT_EQ( linesOf( "a\nb\n" ), Lines( { "a", "b" } ) );
+   const std::string piece( 65535, 'x' ); // around the size of a read
+   EXPECT_EQ( linesOf( piece + "\ny\n" + piece + "xx\nz" ), Lines( { piece, "y", piece + "xx", "z" } ) );
 }
 
 TEST( BatchLines, TheFirstMayChooseTheChip ) {

@@ -190,10 +190,4 @@ JsonOut Batch::answer( const std::string &line ) {
    }
 }
 
-void Batch::run( std::istream &in, std::ostream &out ) {
-   for ( std::string line; std::getline( in, line ); ) {
-      out << answer( line ).dump( -1, ' ', false, JsonOut::error_handler_t::replace ) << std::endl;
-   }
-}
-
 } // namespace QuarraTool

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <istream>
 #include <memory>
-#include <ostream>
 
 #include "lab/ChipFile.h"
 #include "lab/Dump.h"
@@ -22,9 +20,6 @@ class Batch {
 
    // The answer to one line.
    JsonOut answer( const std::string &line );
-
-   // Answers every line of `in`, flushing `out` after each.
-   void run( std::istream &in, std::ostream &out );
 
  private:
    struct Operation;

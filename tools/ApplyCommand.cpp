@@ -1,0 +1,80 @@
+#include <cstdlib>
+#include <memory>
+
+#include "tools/ApplyReport.h"
+#include "tools/Command.h"
+#include "tools/SdkCalls.h"
+
+namespace QuarraTool {
+namespace {
+
+struct ApplyOptions {
+   std::string file;
+   std::vector<std::string> map; // "TYPE=GROUP"
+   bool bindings = false;        // an entry for a table without rules
+};
+
+bool wantsColour( const Output &out ) {
+   const char *noColour = std::getenv( "NO_COLOR" );
+   return out.isTerminal() && !( noColour && *noColour );
+}
+
+// One entry of the whole table's ports for each table that has no rules.
+void addBindings( AclConfig &config ) {
+   for ( auto &table : config.tables ) {
+      if ( table.leftOut.empty() && table.rules.empty() ) {
+         table.rules.push_back(
+            { "(binding)", table.name, 0, std::make_shared<std::vector<std::string>>( table.ports ) } );
+      }
+   }
+}
+
+int run( const GlobalOptions &global, const ApplyOptions &options, Output &out ) {
+   const auto choice = global.choice();
+   GroupMap map;
+   for ( const auto &text : options.map ) {
+      addToMap( map, text );
+   }
+   auto config = readConfigDb( options.file );
+   if ( options.bindings ) {
+      addBindings( config );
+   }
+   const Applied applied( std::move( config ), choice, map );
+   if ( global.json ) {
+      auto json = applyJson( applied );
+      if ( global.statistics ) {
+         json[ "sdkCalls" ] = applied.theSwitch().chip().callCounts();
+      }
+      out.print( jsonText( json, global.pretty ) + "\n" );
+   } else {
+      out.print( applyReport( applied, wantsColour( out ) ) );
+      if ( global.statistics ) {
+         out.print( "\n" + sdkCallsText( applied.theSwitch() ) );
+      }
+   }
+   return withFailuresChecked( global, &applied.theSwitch(),
+                               applied.allFitAndMatch() ? exitGood : exitDoesNotFit );
+}
+
+Command::Run addOptions( CLI::App &app ) {
+   const auto options = std::make_shared<ApplyOptions>();
+   app.footer( "Every rule becomes one TCAM entry. The map from table types to TCAM groups on the SDK6\n"
+               "variants is L3=13, L3V6=14, L3V4V6=59, MIRROR=42, MIRRORV6=43, MIRROR_DSCP=52, PFCWD=55,\n"
+               "MCLAG=56, CTRLPLANE=108 and OTHER=132 for every other type; docs/tool.md has the others." );
+   app.add_option( "FILE", options->file, "The configuration; - for standard input" )->required();
+   app.add_option( "--map", options->map, "TCAM group for a table type; may be given several times" )
+      ->type_name( "TYPE=GROUP" );
+   app.add_flag( "--bindings", options->bindings, "Install one entry for each table that has no rules" );
+   return [ options ]( const GlobalOptions &global, Output &out ) { return run( global, *options, out ); };
+}
+
+} // namespace
+
+const Command applyCommand = { "apply",
+                               "Install the ACL rules of a config_db.json and check them",
+                               { CommonOption::json, CommonOption::pretty, CommonOption::statistics,
+                                 CommonOption::variant, CommonOption::chip, CommonOption::failSdkCall,
+                                 CommonOption::trace },
+                               addOptions };
+
+} // namespace QuarraTool
