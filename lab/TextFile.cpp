@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -19,7 +20,11 @@ constexpr std::size_t mostBytesOfALine = std::size_t{ 1 } << 20;
 
 } // namespace
 
-InputError::InputError( const std::string &message ) : std::runtime_error( oneLine( message ) ) {}
+InputError::InputError( const std::string &message ) : std::runtime_error( messageLine( message ) ) {}
+
+InputErrors::InputErrors( const std::vector<std::string> &messages ) : InputError( messages.front() ) {
+   std::ranges::transform( messages, std::back_inserter( lines_ ), messageLine );
+}
 
 InputFile::InputFile( const std::string &file )
    : name_( file == "-" ? "standard input" : file ),

@@ -3,6 +3,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "agent/OneLine.h"
 
@@ -14,6 +15,17 @@ namespace QuarraLab {
 class InputError : public std::runtime_error {
  public:
    explicit InputError( const std::string &message );
+};
+
+// Several at once, each a line. what() is the first.
+class InputErrors : public InputError {
+ public:
+   explicit InputErrors( const std::vector<std::string> &messages ); // at least one
+
+   const std::vector<std::string> &lines() const { return lines_; }
+
+ private:
+   std::vector<std::string> lines_;
 };
 
 // The bytes of a file, or of standard input for "-", as they come. Everything that goes wrong throws
@@ -58,6 +70,8 @@ class LineReader {
    std::size_t number_ = 0;   // of the last line
 };
 
+using QuarraAgent::messageLine;
 using QuarraAgent::oneLine;
+using QuarraAgent::shortened;
 
 } // namespace QuarraLab

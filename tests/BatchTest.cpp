@@ -37,7 +37,7 @@ TEST_F( BatchOnSdk6Twin, TheNewestEntryOfAValueBasedGroupWinsThePort ) {
    const auto found = mismatches();
    ASSERT_EQ( found.size(), 1u );
    EXPECT_EQ( found[ 0 ].at( "entry" ), 1 );
-   EXPECT_EQ( found[ 0 ].at( "port" ), 2 );
+   EXPECT_EQ( found[ 0 ].at( "port" ).at( "port" ), 2 );
    EXPECT_EQ( found[ 0 ].at( "expected" ), true );
    EXPECT_EQ( found[ 0 ].at( "found" ), false );
    EXPECT_THAT( found[ 0 ].at( "reason" ).get<std::string>(),
@@ -214,7 +214,8 @@ TEST_F( BatchOnSdk6Twin, DumpShowsTheWholeState ) {
    EXPECT_EQ( group.at( "pools" )[ 0 ].at( "offset" ), 14 );
    EXPECT_EQ( group.at( "pools" )[ 0 ].at( "free" ).front(), 2 );
    EXPECT_EQ( group.at( "requests" )[ 0 ].at( "entries" ), JsonOut::array( { 1, 2 } ) );
-   EXPECT_EQ( group.at( "index" )[ 0 ].at( "ports" ), JsonOut::array( { 1, 2 } ) );
+   EXPECT_EQ( group.at( "index" )[ 0 ].at( "ports" ).dump(),
+              R"([{"name":"Port1","port":1},{"name":"Port2","port":2}])" );
    EXPECT_EQ( group.at( "index" )[ 0 ].at( "keys" )[ 0 ], group.at( "requests" )[ 0 ].at( "key" ) );
    EXPECT_EQ( portDump( 2 ).at( "aclGroup" ), "0x4000" );
    const auto entry = memberOf( dump().at( "chip" ).at( "entries" ), "entry", 2 );
@@ -227,6 +228,22 @@ TEST( BatchLines, AreCountedInErrors ) {
    EXPECT_EQ( batch.answer( "nonsense" ).at( "error" ).at( "line" ), 1 );
    EXPECT_EQ( batch.answer( R"({"op":"createGroup","group":16})" ).at( "hint" ).at( "endBit" ), 63 );
    EXPECT_EQ( batch.answer( "" ).at( "error" ).at( "line" ), 3 );
+}
+
+TEST( BatchLines, GiveBackTheIdOfTheirRequest ) {
+   Batch batch( QuarraLab::defaultChoice( "testSdk6" ) );
+   EXPECT_EQ( batch.answer( R"({"id":"a","op":"createGroup","group":16})" ).dump(),
+              R"({"version":1,"ok":true,"id":"a","hint":{"startBit":0,"endBit":63}})" );
+   EXPECT_EQ( batch.answer( R"({"op":"fly","id":-7})" ).at( "id" ), -7 ) << "of a refused one, too";
+   EXPECT_FALSE( batch.answer( R"({"op":"check"})" ).contains( "id" ) );
+   EXPECT_EQ( batch.answer( R"({"op":"check","id":1.5})" ).at( "error" ).at( "code" ), "badField" );
+}
+
+TEST_F( BatchOnSdk6Twin, TakesPortsByNameAsItGivesThem ) {
+   const auto byNumber = install( 13, 1, "5,9" );
+   EXPECT_EQ( install( 13, 2, R"("Port9",{"name":"Port5","port":5})" ).at( "key" ), byNumber.at( "key" ) );
+   EXPECT_EQ( refused( installLine( 13, 3, R"("Port511")" ) ), "unknownPort" );
+   EXPECT_EQ( refused( installLine( 13, 3, R"({"name":"Port5","port":6})" ) ), "badField" );
 }
 
 // The lines of a file, as LineReader gives them.

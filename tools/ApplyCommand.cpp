@@ -12,6 +12,7 @@ struct ApplyOptions {
    std::string file;
    std::vector<std::string> map; // "TYPE=GROUP"
    bool bindings = false;        // an entry for a table without rules
+   bool all = false;             // refusals and mismatches one by one
 };
 
 bool wantsColour( const Output &out ) {
@@ -47,7 +48,7 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
       }
       out.print( jsonText( json, global.pretty ) + "\n" );
    } else {
-      out.print( applyReport( applied, wantsColour( out ) ) );
+      out.print( applyReport( applied, wantsColour( out ), options.all ) );
       if ( global.statistics ) {
          out.print( "\n" + sdkCallsText( applied.theSwitch() ) );
       }
@@ -65,6 +66,8 @@ Command::Run addOptions( CLI::App &app ) {
    app.add_option( "--map", options->map, "TCAM group for a table type; may be given several times" )
       ->type_name( "TYPE=GROUP" );
    app.add_flag( "--bindings", options->bindings, "Install one entry for each table that has no rules" );
+   app.add_flag( "--all", options->all,
+                 "List every refused entry and every mismatch (the document always does)" );
    return [ options ]( const GlobalOptions &global, Output &out ) { return run( global, *options, out ); };
 }
 

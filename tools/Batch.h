@@ -25,8 +25,8 @@ class Batch {
    struct Operation;
    static const Operation operations[];
 
-   JsonOut carryOut( const std::string &line );
-   Switch &theSwitch(); // made with the first operation that needs it
+   JsonOut carryOut( const std::string &line, JsonOut &id ); // what an answer says beside ok and id
+   Switch &theSwitch();                                      // made with the first operation that needs it
 
    JsonOut chip( JsonFields &fields );
    JsonOut createGroup( JsonFields &fields );

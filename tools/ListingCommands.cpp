@@ -51,7 +51,10 @@ int runGroups( const GlobalOptions &global, Output &out ) {
       json[ "group" ] = group.value();
       groups.push_back( std::move( json ) );
    }
-   print( global, out, { { "variant", theSwitch.agent().variant().name }, { "groups", groups } }, table );
+   auto json = document( true );
+   json[ "variant" ] = theSwitch.agent().variant().name;
+   json[ "groups" ] = std::move( groups );
+   print( global, out, json, table );
    return exitGood;
 }
 
@@ -86,9 +89,11 @@ int runChips( const GlobalOptions &global, Output &out ) {
                          { "fixedBits", chip.fixedBits },
                          { "sourceTrunkMapBits", chip.sourceTrunkMapBits },
                          { "portBits", chip.portBits },
-                         { "ports", chip.ports.size() } } );
+                         { "portCount", chip.ports.size() } } );
    }
-   print( global, out, chips, table );
+   auto json = document( true );
+   json[ "chips" ] = std::move( chips );
+   print( global, out, json, table );
    return exitGood;
 }
 

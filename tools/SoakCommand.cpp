@@ -55,13 +55,14 @@ void drawProgress( const SoakOptions &options, const SoakResult &result ) {
 }
 
 JsonOut resultJson( const SoakOptions &options, const SoakResult &result ) {
-   JsonOut json = { { "seed", options.seed },
-                    { "operations", result.tally.operations },
-                    { "episodes", result.tally.episodes },
-                    { "seconds", result.seconds },
-                    { "outcomes", result.tally.outcomes },
-                    { "events", JsonOut::object() },
-                    { "failure", nullptr } };
+   auto json = document( !result.failure );
+   json[ "seed" ] = options.seed;
+   json[ "operations" ] = result.tally.operations;
+   json[ "episodes" ] = result.tally.episodes;
+   json[ "seconds" ] = result.seconds;
+   json[ "outcomes" ] = result.tally.outcomes;
+   json[ "events" ] = JsonOut::object();
+   json[ "failure" ] = nullptr;
    for ( std::size_t i = 0; i < result.tally.events.size(); ++i ) {
       json[ "events" ][ eventNames[ i ] ] = result.tally.events[ i ];
    }

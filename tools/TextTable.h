@@ -17,7 +17,8 @@ class TextTable {
 
    explicit TextTable( std::vector<Column> columns ) : columns_( std::move( columns ) ) {}
 
-   void row( const std::vector<std::string> &cells ); // each on one line, whatever it holds
+   // Each cell on one line, whatever it holds; all but the last without their middle when they are very long.
+   void row( const std::vector<std::string> &cells );
    bool empty() const { return rows_.empty(); }
 
    // Indented by two blanks, two blanks between columns, no blanks at the end of a line.
@@ -29,6 +30,9 @@ class TextTable {
    std::vector<Column> columns_;
    std::vector<std::vector<std::string>> rows_;
 };
+
+// A name as it stands in a table or a line of text: on one line, without its middle when it is very long.
+std::string shortName( const std::string &name );
 
 // "1 entry", "2 entries": the word in the number that fits.
 std::string counted( std::size_t number, const std::string &one, const std::string &many );

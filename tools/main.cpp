@@ -41,6 +41,28 @@ constexpr auto examples =
    "Exit codes: 0 all is well, and all output was written; 1 something does not fit, does not match or did\n"
    "not happen; 2 bad input or options, nothing applied; 4 standard output could not be written.\n";
 
+// Traces quote names of the input, which may hold what a terminal obeys.
+class ErrorTrace : public Nodra::TraceSink {
+ public:
+   void line( const Nodra::TraceHandle &handle, unsigned level, const std::string &text ) override {
+      std::cerr << fmt::format( "{}/{} {}\n", handle.name(), level, oneLine( text ) );
+   }
+};
+
+void complain( const std::string &message ) {
+   std::cerr << "quarra-tcam: " << messageLine( message ) << "\n";
+}
+
+void complain( const std::vector<std::string> &messages ) {
+   constexpr std::size_t most = 100;
+   for ( std::size_t i = 0; i < std::min( messages.size(), most ); ++i ) {
+      complain( messages[ i ] );
+   }
+   if ( messages.size() > most ) {
+      complain( fmt::format( "and {} more", messages.size() - most ) );
+   }
+}
+
 // What is wrong with the words of the command line.
 class UsageError : public std::runtime_error {
  public:
@@ -215,13 +237,15 @@ int CommandLine::run( int argc, char **argv, Output &out ) {
       out.print( app_.help() );
       return exitGood;
    } catch ( const UsageError &error ) {
-      std::cerr << "quarra-tcam: " << oneLine( error.what() ) << " (--help explains)\n";
+      complain( std::string( error.what() ) + " (--help explains)" );
+   } catch ( const InputErrors &errors ) {
+      complain( errors.lines() );
    } catch ( const InputError &error ) {
-      std::cerr << "quarra-tcam: " << error.what() << "\n";
+      complain( error.what() );
    } catch ( const QuarraAgent::RequestRefused &refused ) {
-      std::cerr << "quarra-tcam: " << refused.code() << ": " << refused.what() << "\n";
+      complain( refused.code() + ": " + refused.what() );
    } catch ( const std::bad_alloc & ) {
-      std::cerr << "quarra-tcam: not enough memory\n";
+      complain( "not enough memory" );
    }
    return exitBadInput;
 }
@@ -240,6 +264,8 @@ void occupyClosedDescriptors() {
 
 int main( int argc, char **argv ) {
    occupyClosedDescriptors();
+   static ErrorTrace trace; // outlives all that traces
+   Nodra::traceSinkIs( &trace );
    const auto pipeSignal =
       std::signal( SIGPIPE, SIG_IGN ); // a write to a closed pipe is an error like others
    try {
@@ -252,7 +278,7 @@ int main( int argc, char **argv ) {
          std::signal( SIGPIPE, pipeSignal );
          std::raise( SIGPIPE ); // ends the process as it ends others, unless whoever started it ignores it
       } else {
-         std::cerr << "quarra-tcam: " << error.what() << "\n";
+         complain( error.what() );
       }
    }
    return exitNotWritten;
