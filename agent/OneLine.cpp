@@ -82,6 +82,11 @@ std::string shortened( const std::string &text, std::size_t most ) {
    return text.substr( 0, head ) + "..." + text.substr( tail );
 }
 
+std::string shortName( const std::string &name ) {
+   constexpr std::size_t most = 100;
+   return shortened( oneLine( name ), most );
+}
+
 std::string messageLine( const std::string &text ) {
    constexpr std::size_t most = 4000;
    return shortened( oneLine( text ), most );

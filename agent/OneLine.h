@@ -12,6 +12,9 @@ std::string oneLine( const std::string &text );
 // The text without its middle, "..." in its place, when it has more than `most` bytes.
 std::string shortened( const std::string &text, std::size_t most );
 
+// A name as it stands in a table or a line of text: on one line, without its middle when it is very long.
+std::string shortName( const std::string &name );
+
 // One line that a person can still read: what a message quotes may be endless, too.
 std::string messageLine( const std::string &text );
 

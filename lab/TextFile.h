@@ -72,6 +72,6 @@ class LineReader {
 
 using QuarraAgent::messageLine;
 using QuarraAgent::oneLine;
-using QuarraAgent::shortened;
+using QuarraAgent::shortName;
 
 } // namespace QuarraLab

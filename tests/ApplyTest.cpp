@@ -69,6 +69,24 @@ TEST( Apply, NamesWhatDoesNotFit ) {
    EXPECT_EQ( applyJson( *applied ).at( "entries" )[ 2 ].at( "error" ).at( "code" ), "unknownRule" );
 }
 
+TEST( Apply, GoesOnWithoutWhatIsWrong ) {
+   std::string text = config;
+   text.insert( text.find( "\"USERS|R1\"" ), R"("USERS|BAD": { "PRIORITY": "x" }, "GHOST|R1": {}, )" );
+   auto reading = parseAcl( { { "acl.json", text } } );
+   ASSERT_TRUE( reading.usable() );
+   const Applied applied( std::move( reading.config ), defaultChoice( "testSdk6" ), {},
+                          std::move( reading.complaints ) );
+   EXPECT_EQ( applied.entries().size(), 5u );
+   EXPECT_TRUE( applied.mismatches().empty() );
+   EXPECT_FALSE( applied.allFitAndMatch() );
+   EXPECT_THAT( applyReport( applied, false ),
+                HasSubstr( "acl.json: ACL_RULE|USERS|BAD.PRIORITY: expected" ) );
+   const auto complaints = applyJson( applied ).at( "complaints" );
+   ASSERT_EQ( complaints.size(), 2u );
+   EXPECT_EQ( complaints[ 0 ].at( "table" ), "GHOST" );
+   EXPECT_EQ( complaints[ 1 ].at( "rule" ), "BAD" );
+}
+
 TEST( Apply, RefusesAMapToAGroupThatIsNotThere ) {
    EXPECT_THROW( apply( { { "L3", 4 } } ), QuarraAgent::RequestRefused );
 }

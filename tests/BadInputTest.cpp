@@ -262,7 +262,7 @@ TEST( BadInput, IsQuotedInPart ) {
                                  "2J\x7f\xc3\xa4\x9b" } } ),
               "{\"n\":\"\\u009b2J\\u007f\xc3\xa4\xef\xbf\xbd\"}" );
    for ( std::size_t most = 1; most < 12; ++most ) {
-      const auto text = shortened( "\xe2\x82\xac\xe2\x82\xac\xe2\x82\xac\xe2\x82\xac", most );
+      const auto text = QuarraAgent::shortened( "\xe2\x82\xac\xe2\x82\xac\xe2\x82\xac\xe2\x82\xac", most );
       EXPECT_EQ( oneLine( text ), text ) << "no character is cut in two";
    }
 }

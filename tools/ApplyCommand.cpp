@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "acl/ReadAcl.h"
 #include "tools/ApplyReport.h"
 #include "tools/Command.h"
 #include "tools/SdkCalls.h"
@@ -9,7 +10,9 @@ namespace QuarraTool {
 namespace {
 
 struct ApplyOptions {
-   std::string file;
+   std::vector<std::string> files;
+   std::string format;           // of the files; empty: as their content tells
+   bool keepGoing = false;       // without what is wrong in the files
    std::vector<std::string> map; // "TYPE=GROUP"
    bool bindings = false;        // an entry for a table without rules
    bool all = false;             // refusals and mismatches one by one
@@ -36,11 +39,15 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
    for ( const auto &text : options.map ) {
       addToMap( map, text );
    }
-   auto config = readConfigDb( options.file );
+   auto reading = readAcl(
+      options.files, options.format.empty() ? std::nullopt : std::optional( aclFormatOf( options.format ) ) );
+   auto complaints =
+      options.keepGoing && reading.usable() ? std::move( reading.complaints ) : std::vector<AclComplaint>();
+   auto config = complaints.empty() ? std::move( reading ).orRefuse() : std::move( reading.config );
    if ( options.bindings ) {
       addBindings( config );
    }
-   const Applied applied( std::move( config ), choice, map );
+   const Applied applied( std::move( config ), choice, map, std::move( complaints ) );
    if ( global.json ) {
       auto json = applyJson( applied );
       if ( global.statistics ) {
@@ -57,12 +64,27 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
                                applied.allFitAndMatch() ? exitGood : exitDoesNotFit );
 }
 
+std::string formatNames() {
+   std::string names;
+   for ( const auto &row : aclFormats() ) {
+      names += ( names.empty() ? "" : ", " ) + std::string( row.name );
+   }
+   return names;
+}
+
 Command::Run addOptions( CLI::App &app ) {
    const auto options = std::make_shared<ApplyOptions>();
    app.footer( "Every rule becomes one TCAM entry. The map from table types to TCAM groups on the SDK6\n"
                "variants is L3=13, L3V6=14, L3V4V6=59, MIRROR=42, MIRRORV6=43, MIRROR_DSCP=52, PFCWD=55,\n"
                "MCLAG=56, CTRLPLANE=108 and OTHER=132 for every other type; docs/tool.md has the others." );
-   app.add_option( "FILE", options->file, "The configuration; - for standard input" )->required();
+   app.add_option( "FILE", options->files,
+                   "The configuration; - for standard input. Ports and bindings may stand in one file, rules "
+                   "in another" )
+      ->required();
+   app.add_option( "--format", options->format, "Format of the files: " + formatNames() )
+      ->type_name( "NAME" );
+   app.add_flag( "--keep-going", options->keepGoing,
+                 "Leave out what is wrong in the files, a rule or a table, list it, and exit with 1" );
    app.add_option( "--map", options->map, "TCAM group for a table type; may be given several times" )
       ->type_name( "TYPE=GROUP" );
    app.add_flag( "--bindings", options->bindings, "Install one entry for each table that has no rules" );

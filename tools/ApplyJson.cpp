@@ -61,6 +61,21 @@ JsonOut entriesJson( const Applied &applied, const PortsJson &ports ) {
    return entries;
 }
 
+JsonOut complaintsJson( const Applied &applied ) {
+   auto complaints = JsonOut::array();
+   for ( const auto &complaint : applied.complaints() ) {
+      JsonOut json = { { "file", complaint.file },
+                       { "place", complaint.place },
+                       { "message", complaint.message },
+                       { "table", complaint.table } };
+      if ( !complaint.rule.empty() ) {
+         json[ "rule" ] = complaint.rule;
+      }
+      complaints.push_back( std::move( json ) );
+   }
+   return complaints;
+}
+
 } // namespace
 
 JsonOut applyJson( const Applied &applied ) {
@@ -80,6 +95,7 @@ JsonOut applyJson( const Applied &applied ) {
    json[ "variant" ] = agent.variant().name;
    json[ "chip" ] = agent.chip().profile;
    json[ "ports" ] = std::move( chipPorts );
+   json[ "complaints" ] = complaintsJson( applied );
    json[ "warnings" ] = applied.config().warnings;
    json[ "tables" ] = tablesJson( applied, ports );
    json[ "entries" ] = entriesJson( applied, ports );

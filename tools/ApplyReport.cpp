@@ -286,6 +286,13 @@ std::string applyReport( const Applied &applied, bool colour, bool all ) {
                    counted( applied.config().tables.size(), "ACL table", "ACL tables" ), agent.variant().name,
                    agent.chip().profile, counted( agent.chip().ports.size(), "port", "ports" ) );
    text += heading( "ACL tables", colour ) + tablesPart( applied, names );
+   if ( !applied.complaints().empty() ) {
+      text += heading( "Left out, for what is wrong with it", colour );
+      const auto most = all ? applied.complaints().size() : std::size_t{ 100 };
+      for ( const auto &line : complaintLines( applied.complaints(), most ) ) {
+         text += verdict( false, line, colour );
+      }
+   }
    if ( !applied.config().warnings.empty() ) {
       text += heading( "Warnings", colour );
       for ( const auto &warning : applied.config().warnings ) {

@@ -10,7 +10,7 @@ const CommonOptionRow rows[] = {
      []( GlobalOptions &global, const std::string & ) { global.json = global.pretty = true; } },
    { CommonOption::statistics, "-s,--statistics", "Print the number of SDK calls by function", nullptr, true,
      []( GlobalOptions &global, const std::string & ) { global.statistics = true; } },
-   { CommonOption::variant, "--variant", "Chip variant: sdk6, hsdk, testSdk6 or testHsdk", "NAME", false,
+   { CommonOption::variant, "--variant", "Chip variant: ", "NAME", false,
      []( GlobalOptions &global, const std::string &value ) {
         global.variant = value;
         global.variantChosen = true;
@@ -46,9 +46,11 @@ ChipChoice GlobalOptions::choice() const {
 }
 
 void addCommonOption( CLI::App &app, const CommonOptionRow &row, GlobalOptions &global ) {
+   const auto help =
+      row.help + ( row.option == CommonOption::variant ? QuarraAgent::variantNames() : std::string() );
    if ( !row.valueName ) {
       app.add_flag_callback(
-         row.names, [ &row, &global ] { row.set( global, {} ); }, row.help );
+         row.names, [ &row, &global ] { row.set( global, {} ); }, help );
       return;
    }
    app.add_option_function<std::vector<std::string>>(
@@ -58,7 +60,7 @@ void addCommonOption( CLI::App &app, const CommonOptionRow &row, GlobalOptions &
                row.set( global, value );
             }
          },
-         row.help )
+         help )
       ->type_name( row.valueName )
       ->expected( 1 )
       ->take_all();

@@ -11,23 +11,13 @@ namespace QuarraTool {
 
 using namespace QuarraLab;
 
-namespace {
-
-// A column is as wide as its widest cell.
-constexpr std::size_t widestName = 100;
-
-} // namespace
-
 void TextTable::row( const std::vector<std::string> &cells ) {
    std::vector<std::string> &row = rows_.emplace_back();
-   std::ranges::transform( cells, std::back_inserter( row ), oneLine );
-   for ( std::size_t i = 0; i + 1 < row.size(); ++i ) {
-      row[ i ] = shortened( row[ i ], widestName );
+   std::ranges::transform( cells, std::back_inserter( row ),
+                           shortName ); // a column is as wide as its widest cell
+   if ( !cells.empty() ) {
+      row.back() = oneLine( cells.back() );
    }
-}
-
-std::string shortName( const std::string &name ) {
-   return shortened( oneLine( name ), widestName );
 }
 
 std::string TextTable::line( const std::vector<std::string> &cells,

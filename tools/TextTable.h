@@ -31,9 +31,6 @@ class TextTable {
    std::vector<std::vector<std::string>> rows_;
 };
 
-// A name as it stands in a table or a line of text: on one line, without its middle when it is very long.
-std::string shortName( const std::string &name );
-
 // "1 entry", "2 entries": the word in the number that fits.
 std::string counted( std::size_t number, const std::string &one, const std::string &many );
 

@@ -10,6 +10,7 @@
 
 #include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/Version.h"
+#include "acl/Complaints.h"
 #include "lab/TextFile.h"
 #include "tools/Command.h"
 #include "tools/CommonOptions.h"
@@ -238,6 +239,10 @@ int CommandLine::run( int argc, char **argv, Output &out ) {
       return exitGood;
    } catch ( const UsageError &error ) {
       complain( std::string( error.what() ) + " (--help explains)" );
+   } catch ( const QuarraAcl::AclRefused &refused ) {
+      for ( const auto &line : QuarraAcl::complaintLines( refused.complaints() ) ) {
+         complain( line );
+      }
    } catch ( const InputErrors &errors ) {
       complain( errors.lines() );
    } catch ( const InputError &error ) {

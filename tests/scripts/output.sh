@@ -47,7 +47,7 @@ expect "a reader that is gone, SIGPIPE ignored" 4 '' \
 expect "batch of a folder" 2 '^quarra-tcam: standard input: cannot be read: Is a directory$' \
    bash -c 'exec "$0" batch - </tmp' "$tool"
 expect "batch of a closed input" 2 '^quarra-tcam: standard input: cannot be read: ' bash -c 'exec "$0" batch - <&-' "$tool"
-expect "batch of a line without end" 2 '^quarra-tcam: standard input: line 1 is longer than 1 MiB$' \
+expect "batch of a line without end" 2 '^quarra-tcam: standard input: line 1 is longer than 16 MiB$' \
    bash -c 'exec "$0" batch - </dev/zero' "$tool"
 expect "apply of a file without end" 2 '^quarra-tcam: /dev/zero: holds more than 256 MiB$' "$tool" apply /dev/zero
 expect "apply of standard input" 0 '' bash -c '"$0" apply - <scenarios/overlap.json >/dev/null' "$tool"
