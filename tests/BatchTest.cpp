@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include "Nodra/Trace.h"
 #include "lab/TextFile.h"
 #include "tests/Lines.h"
 
@@ -244,6 +245,18 @@ TEST_F( BatchOnSdk6Twin, TakesPortsByNameAsItGivesThem ) {
    EXPECT_EQ( install( 13, 2, R"("Port9",{"name":"Port5","port":5})" ).at( "key" ), byNumber.at( "key" ) );
    EXPECT_EQ( refused( installLine( 13, 3, R"("Port511")" ) ), "unknownPort" );
    EXPECT_EQ( refused( installLine( 13, 3, R"({"name":"Port5","port":6})" ) ), "badField" );
+}
+
+TEST_F( LinesTest, SdkCallsAreTracedWithTheirArguments ) {
+   use( "sdk6" );
+   {
+      const Nodra::MemoryTrace trace;
+      Nodra::traceLevelsIs( "SimulatedChip/5" );
+      install( 13, 1, "1,2" );
+      EXPECT_TRUE( trace.has( "bcm_subport_port_group_subport_multi_set( 0, 14, 2, { 1, 2 } )" ) );
+      EXPECT_TRUE( trace.has( "fieldEntryCreate( 0, 1 )" ) );
+   }
+   Nodra::traceLevelsDelAll();
 }
 
 // The lines of a file, as LineReader gives them.
