@@ -211,12 +211,16 @@ void groupCanBeDeleted( const QuarraTcamPortsManager &manager, const ClassIdTcam
       refuse( "groupReserved",
               Text() << "group " << group << " holds class IDs reserved at start-up and cannot be deleted" );
    }
+   constexpr U32 namedAtMost = 10;
    Text users;
    U32 count = 0;
    for ( const auto &[ id, entry ] : entries ) {
-      if ( entry.request.group == group ) {
-         users << ( count++ ? ", " : "" ) << id;
+      if ( entry.request.group == group && ++count <= namedAtMost ) {
+         users << ( count > 1 ? ", " : "" ) << id;
       }
+   }
+   if ( count > namedAtMost ) {
+      users << " and " << count - namedAtMost << " more";
    }
    if ( count ) {
       refuse( "groupInUse",

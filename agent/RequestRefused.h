@@ -13,7 +13,7 @@ namespace QuarraAgent {
 class RequestRefused : public std::runtime_error {
  public:
    RequestRefused( std::string code, const std::string &message )
-      : std::runtime_error( oneLine( message ) ), code_( std::move( code ) ) {}
+      : std::runtime_error( messageLine( message ) ), code_( std::move( code ) ) {}
 
    const std::string &code() const { return code_; }
 

@@ -68,12 +68,14 @@ ChipChoice defaultChoice( const std::string &variant ) {
 ChipChoice readChip( JsonFields &fields, const ChipChoice &before ) {
    ChipChoice choice = before;
    if ( fields.has( "variant" ) ) {
-      const auto chosen = defaultChoice( fields.text( "variant" ) );
-      choice.variant = chosen.variant;
-      choice.chip = chosen.chip;
+      fields.attempt( [ & ] {
+         const auto chosen = defaultChoice( fields.text( "variant" ) );
+         choice.variant = chosen.variant;
+         choice.chip = chosen.chip;
+      } );
    }
    if ( fields.has( "profile" ) ) {
-      choice.chip = knownProfile( fields.text( "profile" ), *choice.variant );
+      fields.attempt( [ & ] { choice.chip = knownProfile( fields.text( "profile" ), *choice.variant ); } );
    }
    auto &chip = choice.chip;
    constexpr U32 anyU8 = 255;
@@ -94,7 +96,9 @@ ChipChoice readChip( JsonFields &fields, const ChipChoice &before ) {
    if ( fields.has( "cpuPorts" ) ) {
       chip.cpuPorts = fields.ports( "cpuPorts" );
    }
-   checkChip( *choice.variant, chip );
+   if ( fields.goodSoFar() ) {
+      fields.attempt( [ & ] { checkChip( *choice.variant, chip ); } );
+   }
    return choice;
 }
 
@@ -126,9 +130,17 @@ ChipChoice parseChip( const std::string &text, const std::string &file, const Ch
    } catch ( const Complaint &complaint ) {
       throw InputError( file + complaint.what() );
    }
-   JsonFields fields( json, file );
+   Refusals refusals;
+   JsonFields fields( json, file, &refusals );
    auto read = readChip( fields, choice );
    fields.finish();
+   if ( !refusals.empty() ) {
+      std::vector<std::string> messages;
+      for ( const auto &refused : refusals ) {
+         messages.push_back( refused.code() + ": " + refused.what() );
+      }
+      throw InputErrors( messages );
+   }
    return read;
 }
 

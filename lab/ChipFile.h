@@ -36,7 +36,7 @@ ChipChoice readChip( JsonFields &fields, const ChipChoice &choice );
 SdkCallFailure sdkCallFailure( const std::string &text );
 
 // What the text of a chip file chooses; `file` is its name in messages. Throws InputError for text that is no
-// JSON, RequestRefused for what it says.
+// JSON, InputErrors for all that is wrong with what it says, RequestRefused when it is no object.
 ChipChoice parseChip( const std::string &text, const std::string &file, const ChipChoice &choice );
 
 // The same for a file; throws InputError when it cannot be read.

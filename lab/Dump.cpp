@@ -13,14 +13,6 @@ namespace {
 using namespace QuarraTcam;
 using enum ClassIdType;
 
-JsonOut portsJson( const IntfGroupInfo &intfGroup ) {
-   auto ports = JsonOut::array();
-   for ( const auto &port : intfGroup.portId() ) {
-      ports.push_back( portJson( port ) );
-   }
-   return ports;
-}
-
 JsonOut poolJson( const PoolStatus &pool ) {
    return { { "id", pool.poolId() },
             { "offset", pool.baseOffset() },
@@ -28,18 +20,18 @@ JsonOut poolJson( const PoolStatus &pool ) {
             { "free", std::vector<U16>( pool.classIdPool().begin(), pool.classIdPool().end() ) } };
 }
 
-JsonOut requestJson( const ClassIdRequestStatus &request ) {
+JsonOut requestJson( const PortsJson &ports, const ClassIdRequestStatus &request ) {
    return { { "key", keyJson( request.requestKey() ) },
             { "classId", request.classId() },
             { "poolId", request.poolId() },
             { "entries", std::set<U32>( request.entryRef().begin(), request.entryRef().end() ) },
-            { "ports", portsJson( *request.intfGroup() ) },
+            { "ports", ports.list( request.intfGroup()->portId() ) },
             { "ethernet", request.intfGroup()->ethernet() } };
 }
 
 // One element for each interface group that the index stores, whatever its hash: by ports, its keys in their
 // order.
-JsonOut indexJson( const ClassIdTcamGroupStatus &status ) {
+JsonOut indexJson( const PortsJson &ports, const ClassIdTcamGroupStatus &status ) {
    std::vector<std::pair<const IntfGroupInfo *, JsonOut>> stored;
    for ( const auto &[ hash, info ] : status.intfGroupHashToIntfGroupInfo() ) {
       for ( const auto &[ key, intfGroup ] : info->requestKeyToIntfGroup() ) {
@@ -60,8 +52,9 @@ JsonOut indexJson( const ClassIdTcamGroupStatus &status ) {
    } );
    auto index = JsonOut::array();
    for ( const auto &[ intfGroup, keys ] : stored ) {
-      index.push_back(
-         { { "ports", portsJson( *intfGroup ) }, { "ethernet", intfGroup->ethernet() }, { "keys", keys } } );
+      index.push_back( { { "ports", ports.list( intfGroup->portId() ) },
+                         { "ethernet", intfGroup->ethernet() },
+                         { "keys", keys } } );
    }
    return index;
 }
@@ -71,13 +64,14 @@ std::string hexWord( U32 word ) {
 }
 
 JsonOut chipPorts( const Switch &theSwitch ) {
+   const PortsJson names( theSwitch );
    auto ports = JsonOut::array();
    for ( const auto &port : theSwitch.ports() ) {
       const auto aclGroup = theSwitch.aclGroup( port );
       const U32 ifp = theSwitch.sourceTrunkMapWord( ifpSourceTrunkMap, port );
       const U32 vfp = theSwitch.sourceTrunkMapWord( vfpSourceTrunkMap, port );
       if ( aclGroup.count() || ifp || vfp ) {
-         ports.push_back( { { "port", portJson( port ) },
+         ports.push_back( { { "port", names.port( port ) },
                             { "aclGroup", aclGroup.hex() },
                             { "ifpSourceTrunkMap", hexWord( ifp ) },
                             { "vfpSourceTrunkMap", hexWord( vfp ) } } );
@@ -113,6 +107,34 @@ JsonOut chipEntries( const Switch &theSwitch ) {
 
 } // namespace
 
+PortsJson::PortsJson( const Switch &theSwitch ) {
+   for ( const auto &port : theSwitch.ports() ) {
+      names_.emplace( port, QuarraAgent::portName( port ) ); // the CPU's, too
+   }
+   for ( const auto &port : theSwitch.agent().chip().ports ) {
+      names_[ port.port ] = port.intf;
+   }
+}
+
+JsonOut PortsJson::port( const QuarraModPort &port ) const {
+   const auto name = names_.find( port );
+   JsonOut json = { { "name", name == names_.end() ? QuarraAgent::portName( port ) : name->second } };
+   if ( port.modId() != QuarraCentral::ModId( 0 ) ) {
+      json[ "module" ] = port.modId().value();
+   }
+   json[ "port" ] = port.port();
+   return json;
+}
+
+QuarraModPort PortsJson::find( const std::string &name ) const {
+   const auto found =
+      std::find_if( names_.begin(), names_.end(), [ & ]( const auto &port ) { return port.second == name; } );
+   if ( found == names_.end() ) {
+      throw QuarraAgent::RequestRefused( "unknownPort", fmt::format( "there is no port \"{}\"", name ) );
+   }
+   return found->first;
+}
+
 JsonOut configJson( const ClassIdTcamGroupConfig &config ) {
    auto reserved = JsonOut::array();
    for ( const auto &[ key, flag ] : config.requestKey() ) {
@@ -139,10 +161,13 @@ JsonOut keyJson( const RequestKey &key ) {
    return JsonOut::array( { key.name(), key.number(), key.secondName() } );
 }
 
-JsonOut mismatchJson( const Mismatch &mismatch ) {
-   return { { "entry", mismatch.entry },           { "group", mismatch.group.value() },
-            { "port", portJson( mismatch.port ) }, { "expected", mismatch.expected },
-            { "found", mismatch.found },           { "reason", mismatch.reason } };
+JsonOut mismatchJson( const PortsJson &ports, const Mismatch &mismatch ) {
+   return { { "entry", mismatch.entry },
+            { "group", mismatch.group.value() },
+            { "port", ports.port( mismatch.port ) },
+            { "expected", mismatch.expected },
+            { "found", mismatch.found },
+            { "reason", mismatch.reason } };
 }
 
 JsonOut dumpSpaces( const Switch &theSwitch ) {
@@ -155,6 +180,7 @@ JsonOut dumpSpaces( const Switch &theSwitch ) {
 }
 
 JsonOut dumpGroups( const Switch &theSwitch ) {
+   const PortsJson ports( theSwitch );
    auto groups = JsonOut::array();
    for ( const auto group : getTcamGroups() ) {
       JsonOut json = { { "group", group.value() },
@@ -167,9 +193,9 @@ JsonOut dumpGroups( const Switch &theSwitch ) {
             pools.push_back( poolJson( *pool ) );
          }
          for ( const auto &[ key, request ] : status->requestStatus() ) {
-            requests.push_back( requestJson( *request ) );
+            requests.push_back( requestJson( ports, *request ) );
          }
-         index = indexJson( *status );
+         index = indexJson( ports, *status );
       }
       json[ "pools" ] = std::move( pools );
       json[ "requests" ] = std::move( requests );

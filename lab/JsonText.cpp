@@ -38,7 +38,7 @@ std::string syntaxMessage( const Json::exception &error ) {
 }
 
 // Builds the values as nlohmann would, but refuses a key that comes twice, where nlohmann silently keeps the
-// last. Nothing here recurses or copies a value, so nesting may be as deep as memory allows.
+// last.
 class ValueBuilder final : public nlohmann::json_sax<Json> {
  public:
    ValueBuilder( const std::string &text, std::vector<Complaint> &repeated )
@@ -110,6 +110,11 @@ bool ValueBuilder::put( Json value ) {
 }
 
 bool ValueBuilder::open( Json::value_t type ) {
+   // Nothing that is read has more than ten. Each takes many times the memory of its bracket.
+   constexpr std::size_t mostLevels = 100;
+   if ( levels_.size() == mostLevels ) {
+      throw Complaint( place(), fmt::format( "lists and objects stand more than {} deep", mostLevels ) );
+   }
    Json &value = add( Json( type ) );
    levels_.push_back( { &value, {}, false } );
    return true;
@@ -136,8 +141,7 @@ Json &ValueBuilder::add( Json value ) {
    return member;
 }
 
-// Where the parser stands, e.g. ACL_TABLE|DATAACL.ports[2]. Only the outer levels: the whole path may be
-// endless.
+// Where the parser stands, e.g. ACL_TABLE|DATAACL.ports[2]. Only the outer levels: the whole path may be long.
 std::string ValueBuilder::place() const {
    constexpr std::size_t maxLevels = 6;
    std::string path;
@@ -194,6 +198,31 @@ Json parseJson( const std::string &text ) {
       throw Complaint( repeated.front() );
    }
    return json;
+}
+
+JsonOut document( bool ok ) {
+   return { { "version", 1 }, { "ok", ok } };
+}
+
+// nlohmann escapes control characters below U+0020 only. The others stand in strings alone, so that their
+// bytes can be replaced in the text.
+std::string jsonText( const JsonOut &json, bool indented ) {
+   const auto text = json.dump( indented ? 3 : -1, ' ', false, JsonOut::error_handler_t::replace );
+   std::string escaped;
+   escaped.reserve( text.size() );
+   for ( std::size_t i = 0; i < text.size(); ++i ) {
+      const auto byte = static_cast<unsigned char>( text[ i ] );
+      const auto next = static_cast<unsigned char>( i + 1 < text.size() ? text[ i + 1 ] : '\0' );
+      if ( byte == 0x7f ) {
+         escaped += "\\u007f";
+      } else if ( byte == 0xc2 && next < 0xa0 ) {
+         escaped += fmt::format( "\\u{:04x}", next );
+         ++i;
+      } else {
+         escaped += text[ i ];
+      }
+   }
+   return escaped;
 }
 
 std::string typeName( const Json &value ) {

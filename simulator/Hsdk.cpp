@@ -3,6 +3,7 @@
 
 #include "Nodra/Assert.h"
 #include "Sdk/Bcmlt.h"
+#include "simulator/CallTrace.h"
 #include "simulator/ChipState.h"
 #include "simulator/LogicalTables.h"
 
@@ -88,28 +89,34 @@ using QuarraSimulator::callChip;
 using QuarraSimulator::callTables;
 using QuarraSimulator::ChipState;
 using QuarraSimulator::LogicalTables;
+using QuarraSimulator::NumberList;
 using QuarraSimulator::sdkFunction;
+using QuarraSimulator::traceArguments;
 namespace Code = QuarraSimulator::Code;
 
 int bcmlt_entry_allocate( int unit, const char *table, bcmlt_entry_handle_t *entry ) {
+   traceArguments( __func__, unit, table ? table : "null" );
    return callTables( sdkFunction( __func__ ), unit, [ & ]( ChipState &, LogicalTables &tables ) {
       return tables.allocate( table, entry );
    } );
 }
 
 int bcmlt_entry_field_add( bcmlt_entry_handle_t entry, const char *field, uint64_t value ) {
+   traceArguments( __func__, entry, field ? field : "null", value );
    return callTables( sdkFunction( __func__ ), {}, [ & ]( ChipState &, LogicalTables &tables ) {
       return tables.fieldAdd( entry, field, value );
    } );
 }
 
 int bcmlt_entry_field_get( bcmlt_entry_handle_t entry, const char *field, uint64_t *value ) {
+   traceArguments( __func__, entry, field ? field : "null" );
    return callTables( sdkFunction( __func__ ), {}, [ & ]( ChipState &, LogicalTables &tables ) {
       return tables.fieldGet( entry, field, value );
    } );
 }
 
 int bcmlt_entry_commit( bcmlt_entry_handle_t entry, bcmlt_opcode_t opcode, bcmlt_priority_level_t priority ) {
+   traceArguments( __func__, entry, opcode, priority );
    return callTables( sdkFunction( __func__ ), {}, [ & ]( ChipState &chip, LogicalTables &tables ) {
       const int code = tables.commit( entry, opcode, priority );
       if ( const auto port = tables.written() ) {
@@ -120,6 +127,7 @@ int bcmlt_entry_commit( bcmlt_entry_handle_t entry, bcmlt_opcode_t opcode, bcmlt
 }
 
 int bcmlt_entry_free( bcmlt_entry_handle_t entry ) {
+   traceArguments( __func__, entry );
    return callTables( sdkFunction( __func__ ), {},
                       [ & ]( ChipState &, LogicalTables &tables ) { return tables.free( entry ); } );
 }
@@ -127,6 +135,8 @@ int bcmlt_entry_free( bcmlt_entry_handle_t entry ) {
 int velmor_bcm_field_qualify_SubportGroupIds( int unit, uint32_t entry, uint32_t dataCount,
                                               const bcm_subport_port_group_t *data, uint32_t maskCount,
                                               const bcm_subport_port_group_t *mask, uint32_t classIdSize ) {
+   traceArguments( __func__, unit, entry, dataCount, NumberList{ dataCount, data }, maskCount,
+                   NumberList{ maskCount, mask }, classIdSize );
    return callTables( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip, LogicalTables & ) {
       return classIdSize == chip.options.aclGroupBits
                 ? chip.wroteEntry( entry,

@@ -2,6 +2,7 @@
 
 #include "Nodra/Assert.h"
 #include "Sdk/Bcm.h"
+#include "simulator/CallTrace.h"
 #include "simulator/ChipState.h"
 #include "simulator/SubportGroups.h"
 
@@ -57,11 +58,14 @@ std::unique_ptr<Backend> sdk6Backend( const ChipOptions &options ) {
 
 using QuarraSimulator::callChip;
 using QuarraSimulator::ChipState;
+using QuarraSimulator::NumberList;
 using QuarraSimulator::sdkFunction;
+using QuarraSimulator::traceArguments;
 namespace Code = QuarraSimulator::Code;
 
 int bcm_subport_port_group_subport_multi_set( int unit, bcm_subport_port_group_t group, uint32_t count,
                                               const uint32_t *ports ) {
+   traceArguments( __func__, unit, group, count, NumberList{ count, ports } );
    return callChip( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip ) -> int {
       auto *groups = chip.backend->subportGroups();
       if ( !groups ) {
@@ -74,6 +78,7 @@ int bcm_subport_port_group_subport_multi_set( int unit, bcm_subport_port_group_t
 }
 
 int bcm_field_qualify_InterfaceClassPort( int unit, uint32_t entry, uint32_t data, uint32_t mask ) {
+   traceArguments( __func__, unit, entry, data, mask );
    return callChip( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip ) {
       return chip.wroteEntry( entry, chip.tcam.qualifyInterfaceClassPort( entry, data, mask ) );
    } );
@@ -82,6 +87,8 @@ int bcm_field_qualify_InterfaceClassPort( int unit, uint32_t entry, uint32_t dat
 int vm_field_qualify_SubportGroupIds( int unit, uint32_t entry, uint32_t dataCount,
                                       const bcm_subport_port_group_t *data, uint32_t maskCount,
                                       const bcm_subport_port_group_t *mask ) {
+   traceArguments( __func__, unit, entry, dataCount, NumberList{ dataCount, data }, maskCount,
+                   NumberList{ maskCount, mask } );
    return callChip( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip ) {
       return chip.backend->subportGroups()
                 ? chip.wroteEntry( entry,

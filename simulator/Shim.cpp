@@ -1,4 +1,5 @@
 #include "Nodra/Assert.h"
+#include "simulator/CallTrace.h"
 #include "simulator/ChipState.h"
 #include "simulator/LogicalTables.h"
 #include "simulator/SimulatedChip.h"
@@ -59,18 +60,21 @@ const char *SimulatedChip::errorText( int code ) const {
 }
 
 int SimulatedChip::fieldEntryCreate( int unit, U32 entry ) {
+   traceArguments( __func__, unit, entry );
    return state_->call( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip ) {
       return chip.wroteEntry( entry, chip.tcam.create( entry ) );
    } );
 }
 
 int SimulatedChip::fieldEntryDestroy( int unit, U32 entry ) {
+   traceArguments( __func__, unit, entry );
    return state_->call( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip ) {
       return chip.wroteEntry( entry, chip.tcam.destroy( entry ) );
    } );
 }
 
 int SimulatedChip::portTableSet( int unit, U8 table, const QuarraCentral::QuarraModPort &port, U32 value ) {
+   traceArguments( __func__, unit, U32{ table }, port, value );
    return state_->call( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip ) {
       const int code = chip.portTables.wordIs( table, port, value );
       if ( code == Code::ok ) {

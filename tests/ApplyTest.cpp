@@ -54,15 +54,37 @@ TEST( Apply, NamesWhatDoesNotMatch ) {
                 HasSubstr( "EDGE|R1 (entry 3, group 16) does not match its port Ethernet4" ) );
    const auto json = applyJson( *applied );
    EXPECT_EQ( json.at( "ok" ), false );
-   EXPECT_EQ( json.at( "mismatches" )[ 0 ].at( "port" ), 2 );
+   EXPECT_EQ( json.at( "mismatches" )[ 0 ].at( "port" ).dump(), R"({"name":"Ethernet4","port":2})" );
 }
 
 TEST( Apply, NamesWhatDoesNotFit ) {
    const auto applied = apply( { { "L3", 2 } } ); // a system group takes no rules but its own
    EXPECT_EQ( applied->refused(), 3u );
    EXPECT_TRUE( applied->mismatches().empty() );
-   EXPECT_THAT( applyReport( *applied, false ), HasSubstr( "EDGE|R1: unknownRule: group 2 entry 3" ) );
+   const auto report = applyReport( *applied, false );
+   EXPECT_THAT( report, HasSubstr( "EDGE|R1 (group 2): unknownRule: rule" ) );
+   EXPECT_THAT( report, HasSubstr( "2 of USERS (group 2): unknownRule: rule" ) );
+   EXPECT_THAT( report, Not( HasSubstr( "USERS|R1" ) ) ) << "refusals of one cause are one line";
+   EXPECT_THAT( applyReport( *applied, false, true ), HasSubstr( "USERS|R1 (group 2): unknownRule: rule" ) );
    EXPECT_EQ( applyJson( *applied ).at( "entries" )[ 2 ].at( "error" ).at( "code" ), "unknownRule" );
+}
+
+TEST( Apply, GoesOnWithoutWhatIsWrong ) {
+   std::string text = config;
+   text.insert( text.find( "\"USERS|R1\"" ), R"("USERS|BAD": { "PRIORITY": "x" }, "GHOST|R1": {}, )" );
+   auto reading = parseAcl( { { "acl.json", text } } );
+   ASSERT_TRUE( reading.usable() );
+   const Applied applied( std::move( reading.config ), defaultChoice( "testSdk6" ), {},
+                          std::move( reading.complaints ) );
+   EXPECT_EQ( applied.entries().size(), 5u );
+   EXPECT_TRUE( applied.mismatches().empty() );
+   EXPECT_FALSE( applied.allFitAndMatch() );
+   EXPECT_THAT( applyReport( applied, false ),
+                HasSubstr( "acl.json: ACL_RULE|USERS|BAD.PRIORITY: expected" ) );
+   const auto complaints = applyJson( applied ).at( "complaints" );
+   ASSERT_EQ( complaints.size(), 2u );
+   EXPECT_EQ( complaints[ 0 ].at( "table" ), "GHOST" );
+   EXPECT_EQ( complaints[ 1 ].at( "rule" ), "BAD" );
 }
 
 TEST( Apply, RefusesAMapToAGroupThatIsNotThere ) {

@@ -233,8 +233,58 @@ TEST( Tolerated, NamesWithControlCharactersAreOneLineInTheReport ) {
    for ( const auto &line : lines ) {
       EXPECT_EQ( oneLine( line ), line );
    }
-   EXPECT_THAT( lines, ::testing::Contains( HasSubstr( R"(V|R\x0d: unknownRule)" ) ) );
+   EXPECT_THAT( lines, ::testing::Contains( HasSubstr( R"(V|R\x0d (group 2): unknownRule)" ) ) );
    EXPECT_THAT( lines, ::testing::Contains( HasSubstr( R"(E\x1b[2J)" ) ) );
+}
+
+// A table's name of 100 KB was padded into 100 MB of columns, and the line that refused the deletion of a group named
+// each of its 100,000 entries. A byte of Latin-1 that terminals obey came through as it was.
+TEST( Tolerated, NamesWithoutEndAreShortInTheReport ) {
+   const std::string name( 100'000, 'x' );
+   const auto text = R"({"PORT":{"E":{}},"ACL_TABLE":{")" + name +
+                     R"(":{"type":"V","ports":["E"]}, "W":{"type":"V","ports":["E"]}},
+      "ACL_RULE":{")" +
+                     name + "|" + name + R"(":{},"W|R":{}}})";
+   const Applied applied( parseConfigDb( text, "a.json" ), defaultChoice( "testSdk6" ), { { "V", 2 } } );
+   for ( const auto &line : reportedLines( applied ) ) {
+      EXPECT_LT( line.size(), 1000u );
+   }
+   EXPECT_EQ( applyJson( applied ).at( "tables" )[ 1 ].at( "name" ), name ) << "whole in the document";
+}
+
+TEST( BadInput, IsQuotedInPart ) {
+   const auto message = messageLine( std::string( 100'000, 'x' ) + "\xc3\xa4" + std::string( 999, 'y' ) );
+   EXPECT_EQ( message.size(), 4003u );
+   EXPECT_THAT( message, HasSubstr( "xxx...xxx" ) );
+   EXPECT_EQ( oneLine( "a\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80" ), "a\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80" );
+   EXPECT_EQ( oneLine( "\x9b"
+                       "2J\xc2\x9b\xe0\x82\x9b\xc3" ),
+              R"(\x9b2J\u009b\xe0\x82\x9b\xc3)" );
+   EXPECT_EQ( jsonText( { { "n", "\xc2\x9b"
+                                 "2J\x7f\xc3\xa4\x9b" } } ),
+              "{\"n\":\"\\u009b2J\\u007f\xc3\xa4\xef\xbf\xbd\"}" );
+   for ( std::size_t most = 1; most < 12; ++most ) {
+      const auto text = QuarraAgent::shortened( "\xe2\x82\xac\xe2\x82\xac\xe2\x82\xac\xe2\x82\xac", most );
+      EXPECT_EQ( oneLine( text ), text ) << "no character is cut in two";
+   }
+}
+
+TEST( BadInput, OfAChipFileIsReportedWhole ) {
+   const auto text =
+      R"({"variant":"sdk7","ports":[1,-1,{"port":2,"x":0}],"fixedBits":"8","flexibleBits":999,"colour":1})";
+   try {
+      parseChip( text, "c.json", defaultChoice( "testSdk6" ) );
+      FAIL();
+   } catch ( const InputErrors &errors ) {
+      std::string places;
+      for ( const auto &line : errors.lines() ) {
+         places += line.substr( 0, line.find( ": ", line.find( ' ' ) + 1 ) ) + "\n";
+      }
+      EXPECT_EQ(
+         places,
+         "unknownVariant: variant \"sdk7\"\noutOfRange: c.json.flexibleBits\nbadField: c.json.fixedBits\n"
+         "outOfRange: c.json.ports[1]\nunknownField: c.json.ports[2]\nunknownField: c.json\n" );
+   }
 }
 
 // A byte of value 0 ended the text for the parser: what followed, half a file or a second object, was ignored

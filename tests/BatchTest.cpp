@@ -1,5 +1,10 @@
-#include <sstream>
+#include <cstdio>
+#include <fstream>
 
+#include <unistd.h>
+
+#include "Nodra/Trace.h"
+#include "lab/TextFile.h"
 #include "tests/Lines.h"
 
 // The switch as a user sees it through `quarra-tcam batch`: what is shared, who wins, what fits, what is
@@ -33,7 +38,7 @@ TEST_F( BatchOnSdk6Twin, TheNewestEntryOfAValueBasedGroupWinsThePort ) {
    const auto found = mismatches();
    ASSERT_EQ( found.size(), 1u );
    EXPECT_EQ( found[ 0 ].at( "entry" ), 1 );
-   EXPECT_EQ( found[ 0 ].at( "port" ), 2 );
+   EXPECT_EQ( found[ 0 ].at( "port" ).at( "port" ), 2 );
    EXPECT_EQ( found[ 0 ].at( "expected" ), true );
    EXPECT_EQ( found[ 0 ].at( "found" ), false );
    EXPECT_THAT( found[ 0 ].at( "reason" ).get<std::string>(),
@@ -210,7 +215,8 @@ TEST_F( BatchOnSdk6Twin, DumpShowsTheWholeState ) {
    EXPECT_EQ( group.at( "pools" )[ 0 ].at( "offset" ), 14 );
    EXPECT_EQ( group.at( "pools" )[ 0 ].at( "free" ).front(), 2 );
    EXPECT_EQ( group.at( "requests" )[ 0 ].at( "entries" ), JsonOut::array( { 1, 2 } ) );
-   EXPECT_EQ( group.at( "index" )[ 0 ].at( "ports" ), JsonOut::array( { 1, 2 } ) );
+   EXPECT_EQ( group.at( "index" )[ 0 ].at( "ports" ).dump(),
+              R"([{"name":"Port1","port":1},{"name":"Port2","port":2}])" );
    EXPECT_EQ( group.at( "index" )[ 0 ].at( "keys" )[ 0 ], group.at( "requests" )[ 0 ].at( "key" ) );
    EXPECT_EQ( portDump( 2 ).at( "aclGroup" ), "0x4000" );
    const auto entry = memberOf( dump().at( "chip" ).at( "entries" ), "entry", 2 );
@@ -218,21 +224,62 @@ TEST_F( BatchOnSdk6Twin, DumpShowsTheWholeState ) {
    EXPECT_EQ( entry.at( "maskBits" ), JsonOut::array( { 14, 15, 16, 17 } ) );
 }
 
-TEST( BatchLines, AreAnsweredOneForOneWithTheirNumber ) {
+TEST( BatchLines, AreCountedInErrors ) {
    Batch batch( QuarraLab::defaultChoice( "testSdk6" ) );
-   std::istringstream in( "nonsense\n{\"op\":\"createGroup\",\"group\":16}\n\n{\"op\":\"check\"}" );
-   std::ostringstream out;
-   batch.run( in, out );
-   std::vector<JsonOut> answers;
-   std::istringstream lines( out.str() );
-   for ( std::string line; std::getline( lines, line ); ) {
-      answers.push_back( JsonOut::parse( line ) );
+   EXPECT_EQ( batch.answer( "nonsense" ).at( "error" ).at( "line" ), 1 );
+   EXPECT_EQ( batch.answer( R"({"op":"createGroup","group":16})" ).at( "hint" ).at( "endBit" ), 63 );
+   EXPECT_EQ( batch.answer( "" ).at( "error" ).at( "line" ), 3 );
+}
+
+TEST( BatchLines, GiveBackTheIdOfTheirRequest ) {
+   Batch batch( QuarraLab::defaultChoice( "testSdk6" ) );
+   EXPECT_EQ( batch.answer( R"({"id":"a","op":"createGroup","group":16})" ).dump(),
+              R"({"version":1,"ok":true,"id":"a","hint":{"startBit":0,"endBit":63}})" );
+   EXPECT_EQ( batch.answer( R"({"op":"fly","id":-7})" ).at( "id" ), -7 ) << "of a refused one, too";
+   EXPECT_FALSE( batch.answer( R"({"op":"check"})" ).contains( "id" ) );
+   EXPECT_EQ( batch.answer( R"({"op":"check","id":1.5})" ).at( "error" ).at( "code" ), "badField" );
+}
+
+TEST_F( BatchOnSdk6Twin, TakesPortsByNameAsItGivesThem ) {
+   const auto byNumber = install( 13, 1, "5,9" );
+   EXPECT_EQ( install( 13, 2, R"("Port9",{"name":"Port5","port":5})" ).at( "key" ), byNumber.at( "key" ) );
+   EXPECT_EQ( refused( installLine( 13, 3, R"("Port511")" ) ), "unknownPort" );
+   EXPECT_EQ( refused( installLine( 13, 3, R"({"name":"Port5","port":6})" ) ), "badField" );
+}
+
+TEST_F( LinesTest, SdkCallsAreTracedWithTheirArguments ) {
+   use( "sdk6" );
+   {
+      const Nodra::MemoryTrace trace;
+      Nodra::traceLevelsIs( "SimulatedChip/5" );
+      install( 13, 1, "1,2" );
+      EXPECT_TRUE( trace.has( "bcm_subport_port_group_subport_multi_set( 0, 14, 2, { 1, 2 } )" ) );
+      EXPECT_TRUE( trace.has( "fieldEntryCreate( 0, 1 )" ) );
    }
-   ASSERT_EQ( answers.size(), 4u );
-   EXPECT_EQ( answers[ 0 ].at( "error" ).at( "line" ), 1 );
-   EXPECT_EQ( answers[ 1 ].at( "hint" ).at( "endBit" ), 63 );
-   EXPECT_EQ( answers[ 2 ].at( "error" ).at( "line" ), 3 );
-   EXPECT_EQ( answers[ 3 ].at( "mismatches" ), JsonOut::array() );
+   Nodra::traceLevelsDelAll();
+}
+
+// The lines of a file, as LineReader gives them.
+std::vector<std::string> linesOf( const std::string &text ) {
+   const std::string file = ::testing::TempDir() + "lines" + std::to_string( getpid() );
+   std::ofstream( file, std::ios::binary ) << text;
+   std::vector<std::string> lines;
+   QuarraLab::LineReader reader( file );
+   while ( auto line = reader.next() ) {
+      lines.push_back( std::move( *line ) );
+   }
+   std::remove( file.c_str() );
+   return lines;
+}
+
+TEST( BatchLines, EndWithTheirLineBreakOrTheFile ) {
+   using Lines = std::vector<std::string>;
+   EXPECT_EQ( linesOf( "" ), Lines() );
+   EXPECT_EQ( linesOf( "\n" ), Lines( { "" } ) );
+   EXPECT_EQ( linesOf( "a\n\nb" ), Lines( { "a", "", "b" } ) );
+   EXPECT_EQ( linesOf( "a\nb\n" ), Lines( { "a", "b" } ) );
+   const std::string piece( 65535, 'x' ); // around the size of a read
+   EXPECT_EQ( linesOf( piece + "\ny\n" + piece + "xx\nz" ), Lines( { piece, "y", piece + "xx", "z" } ) );
 }
 
 TEST( BatchLines, TheFirstMayChooseTheChip ) {

@@ -94,7 +94,10 @@ class LinesTest : public ::testing::Test {
       return nullptr;
    }
    JsonOut groupDump( int group ) { return memberOf( dump().at( "groups" ), "group", group ); }
-   JsonOut portDump( int port ) { return memberOf( dump().at( "chip" ).at( "ports" ), "port", port ); }
+   JsonOut portDump( int port ) {
+      const auto name = "Port" + std::to_string( port );
+      return memberOf( dump().at( "chip" ).at( "ports" ), "port", { { "name", name }, { "port", port } } );
+   }
 
    void TearDown() override {
       if ( !batch_ ) {

@@ -49,8 +49,9 @@ class PortWords {
 
 } // namespace
 
-Applied::Applied( AclConfig config, const ChipChoice &choice, const GroupMap &map )
-   : config_( std::move( config ) ), map_( map ) {
+Applied::Applied( AclConfig config, const ChipChoice &choice, const GroupMap &map,
+                  std::vector<AclComplaint> complaints )
+   : config_( std::move( config ) ), complaints_( std::move( complaints ) ), map_( map ) {
    map_.merge( defaultGroupMap( choice.variant->generation ) );
    const auto chosen = withPortsOf( config_, choice );
    switch_ = std::make_unique<Switch>( chosen );

@@ -39,8 +39,9 @@ class Applied {
  public:
    // Installs every rule of the tables that are not left out. `map` overrides the default map. Throws
    // RequestRefused for a group that the variant does not have ("unknownGroup") and for a chip that cannot be
-   // ("badChip", ...).
-   Applied( AclConfig config, const ChipChoice &choice, const GroupMap &map );
+   // ("badChip", ...). `complaints` tell what was wrong with the files and is not in `config`.
+   Applied( AclConfig config, const ChipChoice &choice, const GroupMap &map,
+            std::vector<AclComplaint> complaints = {} );
 
    const AclConfig &config() const { return config_; }
    const Switch &theSwitch() const { return *switch_; }
@@ -48,8 +49,9 @@ class Applied {
    const std::vector<PlannedEntry> &entries() const { return entries_; } // entry n is element n - 1
    const std::vector<Mismatch> &mismatches() const { return mismatches_; }
    const Costs &costs() const { return costs_; }
+   const std::vector<AclComplaint> &complaints() const { return complaints_; }
    std::size_t refused() const;
-   bool allFitAndMatch() const { return refused() == 0 && mismatches_.empty(); }
+   bool allFitAndMatch() const { return refused() == 0 && mismatches_.empty() && complaints_.empty(); }
 
  private:
    void plan();
@@ -58,6 +60,7 @@ class Applied {
    void count();
 
    AclConfig config_;
+   std::vector<AclComplaint> complaints_;
    GroupMap map_;
    std::unique_ptr<Switch> switch_;
    std::vector<PlannedEntry> entries_;

@@ -7,11 +7,28 @@ JsonOut costJson( const Cost &cost ) {
    return { { "rows", cost.rows }, { "writes", cost.writes }, { "writesWhenAPortJoins", cost.join } };
 }
 
-JsonOut tablesJson( const Applied &applied ) {
+JsonOut portsNamed( const std::vector<std::string> &names, const std::map<std::string, QuarraModPort> &portOf,
+                    const PortsJson &ports ) {
+   auto json = JsonOut::array();
+   for ( const auto &name : names ) {
+      json.push_back( ports.port( portOf.at( name ) ) );
+   }
+   return json;
+}
+
+JsonOut tablesJson( const Applied &applied, const PortsJson &ports ) {
+   std::map<std::string, QuarraModPort> portOf;
+   for ( const auto &port : applied.theSwitch().agent().chip().ports ) {
+      portOf.emplace( port.intf, port.port );
+   }
    auto tables = JsonOut::array();
    for ( const auto &table : applied.config().tables ) {
-      JsonOut json = { { "name", table.name },          { "type", table.type },   { "group", nullptr },
-                       { "rules", table.rules.size() }, { "ports", table.ports }, { "leftOut", nullptr } };
+      JsonOut json = { { "name", table.name },
+                       { "type", table.type },
+                       { "group", nullptr },
+                       { "rules", table.rules.size() },
+                       { "ports", portsNamed( table.ports, portOf, ports ) },
+                       { "leftOut", nullptr } };
       if ( table.leftOut.empty() ) {
          json[ "group" ] = applied.groupOf( table ).value();
       } else {
@@ -22,12 +39,18 @@ JsonOut tablesJson( const Applied &applied ) {
    return tables;
 }
 
-JsonOut entriesJson( const Applied &applied ) {
+// The ports of a rule that has its table's are not said again: there may be many rules of many ports.
+JsonOut entriesJson( const Applied &applied, const PortsJson &ports ) {
    auto entries = JsonOut::array();
    for ( const auto &entry : applied.entries() ) {
-      JsonOut json = { { "entry", entry.request.entry }, { "table", entry.table->name },
-                       { "rule", entry.rule->name },     { "group", entry.request.group.value() },
-                       { "ports", *entry.rule->ports },  { "installed", entry.refusedCode.empty() } };
+      JsonOut json = { { "entry", entry.request.entry },
+                       { "table", entry.table->name },
+                       { "rule", entry.rule->name },
+                       { "group", entry.request.group.value() } };
+      if ( *entry.rule->ports != entry.table->ports ) {
+         json[ "ports" ] = ports.list( entry.request.ports );
+      }
+      json[ "installed" ] = entry.refusedCode.empty();
       if ( !entry.refusedCode.empty() ) {
          json[ "error" ] = { { "code", entry.refusedCode }, { "message", entry.refusedMessage } };
       } else {
@@ -38,36 +61,55 @@ JsonOut entriesJson( const Applied &applied ) {
    return entries;
 }
 
+JsonOut complaintsJson( const Applied &applied ) {
+   auto complaints = JsonOut::array();
+   for ( const auto &complaint : applied.complaints() ) {
+      JsonOut json = { { "file", complaint.file },
+                       { "place", complaint.place },
+                       { "message", complaint.message },
+                       { "table", complaint.table } };
+      if ( !complaint.rule.empty() ) {
+         json[ "rule" ] = complaint.rule;
+      }
+      complaints.push_back( std::move( json ) );
+   }
+   return complaints;
+}
+
 } // namespace
 
 JsonOut applyJson( const Applied &applied ) {
    const auto &agent = applied.theSwitch().agent();
+   const PortsJson ports( applied.theSwitch() );
+   auto chipPorts = JsonOut::array();
+   for ( const auto &port : agent.chip().ports ) {
+      chipPorts.push_back( ports.port( port.port ) );
+   }
    auto mismatches = JsonOut::array();
    for ( const auto &mismatch : applied.mismatches() ) {
-      mismatches.push_back( mismatchJson( mismatch ) );
+      mismatches.push_back( mismatchJson( ports, mismatch ) );
    }
    const auto &costs = applied.costs();
-   return { { "ok", applied.allFitAndMatch() },
-            { "file", applied.config().file },
-            { "variant", agent.variant().name },
-            { "chip", agent.chip().profile },
-            { "ports", applied.config().ports },
-            { "warnings", applied.config().warnings },
-            { "tables", tablesJson( applied ) },
-            { "entries", entriesJson( applied ) },
-            { "refused", applied.refused() },
-            { "spaces", dumpSpaces( applied.theSwitch() ) },
-            { "groups", dumpGroups( applied.theSwitch() ) },
-            { "cost",
-              { { "rowBits", agent.chip().tcamRowBits },
-                { "ruleBits", agent.chip().ruleBits },
-                { "classIdBits", costs.qualifierBits },
-                { "portBitmapBits", agent.chip().portBitmapBits },
-                { "perPortTableWrites", costs.portWords },
-                { "classIds", costJson( costs.classIds ) },
-                { "portBitmaps", costJson( costs.portBitmaps ) },
-                { "entryPerPort", costJson( costs.entryPerPort ) } } },
-            { "mismatches", std::move( mismatches ) } };
+   auto json = document( applied.allFitAndMatch() );
+   json[ "file" ] = applied.config().file;
+   json[ "variant" ] = agent.variant().name;
+   json[ "chip" ] = agent.chip().profile;
+   json[ "ports" ] = std::move( chipPorts );
+   json[ "complaints" ] = complaintsJson( applied );
+   json[ "warnings" ] = applied.config().warnings;
+   json[ "tables" ] = tablesJson( applied, ports );
+   json[ "entries" ] = entriesJson( applied, ports );
+   json[ "refused" ] = applied.refused();
+   json[ "spaces" ] = dumpSpaces( applied.theSwitch() );
+   json[ "groups" ] = dumpGroups( applied.theSwitch() );
+   json[ "cost" ] = {
+      { "rowBits", agent.chip().tcamRowBits },          { "ruleBits", agent.chip().ruleBits },
+      { "classIdBits", costs.qualifierBits },           { "portBitmapBits", agent.chip().portBitmapBits },
+      { "perPortTableWrites", costs.portWords },        { "classIds", costJson( costs.classIds ) },
+      { "portBitmaps", costJson( costs.portBitmaps ) }, { "entryPerPort", costJson( costs.entryPerPort ) }
+   };
+   json[ "mismatches" ] = std::move( mismatches );
+   return json;
 }
 
 } // namespace QuarraTool

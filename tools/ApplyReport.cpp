@@ -14,14 +14,14 @@ namespace {
 using namespace QuarraTcam;
 using Align = TextTable::Align;
 
-constexpr std::size_t listedAtMost = 20; // refusals and mismatches listed one by one
+constexpr std::size_t listedAtMost = 20; // causes of refusals, and mismatches, unless all are asked for
 
 // Ports by their interface names, runs of neighbours folded: "Ethernet0-Ethernet11, Ethernet40".
 class PortNames {
  public:
    explicit PortNames( const Applied &applied ) {
       for ( const auto &port : applied.theSwitch().agent().chip().ports ) {
-         names_.emplace( port.port, oneLine( port.intf ) );
+         names_.emplace( port.port, shortName( port.intf ) );
       }
    }
 
@@ -79,8 +79,9 @@ std::string tablesPart( const Applied &applied, const PortNames &names ) {
    }
    for ( const auto &acl : applied.config().tables ) {
       if ( !acl.leftOut.empty() ) {
-         leftOut += fmt::format( "  left out: {} ({}, {}): {}\n", oneLine( acl.name ), oneLine( acl.type ),
-                                 counted( acl.rules.size(), "rule", "rules" ), acl.leftOut );
+         leftOut +=
+            fmt::format( "  left out: {} ({}, {}): {}\n", shortName( acl.name ), shortName( acl.type ),
+                         counted( acl.rules.size(), "rule", "rules" ), acl.leftOut );
          continue;
       }
       std::vector<QuarraModPort> ports;
@@ -119,7 +120,7 @@ std::string usersOf( const Applied &applied, const ClassIdRequestStatus &request
    }
    std::vector<std::string> texts;
    for ( const auto &[ table, number ] : tables ) {
-      texts.push_back( fmt::format( "{} of {}", number, table ) );
+      texts.push_back( fmt::format( "{} of {}", number, shortName( table ) ) );
    }
    return shortened( texts, 4 );
 }
@@ -206,23 +207,51 @@ std::string costPart( const Applied &applied ) {
 
 // "TABLE|RULE"; names may hold anything.
 std::string ruleName( const PlannedEntry &entry ) {
-   return oneLine( entry.table->name + "|" + entry.rule->name );
+   return shortName( entry.table->name ) + "|" + shortName( entry.rule->name );
 }
 
-std::string refusedPart( const Applied &applied, bool colour ) {
-   std::string text;
-   std::size_t listed = 0;
+// Why an entry is refused: the code, and the message without the entry that it begins with.
+std::string causeOf( const PlannedEntry &entry ) {
+   const auto who = fmt::format( "group {} entry {}: ", entry.request.group.value(), entry.request.entry );
+   const auto &message = entry.refusedMessage;
+   return entry.refusedCode + ": " + ( message.starts_with( who ) ? message.substr( who.size() ) : message );
+}
+
+// A line for each table and code, with the message of its first entry: that of the others differs at most in
+// what was free at their time. `all`: a line for each entry.
+std::string refusedPart( const Applied &applied, bool all, bool colour ) {
+   struct Cause {
+      const PlannedEntry *first;
+      std::size_t entries = 0;
+   };
+   std::vector<Cause> causes;
+   std::map<std::pair<const AclTable *, std::string>, std::size_t> place; // in causes
    for ( const auto &entry : applied.entries() ) {
-      if ( !entry.refusedCode.empty() && listed++ < listedAtMost ) {
-         text += verdict(
-            false, fmt::format( "{}: {}: {}", ruleName( entry ), entry.refusedCode, entry.refusedMessage ),
-            colour );
+      if ( entry.refusedCode.empty() ) {
+         continue;
+      }
+      const auto [ known, added ] = place.try_emplace( { entry.table, entry.refusedCode }, causes.size() );
+      if ( added || all ) {
+         causes.push_back( { &entry, 1 } );
+      } else {
+         ++causes[ known->second ].entries;
       }
    }
-   return listed > listedAtMost ? text + fmt::format( "  and {} more\n", listed - listedAtMost ) : text;
+   std::string text;
+   const auto shown = all ? causes.size() : std::min( causes.size(), listedAtMost );
+   for ( std::size_t i = 0; i < shown; ++i ) {
+      const auto &[ first, entries ] = causes[ i ];
+      const auto who = entries == 1 ? ruleName( *first )
+                                    : fmt::format( "{} of {}", entries, shortName( first->table->name ) );
+      text += verdict( false,
+                       messageLine( fmt::format( "{} (group {}): {}", who, first->request.group.value(),
+                                                 causeOf( *first ) ) ),
+                       colour );
+   }
+   return shown < causes.size() ? text + fmt::format( "  and {} more\n", causes.size() - shown ) : text;
 }
 
-std::string matchPart( const Applied &applied, const PortNames &names, bool colour ) {
+std::string matchPart( const Applied &applied, const PortNames &names, bool all, bool colour ) {
    const auto installed = applied.entries().size() - applied.refused();
    const auto size = fmt::format( "{} x {}", counted( installed, "entry", "entries" ),
                                   counted( applied.theSwitch().ports().size(), "port", "ports" ) );
@@ -234,7 +263,7 @@ std::string matchPart( const Applied &applied, const PortNames &names, bool colo
       colour );
    std::size_t listed = 0;
    for ( const auto &mismatch : applied.mismatches() ) {
-      if ( listed++ == listedAtMost ) {
+      if ( listed++ == listedAtMost && !all ) {
          return text + fmt::format( "  and {} more\n", applied.mismatches().size() - listedAtMost );
       }
       const auto &entry = applied.entries()[ mismatch.entry - 1 ];
@@ -248,19 +277,26 @@ std::string matchPart( const Applied &applied, const PortNames &names, bool colo
 
 } // namespace
 
-std::string applyReport( const Applied &applied, bool colour ) {
+std::string applyReport( const Applied &applied, bool colour, bool all ) {
    const PortNames names( applied );
    const auto &agent = applied.theSwitch().agent();
    const auto installed = applied.entries().size() - applied.refused();
    std::string text =
-      fmt::format( "{}: {} on variant {}, chip {} with {}\n", oneLine( applied.config().file ),
+      fmt::format( "{}: {} on variant {}, chip {} with {}\n", messageLine( applied.config().file ),
                    counted( applied.config().tables.size(), "ACL table", "ACL tables" ), agent.variant().name,
                    agent.chip().profile, counted( agent.chip().ports.size(), "port", "ports" ) );
    text += heading( "ACL tables", colour ) + tablesPart( applied, names );
+   if ( !applied.complaints().empty() ) {
+      text += heading( "Left out, for what is wrong with it", colour );
+      const auto most = all ? applied.complaints().size() : std::size_t{ 100 };
+      for ( const auto &line : complaintLines( applied.complaints(), most ) ) {
+         text += verdict( false, line, colour );
+      }
+   }
    if ( !applied.config().warnings.empty() ) {
       text += heading( "Warnings", colour );
       for ( const auto &warning : applied.config().warnings ) {
-         text += "  " + warning + "\n";
+         text += "  " + messageLine( warning ) + "\n";
       }
    }
    text += heading( "Class IDs", colour ) + classIdsPart( applied, names );
@@ -276,9 +312,9 @@ std::string applyReport( const Applied &applied, bool colour ) {
                     "port sets would take)"
                   : fmt::format( "{} of {} installed", installed, applied.entries().size() ),
                colour ) +
-      refusedPart( applied, colour );
+      refusedPart( applied, all, colour );
    if ( installed ) {
-      text += heading( "Match check", colour ) + matchPart( applied, names, colour );
+      text += heading( "Match check", colour ) + matchPart( applied, names, all, colour );
    }
    return text;
 }

@@ -58,8 +58,17 @@ std::optional<RuleId> ruleOf( JsonFields &fields, TcamGroupId group ) {
    return RuleId( feature ? featureNamed( *feature, rule.place() ) : QuarraAgent::featureOf( group ), name );
 }
 
-JsonOut ok() {
-   return { { "ok", true } };
+// What a program tells its requests apart by.
+JsonOut idOf( JsonFields &fields ) {
+   const auto &id = fields.value( "id" );
+   if ( id.is_string() ) {
+      return fields.text( "id" );
+   }
+   if ( !id.is_number_integer() ) {
+      throw RequestRefused( "badField", fmt::format( "{}.id: expected a string or a whole number, got {}",
+                                                     fields.place(), typeName( id ) ) );
+   }
+   return JsonOut( id );
 }
 
 } // namespace
@@ -79,19 +88,16 @@ JsonOut Batch::chip( JsonFields &fields ) {
    }
    switch_ = std::make_unique<Switch>( choice );
    choice_ = choice;
-   auto answer = ok();
-   answer[ "variant" ] = choice.variant->name;
-   answer[ "profile" ] = choice.chip.profile;
-   answer[ "ports" ] = choice.chip.ports.size();
-   return answer;
+   return { { "variant", choice.variant->name },
+            { "profile", choice.chip.profile },
+            { "portCount", choice.chip.ports.size() } };
 }
 
 JsonOut Batch::createGroup( JsonFields &fields ) {
    const auto group = groupOf( fields );
    fields.finish();
    const auto hint = theSwitch().agent().createGroup( group );
-   auto answer = ok();
-   answer[ "hint" ] = nullptr;
+   JsonOut answer = { { "hint", nullptr } };
    if ( hint ) {
       answer[ "hint" ] = { { "startBit", hint->startBit }, { "endBit", hint->endBit } };
    }
@@ -102,7 +108,7 @@ JsonOut Batch::deleteGroup( JsonFields &fields ) {
    const auto group = groupOf( fields );
    fields.finish();
    theSwitch().agent().deleteGroup( group );
-   return ok();
+   return JsonOut::object();
 }
 
 JsonOut Batch::install( JsonFields &fields ) {
@@ -111,20 +117,19 @@ JsonOut Batch::install( JsonFields &fields ) {
    request.entry = fields.number( "entry", 0, maxEntry );
    request.ethernet = fields.flag( "ethernet" );
    if ( !request.ethernet || fields.has( "ports" ) ) {
-      request.ports = fields.ports( "ports" );
+      request.ports = fields.ports(
+         "ports", [ this ]( const std::string &name ) { return PortsJson( theSwitch() ).find( name ); } );
    }
    request.rule = ruleOf( fields, request.group );
    fields.finish();
    const auto installed = theSwitch().agent().install( request );
-   auto answer = ok();
-   answer[ "key" ] = keyJson( installed.key );
-   answer[ "classId" ] = installed.classId;
-   answer[ "poolId" ] = installed.poolId;
-   answer[ "baseOffset" ] = installed.baseOffset;
-   answer[ "poolWidth" ] = installed.poolWidth;
-   answer[ "data" ] = installed.qualifier->data()->hex();
-   answer[ "mask" ] = installed.qualifier->mask()->hex();
-   return answer;
+   return { { "key", keyJson( installed.key ) },
+            { "classId", installed.classId },
+            { "poolId", installed.poolId },
+            { "baseOffset", installed.baseOffset },
+            { "poolWidth", installed.poolWidth },
+            { "data", installed.qualifier->data()->hex() },
+            { "mask", installed.qualifier->mask()->hex() } };
 }
 
 JsonOut Batch::remove( JsonFields &fields ) {
@@ -132,30 +137,27 @@ JsonOut Batch::remove( JsonFields &fields ) {
    const U32 entry = fields.number( "entry", 0, maxEntry );
    fields.finish();
    theSwitch().agent().remove( group, entry );
-   return ok();
+   return JsonOut::object();
 }
 
 JsonOut Batch::dump( JsonFields &fields ) {
    fields.finish();
-   auto answer = ok();
-   answer[ "spaces" ] = dumpSpaces( theSwitch() );
-   answer[ "groups" ] = dumpGroups( theSwitch() );
-   answer[ "chip" ] = dumpChip( theSwitch() );
-   return answer;
+   return { { "spaces", dumpSpaces( theSwitch() ) },
+            { "groups", dumpGroups( theSwitch() ) },
+            { "chip", dumpChip( theSwitch() ) } };
 }
 
 JsonOut Batch::check( JsonFields &fields ) {
    fields.finish();
+   const PortsJson ports( theSwitch() );
    auto mismatches = JsonOut::array();
    for ( const auto &mismatch : checkMatches( theSwitch() ) ) {
-      mismatches.push_back( mismatchJson( mismatch ) );
+      mismatches.push_back( mismatchJson( ports, mismatch ) );
    }
-   auto answer = ok();
-   answer[ "mismatches" ] = std::move( mismatches );
-   return answer;
+   return { { "mismatches", std::move( mismatches ) } };
 }
 
-JsonOut Batch::carryOut( const std::string &line ) {
+JsonOut Batch::carryOut( const std::string &line, JsonOut &id ) {
    Json json;
    try {
       json = parseJson( line );
@@ -167,6 +169,9 @@ JsonOut Batch::carryOut( const std::string &line ) {
          "badJson", fmt::format( "line {}: expected an object, got {}", lineNumber_, typeName( json ) ) );
    }
    JsonFields fields( json, fmt::format( "line {}", lineNumber_ ) );
+   if ( fields.has( "id" ) ) {
+      id = idOf( fields );
+   }
    const auto name = fields.text( "op" );
    std::string names;
    for ( const auto &operation : operations ) {
@@ -181,19 +186,24 @@ JsonOut Batch::carryOut( const std::string &line ) {
 
 JsonOut Batch::answer( const std::string &line ) {
    ++lineNumber_;
+   JsonOut id; // null: none
+   JsonOut said;
+   bool good = true;
    try {
-      return carryOut( line );
+      said = carryOut( line, id );
    } catch ( const RequestRefused &refused ) {
-      return { { "ok", false },
-               { "error",
+      good = false;
+      said = { { "error",
                  { { "code", refused.code() }, { "message", refused.what() }, { "line", lineNumber_ } } } };
    }
-}
-
-void Batch::run( std::istream &in, std::ostream &out ) {
-   for ( std::string line; std::getline( in, line ); ) {
-      out << answer( line ).dump( -1, ' ', false, JsonOut::error_handler_t::replace ) << std::endl;
+   auto answer = document( good );
+   if ( !id.is_null() ) {
+      answer[ "id" ] = std::move( id );
    }
+   for ( auto &item : said.items() ) {
+      answer[ item.key() ] = std::move( item.value() );
+   }
+   return answer;
 }
 
 } // namespace QuarraTool

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <istream>
 #include <memory>
-#include <ostream>
 
 #include "lab/ChipFile.h"
 #include "lab/Dump.h"
@@ -23,15 +21,12 @@ class Batch {
    // The answer to one line.
    JsonOut answer( const std::string &line );
 
-   // Answers every line of `in`, flushing `out` after each.
-   void run( std::istream &in, std::ostream &out );
-
  private:
    struct Operation;
    static const Operation operations[];
 
-   JsonOut carryOut( const std::string &line );
-   Switch &theSwitch(); // made with the first operation that needs it
+   JsonOut carryOut( const std::string &line, JsonOut &id ); // what an answer says beside ok and id
+   Switch &theSwitch();                                      // made with the first operation that needs it
 
    JsonOut chip( JsonFields &fields );
    JsonOut createGroup( JsonFields &fields );

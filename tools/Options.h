@@ -11,41 +11,29 @@ namespace QuarraTool {
 using namespace QuarraLab;
 
 // Exit codes of the command.
-enum ExitCode { exitGood = 0, exitDoesNotFit = 1, exitBadInput = 2 };
+enum ExitCode {
+   exitGood = 0,
+   exitDoesNotFit = 1, // or does not match, or did not happen though it was asked for
+   exitBadInput = 2,
+   exitNotWritten = 4, // standard output did not take all of it
+};
 
-// Options that every command takes.
+// Options that several commands take.
+enum class CommonOption { json, pretty, statistics, variant, chip, failSdkCall, trace };
+
+// What they say.
 struct GlobalOptions {
    bool json = false;
-   bool pretty = false;
-   std::string trace;
+   bool pretty = false; // indents the document; asks for one, too
+   bool statistics = false;
    std::string variant = "testSdk6";
    bool variantChosen = false;
    std::optional<std::string> chipFile;
    std::vector<std::string> failSdkCalls; // "N", "N:CODE", "FUNCTION:N[:CODE]"
-   bool statistics = false;
+   std::vector<std::string> trace;        // "HANDLE/LEVELS[,...]"
 
    // The variant and chip that the options choose. Throws RequestRefused or InputError.
    ChipChoice choice() const;
 };
-
-struct ApplyOptions {
-   std::string file;
-   std::vector<std::string> map; // "TYPE=GROUP"
-   bool bindings = false;        // an entry for a table without rules
-};
-
-struct SoakCommandOptions {
-   U64 operations = 0; // 0: until the time is over
-   std::optional<U64> seed;
-   double seconds = 0; // 0: no limit
-   U32 jobs = 1;
-   bool print = false; // one episode's history instead
-};
-
-int runApply( const GlobalOptions &global, const ApplyOptions &options );
-int runBatch( const GlobalOptions &global, const std::string &file );
-int runSoak( const GlobalOptions &global, const SoakCommandOptions &command );
-int runGroups( const GlobalOptions &global );
-int runChips( const GlobalOptions &global );
 
 } // namespace QuarraTool

@@ -1,19 +1,29 @@
 #include <algorithm>
 #include <iostream>
+#include <memory>
 #include <random>
+#include <thread>
 
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include "lab/Dump.h"
 #include "soak/Soak.h"
-#include "tools/Options.h"
+#include "tools/Command.h"
 #include "tools/TextTable.h"
 
 namespace QuarraTool {
 namespace {
 
 using namespace QuarraSoak;
+
+struct SoakCommandOptions {
+   U64 operations = 0; // 0: until the time is over
+   std::optional<U64> seed;
+   double seconds = 0; // 0: no limit
+   U32 jobs = std::max( 1u, std::thread::hardware_concurrency() );
+   bool print = false; // one episode's history instead
+};
 
 // "1,234,567"
 std::string grouped( U64 number ) {
@@ -45,13 +55,14 @@ void drawProgress( const SoakOptions &options, const SoakResult &result ) {
 }
 
 JsonOut resultJson( const SoakOptions &options, const SoakResult &result ) {
-   JsonOut json = { { "seed", options.seed },
-                    { "operations", result.tally.operations },
-                    { "episodes", result.tally.episodes },
-                    { "seconds", result.seconds },
-                    { "outcomes", result.tally.outcomes },
-                    { "events", JsonOut::object() },
-                    { "failure", nullptr } };
+   auto json = document( !result.failure );
+   json[ "seed" ] = options.seed;
+   json[ "operations" ] = result.tally.operations;
+   json[ "episodes" ] = result.tally.episodes;
+   json[ "seconds" ] = result.seconds;
+   json[ "outcomes" ] = result.tally.outcomes;
+   json[ "events" ] = JsonOut::object();
+   json[ "failure" ] = nullptr;
    for ( std::size_t i = 0; i < result.tally.events.size(); ++i ) {
       json[ "events" ][ eventNames[ i ] ] = result.tally.events[ i ];
    }
@@ -87,9 +98,7 @@ std::string failureText( const SoakFailure &failure ) {
    return text;
 }
 
-} // namespace
-
-int runSoak( const GlobalOptions &global, const SoakCommandOptions &command ) {
+int run( const GlobalOptions &global, const SoakCommandOptions &command, Output &out ) {
    SoakOptions options{ .variants = {},
                         .seed = command.seed.value_or( static_cast<U64>( std::random_device()() ) ),
                         .operations = command.operations,
@@ -107,7 +116,7 @@ int runSoak( const GlobalOptions &global, const SoakCommandOptions &command ) {
       SeededChoices choices( options.seed );
       Tally tally;
       const auto difference = playEpisode( *options.variants.front(), choices, 200, tally,
-                                           []( const std::string &line ) { std::cout << line << "\n"; } );
+                                           [ & ]( const std::string &line ) { out.print( line + "\n" ); } );
       return difference.empty() ? exitGood : exitDoesNotFit;
    }
    const bool bar = isatty( STDERR_FILENO );
@@ -120,16 +129,48 @@ int runSoak( const GlobalOptions &global, const SoakCommandOptions &command ) {
       std::cerr << "\n";
    }
    if ( global.json ) {
-      std::cout << resultJson( options, result ).dump( global.pretty ? 3 : -1 ) << "\n";
+      out.print( jsonText( resultJson( options, result ), global.pretty ) + "\n" );
    } else {
-      std::cout << coverageText( result.tally )
-                << fmt::format( "\n{} operations in {} episodes, {:.0f} s, {}/s, seed {}\n",
-                                grouped( result.tally.operations ), grouped( result.tally.episodes ),
-                                result.seconds, grouped( static_cast<U64>( rateOf( result ) ) ),
-                                options.seed )
-                << ( result.failure ? failureText( *result.failure ) : "Library and model agree.\n" );
+      out.print( coverageText( result.tally ) +
+                 fmt::format( "\n{} operations in {} episodes, {:.0f} s, {}/s, seed {}\n",
+                              grouped( result.tally.operations ), grouped( result.tally.episodes ),
+                              result.seconds, grouped( static_cast<U64>( rateOf( result ) ) ),
+                              options.seed ) +
+                 ( result.failure ? failureText( *result.failure ) : "Library and model agree.\n" ) );
    }
    return result.failure ? exitDoesNotFit : exitGood;
 }
+
+Command::Run addOptions( CLI::App &app ) {
+   const auto soak = std::make_shared<SoakCommandOptions>();
+   app.footer(
+      "Without --variant, on all variants in turn. When library and model part, prints the seed and a\n"
+      "shortened history that `quarra-tcam batch` replays, and exits with 1." );
+   app.add_option( "--ops", soak->operations, "How many operations; 100000 when there is no --time" )
+      ->type_name( "N" );
+   app.add_option( "--seed", soak->seed, "Seed; a random one when not given, printed at the end" )
+      ->type_name( "S" );
+   app.add_option( "--time", soak->seconds, "At most so many seconds" )
+      ->type_name( "T" )
+      ->check( CLI::PositiveNumber );
+   app.add_option( "--jobs", soak->jobs, "Processes at a time; every core when not given" )
+      ->type_name( "J" )
+      ->check( CLI::Range( 1, 256 ) );
+   app.add_flag( "--print", soak->print, "Print the history of one episode, for `quarra-tcam batch`" );
+   return [ soak ]( const GlobalOptions &global, Output &out ) {
+      if ( soak->operations == 0 && soak->seconds <= 0 ) {
+         soak->operations = 100000;
+      }
+      return run( global, *soak, out );
+   };
+}
+
+} // namespace
+
+const Command soakCommand = { "soak",
+                              "Carry out random operations and compare library and chip with a model",
+                              { CommonOption::json, CommonOption::pretty, CommonOption::variant,
+                                CommonOption::trace },
+                              addOptions };
 
 } // namespace QuarraTool

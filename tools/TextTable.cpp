@@ -13,7 +13,11 @@ using namespace QuarraLab;
 
 void TextTable::row( const std::vector<std::string> &cells ) {
    std::vector<std::string> &row = rows_.emplace_back();
-   std::ranges::transform( cells, std::back_inserter( row ), oneLine );
+   std::ranges::transform( cells, std::back_inserter( row ),
+                           shortName ); // a column is as wide as its widest cell
+   if ( !cells.empty() ) {
+      row.back() = oneLine( cells.back() );
+   }
 }
 
 std::string TextTable::line( const std::vector<std::string> &cells,

@@ -17,7 +17,8 @@ class TextTable {
 
    explicit TextTable( std::vector<Column> columns ) : columns_( std::move( columns ) ) {}
 
-   void row( const std::vector<std::string> &cells ); // each on one line, whatever it holds
+   // Each cell on one line, whatever it holds; all but the last without their middle when they are very long.
+   void row( const std::vector<std::string> &cells );
    bool empty() const { return rows_.empty(); }
 
    // Indented by two blanks, two blanks between columns, no blanks at the end of a line.

@@ -1,18 +1,28 @@
 #include <algorithm>
-#include <functional>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
 #include <iostream>
-#include <thread>
 
-#include <CLI/CLI.hpp>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
 
 #include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/Version.h"
-#include "acl/ReadAcl.h"
-#include "tools/Options.h"
+#include "acl/Complaints.h"
+#include "lab/TextFile.h"
+#include "tools/Command.h"
+#include "tools/CommonOptions.h"
+#include "tools/Nearest.h"
 
 namespace {
 
 using namespace QuarraTool;
+
+const Command *const commands[] = {
+   &applyCommand, &batchCommand, &soakCommand, &groupsCommand, &chipsCommand,
+};
 
 constexpr auto about =
    "Class IDs for TCAM entries, on a simulated switch chip.\n\n"
@@ -25,122 +35,256 @@ constexpr auto about =
 constexpr auto examples =
    "Examples:\n"
    "  quarra-tcam apply /etc/sonic/config_db.json      install all ACL rules, show and check the result\n"
-   "  quarra-tcam apply acl.json --map L3=16 -j -p      other TCAM group for L3 tables, result as JSON\n"
+   "  quarra-tcam apply acl.json --map L3=16 -p         other TCAM group for L3 tables, result as JSON\n"
    "  echo '{\"op\":\"install\",\"group\":13,\"entry\":1,\"ports\":[1,2]}' | quarra-tcam batch -\n"
    "  quarra-tcam --trace QuarraTcamPortsManager/1-3 apply acl.json     what the library does, step by "
    "step\n\n"
-   "Exit codes: 0 all is well; 1 something does not fit or does not match; 2 bad input or options, nothing "
-   "applied.\n";
+   "Exit codes: 0 all is well, and all output was written; 1 something does not fit, does not match or did\n"
+   "not happen; 2 bad input or options, nothing applied; 4 standard output could not be written.\n";
 
-// Runs a command; whatever is wrong with its input is one line on standard error.
-int run( const GlobalOptions &global, const std::function<int()> &command ) {
-   if ( const auto problem = Nodra::traceLevelsIs( global.trace ); !problem.empty() ) {
-      std::cerr << "quarra-tcam: --trace: " << oneLine( problem ) << "\n";
+// Traces quote names of the input, which may hold what a terminal obeys.
+class ErrorTrace : public Nodra::TraceSink {
+ public:
+   void line( const Nodra::TraceHandle &handle, unsigned level, const std::string &text ) override {
+      std::cerr << fmt::format( "{}/{} {}\n", handle.name(), level, oneLine( text ) );
+   }
+};
+
+void complain( const std::string &message ) {
+   std::cerr << "quarra-tcam: " << messageLine( message ) << "\n";
+}
+
+void complain( const std::vector<std::string> &messages ) {
+   constexpr std::size_t most = 100;
+   for ( std::size_t i = 0; i < std::min( messages.size(), most ); ++i ) {
+      complain( messages[ i ] );
+   }
+   if ( messages.size() > most ) {
+      complain( fmt::format( "and {} more", messages.size() - most ) );
+   }
+}
+
+// What is wrong with the words of the command line.
+class UsageError : public std::runtime_error {
+ public:
+   using std::runtime_error::runtime_error;
+};
+
+class CommandLine {
+ public:
+   CommandLine();
+   int run( int argc, char **argv, Output &out );
+
+ private:
+   void parse( int argc, char **argv );
+   void checkWords() const; // throws UsageError for words that are not known
+   [[noreturn]] void refuseOption( const std::string &option, const Command *command ) const;
+   void checkCommonOptions() const;
+   void traceLevels() const;
+   const Command *chosen() const;
+   std::string shortHelp() const;
+
+   GlobalOptions global_;
+   CLI::App app_{ about, "quarra-tcam" };
+   std::vector<Command::Run> runs_; // of the commands, in their order
+};
+
+CommandLine::CommandLine() {
+   app_.footer( examples );
+   app_.set_version_flag( "-V,--version", "quarra-tcam " QUARRA_TCAM_PORTS_VERSION );
+   app_.require_subcommand( 1 );
+   for ( const auto &row : commonOptions() ) {
+      addCommonOption( app_, row, global_ );
+   }
+   for ( const auto *command : commands ) {
+      auto *app = app_.add_subcommand( command->name, command->description );
+      runs_.push_back( command->options( *app ) );
+      for ( const auto &row : commonOptions() ) {
+         if ( std::ranges::count( command->takes, row.option ) ) {
+            addCommonOption( *app, row, global_ );
+         }
+      }
+   }
+}
+
+const Command *CommandLine::chosen() const {
+   const auto parsed = app_.get_subcommands();
+   const auto *const end = std::end( commands );
+   const auto *const found = std::find_if( std::begin( commands ), end, [ & ]( const auto *command ) {
+      return !parsed.empty() && parsed.front()->get_name() == command->name;
+   } );
+   return found == end ? nullptr : *found;
+}
+
+std::string CommandLine::shortHelp() const {
+   std::string text = "usage: quarra-tcam [OPTIONS] COMMAND ...\n\n";
+   for ( const auto *command : commands ) {
+      text += fmt::format( "  {:<8}{}\n", command->name, command->description );
+   }
+   return text + "\n`quarra-tcam --help` and `quarra-tcam COMMAND --help` tell the rest.\n";
+}
+
+std::vector<std::string> longOptions( const CLI::App &app ) {
+   std::vector<std::string> names;
+   for ( const auto *option : app.get_options() ) {
+      for ( const auto &name : option->get_lnames() ) {
+         names.push_back( "--" + name );
+      }
+   }
+   return names;
+}
+
+void CommandLine::refuseOption( const std::string &option, const Command *command ) const {
+   const auto name = option.substr( 0, option.find( '=' ) );
+   const auto isOptionOf = [ & ]( const CLI::App *app ) { return app->get_option_no_throw( name ); };
+   const auto all = app_.get_subcommands( []( const CLI::App * ) { return true; } );
+   if ( command && ( isOptionOf( &app_ ) || std::ranges::any_of( all, isOptionOf ) ) ) {
+      throw UsageError( fmt::format( "{} does not use {}", command->name, name ) );
+   }
+   const auto *app = command ? app_.get_subcommand( command->name ) : &app_;
+   throw UsageError( fmt::format( "{}unknown option {}{}",
+                                  command ? std::string( command->name ) + ": " : std::string(), name,
+                                  suggestion( name, longOptions( *app ) ) ) );
+}
+
+void CommandLine::checkWords() const {
+   const auto *command = chosen();
+   std::vector<std::string> words = app_.remaining();
+   const Command *owner = nullptr; // of the words, if it is a command
+   if ( words.empty() && command ) {
+      words = app_.get_subcommand( command->name )->remaining();
+      owner = command;
+   }
+   if ( words.empty() ) {
+      return;
+   }
+   const auto option =
+      std::ranges::find_if( words, []( const auto &word ) { return word.size() > 1 && word[ 0 ] == '-'; } );
+   if ( option != words.end() && ( owner || option == words.begin() ) ) {
+      refuseOption( *option, owner );
+   }
+   if ( owner ) {
+      throw UsageError( fmt::format( "{}: unexpected argument \"{}\"", owner->name, words.front() ) );
+   }
+   std::vector<std::string> names;
+   std::string listed;
+   for ( const auto *known : commands ) {
+      names.emplace_back( known->name );
+      listed += ( listed.empty() ? "" : ", " ) + names.back();
+   }
+   const auto near = suggestion( words.front(), names );
+   throw UsageError( fmt::format( "unknown command \"{}\"{}", words.front(),
+                                  near.empty() ? ": expected one of " + listed : near ) );
+}
+
+void CommandLine::parse( int argc, char **argv ) {
+   try {
+      app_.parse( argc, argv );
+   } catch ( const CLI::Success & ) {
+      throw; // asked for help
+   } catch ( const CLI::ParseError &error ) {
+      checkWords();
+      const auto *command = chosen();
+      throw UsageError( ( command ? std::string( command->name ) + ": " : std::string() ) + error.what() );
+   }
+}
+
+// Common options are added to the program, too, for any command: what the chosen one makes of them is seen
+// here.
+void CommandLine::checkCommonOptions() const {
+   const auto &command = *chosen();
+   const auto *app = app_.get_subcommand( command.name );
+   for ( const auto &row : commonOptions() ) {
+      const auto before = app_.get_option( row.longName() )->count();
+      if ( !std::ranges::count( command.takes, row.option ) ) {
+         if ( before ) {
+            throw UsageError( fmt::format( "{} does not use {}", command.name, row.longName() ) );
+         }
+      } else if ( !row.severalTimes && before + app->get_option( row.longName() )->count() > 1 ) {
+         throw UsageError( row.longName() + " is given more than once" );
+      }
+   }
+}
+
+void CommandLine::traceLevels() const {
+   const auto refuse = []( const std::string &place, const std::string &problem ) {
+      if ( !problem.empty() ) {
+         throw UsageError( place + ": " + problem );
+      }
+   };
+   if ( const char *environment = std::getenv( "QUARRA_TRACE" ) ) {
+      refuse( "QUARRA_TRACE", Nodra::traceLevelsIs( environment ) );
+   }
+   for ( const auto &setting : global_.trace ) {
+      refuse( "--trace", Nodra::traceLevelsIs( setting ) );
+   }
+}
+
+int CommandLine::run( int argc, char **argv, Output &out ) {
+   if ( argc <= 1 ) {
+      std::cerr << shortHelp();
       return exitBadInput;
    }
    try {
-      return command();
+      parse( argc, argv );
+      checkCommonOptions();
+      traceLevels();
+      const auto *const place = std::ranges::find( commands, chosen() );
+      return runs_[ static_cast<std::size_t>( place - std::begin( commands ) ) ]( global_, out );
+   } catch ( const CLI::CallForVersion &versionText ) {
+      out.print( std::string( versionText.what() ) + "\n" );
+      return exitGood;
+   } catch ( const CLI::Success & ) {
+      out.print( app_.help() );
+      return exitGood;
+   } catch ( const UsageError &error ) {
+      complain( std::string( error.what() ) + " (--help explains)" );
+   } catch ( const QuarraAcl::AclRefused &refused ) {
+      for ( const auto &line : QuarraAcl::complaintLines( refused.complaints() ) ) {
+         complain( line );
+      }
+   } catch ( const InputErrors &errors ) {
+      complain( errors.lines() );
    } catch ( const InputError &error ) {
-      std::cerr << "quarra-tcam: " << error.what() << "\n";
+      complain( error.what() );
    } catch ( const QuarraAgent::RequestRefused &refused ) {
-      std::cerr << "quarra-tcam: " << refused.code() << ": " << refused.what() << "\n";
+      complain( refused.code() + ": " + refused.what() );
+   } catch ( const std::bad_alloc & ) {
+      complain( "not enough memory" );
    }
    return exitBadInput;
+}
+
+// A descriptor that is closed would be given to the next file that is opened, and what is printed would go
+// there. Something that fails takes its place.
+void occupyClosedDescriptors() {
+   for ( const int descriptor : { STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO } ) {
+      if ( fcntl( descriptor, F_GETFD ) < 0 && errno == EBADF ) {
+         open( "/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY );
+      }
+   }
 }
 
 } // namespace
 
 int main( int argc, char **argv ) {
-   CLI::App app( about, "quarra-tcam" );
-   app.footer( examples );
-   app.set_version_flag( "-V,--version", "quarra-tcam " QUARRA_TCAM_PORTS_VERSION );
-   app.require_subcommand( 1 );
-   app.fallthrough();
-   app.failure_message( []( const CLI::App *, const CLI::Error &error ) {
-      return "quarra-tcam: " + oneLine( error.what() ) + " (--help explains)\n";
-   } );
-
-   GlobalOptions global;
-   app.add_flag( "-j,--json", global.json, "Print one JSON document" );
-   app.add_flag( "-p,--pretty", global.pretty, "Indent the JSON document" );
-   app.add_option(
-         "--trace", global.trace,
-         "Trace on standard error: HANDLE/LEVEL or HANDLE/FROM-TO, several with commas; * for every handle" )
-      ->type_name( "HANDLE/LEVELS" );
-   auto *variant =
-      app.add_option( "--variant", global.variant, "Chip variant: " + QuarraAgent::variantNames() )
-         ->capture_default_str()
-         ->type_name( "NAME" );
-   app.add_option( "--chip", global.chipFile,
-                   "Chip file: a JSON object that changes the variant's default chip" )
-      ->type_name( "FILE" );
-
-   app.add_option( "--fail-sdk-call", global.failSdkCalls,
-                   "Let the n-th SDK call fail (from the start of set-up): N, N:CODE or FUNCTION:N[:CODE]" )
-      ->type_name( "CALL" )
-      ->expected( 1 )
-      ->take_all();
-   app.add_flag( "-s,--statistics", global.statistics, "Print the number of SDK calls by function" );
-
-   std::function<int()> command;
-   ApplyOptions apply;
-   auto *applyCommand =
-      app.add_subcommand( "apply", "Install the ACL rules of a config_db.json and check them" );
-   applyCommand->callback( [ & ] { command = [ & ] { return runApply( global, apply ); }; } );
-   applyCommand->footer(
-      "Every rule becomes one TCAM entry. The map from table types to TCAM groups on the SDK6\n"
-      "variants is L3=13, L3V6=14, L3V4V6=59, MIRROR=42, MIRRORV6=43, MIRROR_DSCP=52, PFCWD=55,\n"
-      "MCLAG=56, CTRLPLANE=108 and OTHER=132 for every other type; docs/tool.md has the others." );
-   applyCommand->add_option( "FILE", apply.file, "The configuration" )->required();
-   applyCommand->add_option( "--map", apply.map, "TCAM group for a table type; may be given several times" )
-      ->type_name( "TYPE=GROUP" );
-   applyCommand->add_flag( "--bindings", apply.bindings,
-                           "Install one entry for each table that has no rules" );
-
-   std::string batchFile;
-   auto *batchCommand = app.add_subcommand( "batch", "Answer JSON lines, one operation a line" );
-   batchCommand->callback( [ & ] { command = [ & ] { return runBatch( global, batchFile ); }; } );
-   batchCommand->footer(
-      "Operations: chip (first line only), createGroup, install, remove, deleteGroup, dump, check.\n"
-      "Each line is answered by one line at once: {\"ok\":true,...} or\n"
-      "{\"ok\":false,\"error\":{\"code\":...,\"message\":...,\"line\":...}}." );
-   batchCommand->add_option( "FILE", batchFile, "The operations; - for standard input" )->required();
-
-   SoakCommandOptions soak;
-   soak.jobs = std::max( 1u, std::thread::hardware_concurrency() );
-   auto *soakCommand =
-      app.add_subcommand( "soak", "Carry out random operations and compare library and chip with a model" );
-   soakCommand->callback( [ & ] { command = [ & ] { return runSoak( global, soak ); }; } );
-   soakCommand->footer(
-      "Without --variant, on all variants in turn. When library and model part, prints the seed and a\n"
-      "shortened history that `quarra-tcam batch` replays, and exits with 1." );
-   soakCommand->add_option( "--ops", soak.operations, "How many operations; 100000 when there is no --time" )
-      ->type_name( "N" );
-   soakCommand->add_option( "--seed", soak.seed, "Seed; a random one when not given, printed at the end" )
-      ->type_name( "S" );
-   soakCommand->add_option( "--time", soak.seconds, "At most so many seconds" )
-      ->type_name( "T" )
-      ->check( CLI::PositiveNumber );
-   soakCommand->add_option( "--jobs", soak.jobs, "Processes at a time; every core when not given" )
-      ->type_name( "J" )
-      ->check( CLI::Range( 1, 256 ) );
-   soakCommand->add_flag( "--print", soak.print,
-                          "Print the history of one episode, for `quarra-tcam batch`" );
-
-   app.add_subcommand( "groups", "List the TCAM groups of a variant and how they use class IDs" )
-      ->callback( [ & ] { command = [ & ] { return runGroups( global ); }; } );
-   app.add_subcommand( "chips", "List the chips shipped" )->callback( [ & ] {
-      command = [ & ] { return runChips( global ); };
-   } );
-
+   occupyClosedDescriptors();
+   static ErrorTrace trace; // outlives all that traces
+   Nodra::traceSinkIs( &trace );
+   const auto pipeSignal =
+      std::signal( SIGPIPE, SIG_IGN ); // a write to a closed pipe is an error like others
    try {
-      app.parse( argc, argv );
-   } catch ( const CLI::ParseError &error ) {
-      return app.exit( error ) == 0 ? exitGood : exitBadInput;
+      Output out( STDOUT_FILENO );
+      const int code = CommandLine().run( argc, argv, out );
+      out.close();
+      return code;
+   } catch ( const OutputError &error ) {
+      if ( error.readerIsGone() ) {
+         std::signal( SIGPIPE, pipeSignal );
+         std::raise( SIGPIPE ); // ends the process as it ends others, unless whoever started it ignores it
+      } else {
+         complain( error.what() );
+      }
    }
-   global.variantChosen = variant->count() > 0;
-   if ( soak.operations == 0 && soak.seconds <= 0 ) {
-      soak.operations = 100000;
-   }
-   return run( global, command );
+   return exitNotWritten;
 }

@@ -1,10 +1,8 @@
-#include <iostream>
-
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include "lab/Dump.h"
-#include "tools/Options.h"
+#include "tools/Command.h"
 #include "tools/TextTable.h"
 
 // What there is: the TCAM groups of a variant, the chips shipped.
@@ -27,13 +25,11 @@ std::vector<std::string> rulesOf( const ClassIdTcamGroupConfig &config ) {
    return rules;
 }
 
-void print( const GlobalOptions &global, const JsonOut &json, const TextTable &table ) {
-   std::cout << ( global.json ? json.dump( global.pretty ? 3 : -1 ) + "\n" : table.text() );
+void print( const GlobalOptions &global, Output &out, const JsonOut &json, const TextTable &table ) {
+   out.print( global.json ? jsonText( json, global.pretty ) + "\n" : table.text() );
 }
 
-} // namespace
-
-int runGroups( const GlobalOptions &global ) {
+int runGroups( const GlobalOptions &global, Output &out ) {
    const Switch theSwitch( global.choice() );
    TextTable table( { { "group", Align::right },
                       { "type" },
@@ -55,11 +51,14 @@ int runGroups( const GlobalOptions &global ) {
       json[ "group" ] = group.value();
       groups.push_back( std::move( json ) );
    }
-   print( global, { { "variant", theSwitch.agent().variant().name }, { "groups", groups } }, table );
+   auto json = document( true );
+   json[ "variant" ] = theSwitch.agent().variant().name;
+   json[ "groups" ] = std::move( groups );
+   print( global, out, json, table );
    return exitGood;
 }
 
-int runChips( const GlobalOptions &global ) {
+int runChips( const GlobalOptions &global, Output &out ) {
    TextTable table( { { "chip" },
                       { "variants" },
                       { "flexible", Align::right },
@@ -90,10 +89,25 @@ int runChips( const GlobalOptions &global ) {
                          { "fixedBits", chip.fixedBits },
                          { "sourceTrunkMapBits", chip.sourceTrunkMapBits },
                          { "portBits", chip.portBits },
-                         { "ports", chip.ports.size() } } );
+                         { "portCount", chip.ports.size() } } );
    }
-   print( global, chips, table );
+   auto json = document( true );
+   json[ "chips" ] = std::move( chips );
+   print( global, out, json, table );
    return exitGood;
 }
+
+} // namespace
+
+const Command groupsCommand = { "groups",
+                                "List the TCAM groups of a variant and how they use class IDs",
+                                { CommonOption::json, CommonOption::pretty, CommonOption::variant,
+                                  CommonOption::chip, CommonOption::trace },
+                                []( CLI::App & ) -> Command::Run { return runGroups; } };
+
+const Command chipsCommand = { "chips",
+                               "List the chips shipped",
+                               { CommonOption::json, CommonOption::pretty },
+                               []( CLI::App & ) -> Command::Run { return runChips; } };
 
 } // namespace QuarraTool

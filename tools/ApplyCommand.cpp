@@ -1,0 +1,105 @@
+#include <cstdlib>
+#include <memory>
+
+#include "acl/ReadAcl.h"
+#include "tools/ApplyReport.h"
+#include "tools/Command.h"
+#include "tools/SdkCalls.h"
+
+namespace QuarraTool {
+namespace {
+
+struct ApplyOptions {
+   std::vector<std::string> files;
+   std::string format;           // of the files; empty: as their content tells
+   bool keepGoing = false;       // without what is wrong in the files
+   std::vector<std::string> map; // "TYPE=GROUP"
+   bool bindings = false;        // an entry for a table without rules
+   bool all = false;             // refusals and mismatches one by one
+};
+
+bool wantsColour( const Output &out ) {
+   const char *noColour = std::getenv( "NO_COLOR" );
+   return out.isTerminal() && !( noColour && *noColour );
+}
+
+// One entry of the whole table's ports for each table that has no rules.
+void addBindings( AclConfig &config ) {
+   for ( auto &table : config.tables ) {
+      if ( table.leftOut.empty() && table.rules.empty() ) {
+         table.rules.push_back(
+            { "(binding)", table.name, 0, std::make_shared<std::vector<std::string>>( table.ports ) } );
+      }
+   }
+}
+
+int run( const GlobalOptions &global, const ApplyOptions &options, Output &out ) {
+   const auto choice = global.choice();
+   GroupMap map;
+   for ( const auto &text : options.map ) {
+      addToMap( map, text );
+   }
+   auto reading = readAcl(
+      options.files, options.format.empty() ? std::nullopt : std::optional( aclFormatOf( options.format ) ) );
+   auto complaints =
+      options.keepGoing && reading.usable() ? std::move( reading.complaints ) : std::vector<AclComplaint>();
+   auto config = complaints.empty() ? std::move( reading ).orRefuse() : std::move( reading.config );
+   if ( options.bindings ) {
+      addBindings( config );
+   }
+   const Applied applied( std::move( config ), choice, map, std::move( complaints ) );
+   if ( global.json ) {
+      auto json = applyJson( applied );
+      if ( global.statistics ) {
+         json[ "sdkCalls" ] = applied.theSwitch().chip().callCounts();
+      }
+      out.print( jsonText( json, global.pretty ) + "\n" );
+   } else {
+      out.print( applyReport( applied, wantsColour( out ), options.all ) );
+      if ( global.statistics ) {
+         out.print( "\n" + sdkCallsText( applied.theSwitch() ) );
+      }
+   }
+   return withFailuresChecked( global, &applied.theSwitch(),
+                               applied.allFitAndMatch() ? exitGood : exitDoesNotFit );
+}
+
+std::string formatNames() {
+   std::string names;
+   for ( const auto &row : aclFormats() ) {
+      names += ( names.empty() ? "" : ", " ) + std::string( row.name );
+   }
+   return names;
+}
+
+Command::Run addOptions( CLI::App &app ) {
+   const auto options = std::make_shared<ApplyOptions>();
+   app.footer( "Every rule becomes one TCAM entry. The map from table types to TCAM groups on the SDK6\n"
+               "variants is L3=13, L3V6=14, L3V4V6=59, MIRROR=42, MIRRORV6=43, MIRROR_DSCP=52, PFCWD=55,\n"
+               "MCLAG=56, CTRLPLANE=108 and OTHER=132 for every other type; docs/tool.md has the others." );
+   app.add_option( "FILE", options->files,
+                   "The configuration; - for standard input. Ports and bindings may stand in one file, rules "
+                   "in another" )
+      ->required();
+   app.add_option( "--format", options->format, "Format of the files: " + formatNames() )
+      ->type_name( "NAME" );
+   app.add_flag( "--keep-going", options->keepGoing,
+                 "Leave out what is wrong in the files, a rule or a table, list it, and exit with 1" );
+   app.add_option( "--map", options->map, "TCAM group for a table type; may be given several times" )
+      ->type_name( "TYPE=GROUP" );
+   app.add_flag( "--bindings", options->bindings, "Install one entry for each table that has no rules" );
+   app.add_flag( "--all", options->all,
+                 "List every refused entry and every mismatch (the document always does)" );
+   return [ options ]( const GlobalOptions &global, Output &out ) { return run( global, *options, out ); };
+}
+
+} // namespace
+
+const Command applyCommand = { "apply",
+                               "Install the ACL rules of a config_db.json and check them",
+                               { CommonOption::json, CommonOption::pretty, CommonOption::statistics,
+                                 CommonOption::variant, CommonOption::chip, CommonOption::failSdkCall,
+                                 CommonOption::trace },
+                               addOptions };
+
+} // namespace QuarraTool

@@ -1,0 +1,44 @@
+#include <iostream>
+#include <memory>
+
+#include "lab/TextFile.h"
+#include "tools/Batch.h"
+#include "tools/Command.h"
+#include "tools/SdkCalls.h"
+
+namespace QuarraTool {
+namespace {
+
+// Each answer is written before the next line is read: whoever asks may wait for it, and a reader that is
+// gone ends the run before the next operation.
+int run( const GlobalOptions &global, const std::string &file, Output &out ) {
+   Batch batch( global.choice() );
+   LineReader lines( file );
+   while ( const auto line = lines.next() ) {
+      out.print( jsonText( batch.answer( *line ) ) + "\n" );
+      out.flush();
+   }
+   if ( global.statistics && batch.usedSwitch() ) {
+      std::cerr << sdkCallsText( *batch.usedSwitch() );
+   }
+   return withFailuresChecked( global, batch.usedSwitch(), exitGood );
+}
+
+Command::Run addOptions( CLI::App &app ) {
+   const auto file = std::make_shared<std::string>();
+   app.footer( "Operations: chip (first line only), createGroup, install, remove, deleteGroup, dump, check.\n"
+               "Each line is answered by one line at once: {\"ok\":true,...} or\n"
+               "{\"ok\":false,\"error\":{\"code\":...,\"message\":...,\"line\":...}}." );
+   app.add_option( "FILE", *file, "The operations; - for standard input" )->required();
+   return [ file ]( const GlobalOptions &global, Output &out ) { return run( global, *file, out ); };
+}
+
+} // namespace
+
+const Command batchCommand = { "batch",
+                               "Answer JSON lines, one operation a line",
+                               { CommonOption::statistics, CommonOption::variant, CommonOption::chip,
+                                 CommonOption::failSdkCall, CommonOption::trace },
+                               addOptions };
+
+} // namespace QuarraTool

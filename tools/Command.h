@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "tools/Options.h"
+#include "tools/Output.h"
+
+namespace QuarraTool {
+
+// One command of quarra-tcam. Each is a file of its own that defines one of the constants below; the list in
+// main.cpp makes it known.
+struct Command {
+   // Carries the command out and gives the exit code. What is wrong with its input it throws: InputError,
+   // RequestRefused.
+   using Run = std::function<int( const GlobalOptions &global, Output &out )>;
+
+   const char *name;
+   const char *description;
+   std::vector<CommonOption> takes; // others are refused
+
+   // Adds the options that only this command has, and a footer to its help. The result runs it.
+   Run ( *options )( CLI::App &app );
+};
+
+extern const Command applyCommand;
+extern const Command batchCommand;
+extern const Command chipsCommand;
+extern const Command groupsCommand;
+extern const Command soakCommand;
+
+} // namespace QuarraTool
