@@ -352,12 +352,20 @@ JsonOut placeJson( const std::optional<ClassIdPlace> &place ) {
             { "width", place->width }, { "classId", place->classId }, { "bits", place->bits() } };
 }
 
+JsonOut namedPortJson( const QuarraModPort &port, const std::map<QuarraModPort, std::string> &names ) {
+   const auto name = names.find( port );
+   JsonOut json = { { "name", name == names.end() ? QuarraAgent::portName( port ) : name->second } };
+   if ( port.modId().value() ) {
+      json[ "module" ] = port.modId().value();
+   }
+   json[ "port" ] = port.port();
+   return json;
+}
+
 JsonOut portsJson( const std::set<QuarraModPort> &ports, const std::map<QuarraModPort, std::string> &names ) {
    auto json = JsonOut::array();
    for ( const auto &port : ports ) {
-      const auto name = names.find( port );
-      json.push_back( { { "port", portJson( port ) },
-                        { "name", name == names.end() ? QuarraAgent::portName( port ) : name->second } } );
+      json.push_back( namedPortJson( port, names ) );
    }
    return json;
 }
@@ -395,7 +403,7 @@ JsonOut differenceJson( const Difference &difference ) {
    }
    auto ports = JsonOut::array();
    for ( const auto &port : difference.ports ) {
-      auto json = portsJson( { port.port }, difference.portNames )[ 0 ];
+      JsonOut json = { { "port", namedPortJson( port.port, difference.portNames ) } };
       json[ "value" ] = port.value;
       json[ "bitsGained" ] = port.bits.gained;
       json[ "bitsLost" ] = port.bits.lost;

@@ -43,11 +43,13 @@ std::string PortNames::full( const QuarraModPort &port ) const {
 }
 
 std::string PortNames::list( const std::vector<QuarraModPort> &ports ) const {
+   const auto isNamed = [ & ]( const auto &port ) { return name( port ) != QuarraAgent::portName( port ); };
    std::string text;
    for ( auto first = ports.begin(); first != ports.end(); ) {
       auto last = first;
       while ( std::next( last ) != ports.end() && std::next( last )->modId() == last->modId() &&
-              std::next( last )->port() == last->port() + 1 ) {
+              std::next( last )->port() == last->port() + 1 &&
+              isNamed( *std::next( last ) ) == isNamed( *last ) ) {
          ++last;
       }
       text.append( text.empty() ? "" : ", " ).append( name( *first ) );

@@ -20,7 +20,7 @@ struct SpaceUsage {
 // The bits of the pools over a space that a group holds.
 struct GroupUsage {
    TcamGroupId group;
-   ClassIdType type;
+   ClassIdType type = ClassIdType::classIdInvalid;
    U32 poolWidth = 0;
    U32 pools = 0;
    U32 bits = 0;             // of those pools

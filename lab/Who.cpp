@@ -189,19 +189,7 @@ TableReport whoHoldsForTable( const Switch &theSwitch, const std::string &table 
 
 // ---- As JSON
 
-JsonOut namedPortJson( const PortNames &names, const QuarraModPort &port ) {
-   return { { "port", portJson( port ) }, { "name", names.name( port ) } };
-}
-
-JsonOut namedPortsJson( const PortNames &names, const std::vector<QuarraModPort> &ports ) {
-   auto json = JsonOut::array();
-   for ( const auto &port : ports ) {
-      json.push_back( namedPortJson( names, port ) );
-   }
-   return json;
-}
-
-JsonOut holderJson( const Switch &theSwitch, const PortNames &names, const Holder &holder ) {
+JsonOut holderJson( const Switch &theSwitch, const PortsJson &ports, const Holder &holder ) {
    auto entries = JsonOut::array();
    for ( const U32 id :
          std::set<U32>( holder.request->entryRef().begin(), holder.request->entryRef().end() ) ) {
@@ -210,7 +198,6 @@ JsonOut holderJson( const Switch &theSwitch, const PortNames &names, const Holde
             { { "entry", id }, { "rule", ruleOf( theSwitch.agent().entries().at( id ).request ) } } );
       }
    }
-   const auto &ports = holder.request->intfGroup()->portId();
    return { { "group", holder.group.value() },
             { "space", stringValue( classIdTcamGroupsInfo.at( holder.group )->classIdType() ) },
             { "pool", holder.pool->poolId() },
@@ -220,11 +207,11 @@ JsonOut holderJson( const Switch &theSwitch, const PortNames &names, const Holde
             { "reservedAtStartUp", holder.request->entryRefHas( INVALID_ENTRY_ID ) },
             { "entries", std::move( entries ) },
             { "ethernet", holder.request->intfGroup()->ethernet() },
-            { "ports", namedPortsJson( names, { ports.begin(), ports.end() } ) } };
+            { "ports", ports.list( holder.request->intfGroup()->portId() ) } };
 }
 
 JsonOut bitReportJson( const Switch &theSwitch, const BitReport &report ) {
-   const PortNames names( theSwitch );
+   const PortsJson ports( theSwitch );
    auto pools = JsonOut::array();
    for ( const auto &[ group, pool ] : report.pools ) {
       pools.push_back( { { "group", group.value() },
@@ -235,7 +222,7 @@ JsonOut bitReportJson( const Switch &theSwitch, const BitReport &report ) {
    }
    auto holders = JsonOut::array();
    for ( const auto &holder : report.holders ) {
-      holders.push_back( holderJson( theSwitch, names, holder ) );
+      holders.push_back( holderJson( theSwitch, ports, holder ) );
    }
    return { { "space", stringValue( report.space.type ) },
             { "bit", report.bit },
@@ -243,14 +230,14 @@ JsonOut bitReportJson( const Switch &theSwitch, const BitReport &report ) {
             { "taken", report.taken },
             { "pools", std::move( pools ) },
             { "classIds", std::move( holders ) },
-            { "ports", namedPortsJson( names, report.carriers ) } };
+            { "ports", ports.list( report.carriers ) } };
 }
 
 JsonOut tableReportJson( const Switch &theSwitch, const TableReport &report ) {
-   const PortNames names( theSwitch );
+   const PortsJson ports( theSwitch );
    auto shares = JsonOut::array();
    for ( const auto &share : report.shares ) {
-      auto json = holderJson( theSwitch, names, share.holder );
+      auto json = holderJson( theSwitch, ports, share.holder );
       json[ "entriesOfTable" ] = share.entries;
       shares.push_back( std::move( json ) );
    }

@@ -17,7 +17,7 @@ using QuarraTcam::PoolStatus;
 
 // A class-ID space of the chip. Its bits count from 0; the ACL-group spaces lie in one value of the port.
 struct Space {
-   ClassIdType type;
+   ClassIdType type = ClassIdType::classIdInvalid;
    U32 size = 0;
    U32 firstBit = 0; // where the space starts in that value; 0 for a space with a word of its own
 };
@@ -94,11 +94,8 @@ TableReport whoHoldsForTable( const Switch &theSwitch, const std::string &table 
 
 // ---- As JSON
 
-JsonOut namedPortJson( const PortNames &names, const QuarraModPort &port );
-JsonOut namedPortsJson( const PortNames &names, const std::vector<QuarraModPort> &ports );
-
 // Group, space, pool, class ID, bits, entries with their rules, ports programmed.
-JsonOut holderJson( const Switch &theSwitch, const PortNames &names, const Holder &holder );
+JsonOut holderJson( const Switch &theSwitch, const PortsJson &ports, const Holder &holder );
 JsonOut bitReportJson( const Switch &theSwitch, const BitReport &report );
 JsonOut tableReportJson( const Switch &theSwitch, const TableReport &report );
 

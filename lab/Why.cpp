@@ -137,6 +137,13 @@ MatchAnswer whyMatches( const Switch &theSwitch, U32 entry, const QuarraModPort 
    return answer;
 }
 
+std::vector<QuarraModPort> matchedPorts( const Switch &theSwitch, U32 entry ) {
+   std::vector<QuarraModPort> ports;
+   std::ranges::copy_if( theSwitch.ports(), std::back_inserter( ports ),
+                         [ & ]( const auto &port ) { return whyMatches( theSwitch, entry, port ).matches; } );
+   return ports;
+}
+
 std::vector<U32> entriesNamed( const Switch &theSwitch, const std::string &what ) {
    std::vector<U32> entries;
    for ( const auto &[ id, entry ] : theSwitch.agent().entries() ) {
@@ -176,7 +183,7 @@ PortReport explainPort( const Switch &theSwitch, const QuarraModPort &port, std:
 
 // ---- As JSON
 
-JsonOut spaceReadingJson( const Switch &theSwitch, const PortNames &names, const SpaceReading &reading ) {
+JsonOut spaceReadingJson( const Switch &theSwitch, const PortsJson &ports, const SpaceReading &reading ) {
    auto pools = JsonOut::array();
    for ( const auto &item : reading.pools ) {
       const auto &pool = *item.pool.pool;
@@ -186,7 +193,7 @@ JsonOut spaceReadingJson( const Switch &theSwitch, const PortNames &names, const
            { "offset", pool.baseOffset() },
            { "width", pool.size() },
            { "value", item.value },
-           { "holder", item.holder ? holderJson( theSwitch, names, *item.holder ) : JsonOut() } } );
+           { "holder", item.holder ? holderJson( theSwitch, ports, *item.holder ) : JsonOut() } } );
    }
    return { { "space", stringValue( reading.space.type ) },
             { "size", reading.space.size },
@@ -216,11 +223,11 @@ JsonOut matchAnswerJson( const Switch &theSwitch, const MatchAnswer &answer ) {
 }
 
 JsonOut portReportJson( const Switch &theSwitch, const PortReport &report ) {
-   const PortNames names( theSwitch );
-   JsonOut json = namedPortJson( names, report.port );
+   const PortsJson ports( theSwitch );
+   JsonOut json = { { "port", ports.port( report.port ) } };
    auto carries = JsonOut::array();
    for ( const auto &reading : report.carries ) {
-      carries.push_back( spaceReadingJson( theSwitch, names, reading ) );
+      carries.push_back( spaceReadingJson( theSwitch, ports, reading ) );
    }
    auto answers = JsonOut::array();
    for ( const auto &answer : report.answers ) {

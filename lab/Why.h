@@ -53,6 +53,9 @@ struct MatchAnswer {
 // Throws RequestRefused ("unknownEntry") for an entry that is not installed.
 MatchAnswer whyMatches( const Switch &theSwitch, U32 entry, const QuarraModPort &port );
 
+// The ports that the entry matches, by the chip's own answer; rising.
+std::vector<QuarraModPort> matchedPorts( const Switch &theSwitch, U32 entry );
+
 // The installed entries that `what` names: an entry's number, a table, "TABLE|RULE", or a rule's name; all of
 // them when it is empty. Rising. Throws RequestRefused ("unknownEntry") when it names none.
 std::vector<U32> entriesNamed( const Switch &theSwitch, const std::string &what );
@@ -70,7 +73,7 @@ PortReport explainPort( const Switch &theSwitch, const QuarraModPort &port, std:
 
 // ---- As JSON
 
-JsonOut spaceReadingJson( const Switch &theSwitch, const PortNames &names, const SpaceReading &reading );
+JsonOut spaceReadingJson( const Switch &theSwitch, const PortsJson &ports, const SpaceReading &reading );
 JsonOut matchAnswerJson( const Switch &theSwitch, const MatchAnswer &answer );
 JsonOut portReportJson( const Switch &theSwitch, const PortReport &report );
 

@@ -22,7 +22,8 @@ class DiffTest : public LinesTest {
    static std::vector<int> ports( const JsonOut &list ) {
       std::vector<int> numbers;
       for ( const auto &item : list ) {
-         numbers.push_back( item.at( "port" ).get<int>() );
+         const auto &port = item.at( "port" );
+         numbers.push_back( port.is_object() ? port.at( "port" ).get<int>() : port.get<int>() );
       }
       return numbers;
    }

@@ -13,7 +13,9 @@ using namespace QuarraLab;
 
 // The port's value by pools, then the entries: bit by bit when some were asked for (`inDetail`), else one line
 // for those of one class ID. Entries that were not asked for the port and do not match are only counted then.
-std::string whyText( const Switch &theSwitch, const PortReport &report, bool inDetail );
+// `ruleTexts`: by entry, the rule as its author wrote it.
+std::string whyText( const Switch &theSwitch, const PortReport &report, bool inDetail,
+                     const std::map<U32, std::string> &ruleTexts = {} );
 
 std::string bitText( const Switch &theSwitch, const BitReport &report );
 std::string tableText( const Switch &theSwitch, const TableReport &report );

@@ -5,6 +5,7 @@
 #include "tools/ApplyReport.h"
 #include "tools/Command.h"
 #include "tools/SdkCalls.h"
+#include "tools/Subject.h"
 
 namespace QuarraTool {
 namespace {
@@ -16,6 +17,7 @@ struct ApplyOptions {
    std::vector<std::string> map; // "TYPE=GROUP"
    bool bindings = false;        // an entry for a table without rules
    bool all = false;             // refusals and mismatches one by one
+   std::string html;             // a page of the result
 };
 
 bool wantsColour( const Output &out ) {
@@ -48,6 +50,9 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
       addBindings( config );
    }
    const Applied applied( std::move( config ), choice, map, std::move( complaints ) );
+   if ( !options.html.empty() ) {
+      writePage( options.html, applied.theSwitch(), applied.config().file, notesOf( applied ) );
+   }
    if ( global.json ) {
       auto json = applyJson( applied );
       if ( global.statistics ) {
@@ -90,6 +95,7 @@ Command::Run addOptions( CLI::App &app ) {
    app.add_flag( "--bindings", options->bindings, "Install one entry for each table that has no rules" );
    app.add_flag( "--all", options->all,
                  "List every refused entry and every mismatch (the document always does)" );
+   app.add_option( "--html", options->html, "Write a page that shows the result, too" )->type_name( "FILE" );
    return [ options ]( const GlobalOptions &global, Output &out ) { return run( global, *options, out ); };
 }
 

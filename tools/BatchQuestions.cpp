@@ -15,25 +15,14 @@ using QuarraAgent::RequestRefused;
 
 constexpr U32 maxEntry = 0xffffffff;
 
-// A port by its name, or as everywhere.
 QuarraModPort portOf( JsonFields &fields, const Switch &theSwitch ) {
    const PortNames names( theSwitch );
-   const auto &value = fields.value( "port" );
-   if ( value.is_string() ) {
-      return names.find( value.get<std::string>() );
-   }
-   const auto port = fields.port( "port" );
+   const auto port = fields.port( "port", [ & ]( const std::string &name ) { return names.find( name ); } );
    if ( std::ranges::find( theSwitch.ports(), port ) == theSwitch.ports().end() ) {
       throw RequestRefused( "unknownPort", fmt::format( "{}: there is no port {} of module {} on the switch",
                                                         fields.place(), port.port(), port.modId().value() ) );
    }
    return port;
-}
-
-JsonOut withOk( JsonOut json ) {
-   JsonOut answer = { { "ok", true } };
-   answer.update( json );
-   return answer;
 }
 
 } // namespace
@@ -47,7 +36,7 @@ JsonOut Batch::why( JsonFields &fields ) {
       entries = entriesNamed( theSwitch(), fields.optionalText( "of" ).value_or( "" ) );
    }
    fields.finish();
-   return withOk( portReportJson( theSwitch(), explainPort( theSwitch(), port, entries ) ) );
+   return portReportJson( theSwitch(), explainPort( theSwitch(), port, entries ) );
 }
 
 JsonOut Batch::who( JsonFields &fields ) {
@@ -55,29 +44,28 @@ JsonOut Batch::who( JsonFields &fields ) {
       const auto name = fields.text( "space" );
       const U32 bit = fields.number( "bit", 0, 255 );
       fields.finish();
-      return withOk(
-         bitReportJson( theSwitch(), whoHoldsBit( theSwitch(), spaceNamed( theSwitch(), name ), bit ) ) );
+      return bitReportJson( theSwitch(), whoHoldsBit( theSwitch(), spaceNamed( theSwitch(), name ), bit ) );
    }
    if ( fields.has( "table" ) ) {
       const auto table = fields.text( "table" );
       fields.finish();
-      return withOk( tableReportJson( theSwitch(), whoHoldsForTable( theSwitch(), table ) ) );
+      return tableReportJson( theSwitch(), whoHoldsForTable( theSwitch(), table ) );
    }
    const auto port = portOf( fields, theSwitch() );
    fields.finish();
-   return withOk( portReportJson( theSwitch(), explainPort( theSwitch(), port, {} ) ) );
+   return portReportJson( theSwitch(), explainPort( theSwitch(), port, {} ) );
 }
 
 JsonOut Batch::usage( JsonFields &fields ) {
    fields.finish();
-   return withOk( usageJson( usageOf( theSwitch() ) ) );
+   return usageJson( usageOf( theSwitch() ) );
 }
 
 JsonOut Batch::diff( JsonFields &fields ) {
    const auto &before = fields.value( "before" );
    fields.finish();
    try {
-      return withOk( differenceJson( difference( stateOfDump( before ), stateOf( theSwitch() ) ) ) );
+      return differenceJson( difference( stateOfDump( before ), stateOf( theSwitch() ) ) );
    } catch ( const Complaint &complaint ) {
       throw RequestRefused( "badField", fields.place() + ".before" + complaint.what() );
    }

@@ -29,6 +29,10 @@ extern const Command applyCommand;
 extern const Command batchCommand;
 extern const Command chipsCommand;
 extern const Command groupsCommand;
+extern const Command diffCommand;
 extern const Command soakCommand;
+extern const Command usageCommand;
+extern const Command whoCommand;
+extern const Command whyCommand;
 
 } // namespace QuarraTool

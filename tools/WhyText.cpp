@@ -230,12 +230,17 @@ std::string holderNow( const Switch &theSwitch, const PortReport &report, const 
    return answer.matches ? "" : fmt::format( "    The port carries no class ID of this pool.\n" );
 }
 
-std::string detailsPart( const Switch &theSwitch, const PortReport &report ) {
+std::string detailsPart( const Switch &theSwitch, const PortReport &report,
+                         const std::map<U32, std::string> &ruleTexts ) {
    std::string text;
    for ( const auto &[ first, entries ] : alike( report ) ) {
       const auto &pool = *first->holder.pool;
       text += fmt::format( "  {} {}.\n", entriesText( theSwitch, entries ),
                            verdictText( *first, entries.size() > 1 ) );
+      if ( const auto rule = ruleTexts.find( first->entry );
+           entries.size() == 1 && rule != ruleTexts.end() && !rule->second.empty() ) {
+         text += fmt::format( "    Rule: {}\n", oneLine( rule->second ) );
+      }
       text += fmt::format( "    Group {}, pool {}: bits {} of {}. Class ID {}.\n",
                            first->holder.group.value(), pool.poolId(), bitRange( pool ),
                            stringValue( first->space.type ), first->holder.request->classId() );
@@ -257,13 +262,15 @@ std::string detailsPart( const Switch &theSwitch, const PortReport &report ) {
 
 } // namespace
 
-std::string whyText( const Switch &theSwitch, const PortReport &report, bool inDetail ) {
+std::string whyText( const Switch &theSwitch, const PortReport &report, bool inDetail,
+                     const std::map<U32, std::string> &ruleTexts ) {
    const PortNames names( theSwitch );
    auto text = fmt::format( "{} on variant {}, chip {}\n\nThe port carries\n", names.full( report.port ),
                             theSwitch.agent().variant().name, theSwitch.agent().chip().profile );
    text += carriesPart( theSwitch, report.carries );
    text += "\nEntries\n";
-   return text + ( inDetail ? detailsPart( theSwitch, report ) : overviewPart( theSwitch, report ) );
+   return text +
+          ( inDetail ? detailsPart( theSwitch, report, ruleTexts ) : overviewPart( theSwitch, report ) );
 }
 
 std::string portText( const Switch &theSwitch, const QuarraModPort &port ) {

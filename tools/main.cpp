@@ -21,7 +21,8 @@ namespace {
 using namespace QuarraTool;
 
 const Command *const commands[] = {
-   &applyCommand, &batchCommand, &soakCommand, &groupsCommand, &chipsCommand,
+   &applyCommand, &batchCommand, &whyCommand,    &whoCommand,   &usageCommand,
+   &diffCommand,  &soakCommand,  &groupsCommand, &chipsCommand,
 };
 
 constexpr auto about =

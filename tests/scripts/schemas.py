@@ -78,6 +78,19 @@ for variant in variants:
         batch(lines + ['{"op":"dump"}', "nonsense", '{"op":"fly","id":7}'], [], f"the history of seed {seed} on {variant}")
     modules = '{"op":"chip","variant":"%s","ports":[1,{"module":3,"port":2}],"cpuPorts":[]}' % variant
     batch([modules, '{"op":"install","group":13,"entry":1,"ports":["Port1",{"module":3,"port":2}]}', '{"op":"dump"}'], [], "modules")
+    for file in configurations:
+        ask = lambda name, *words: check(name, json.loads(run([*here, name, "-j", *words], (0, 1), stderr=subprocess.DEVNULL)), f"{name} {words} on {variant}")
+        ask("why", "1", "-c", file)
+        ask("who", "flexible", "3", "-c", file)
+        ask("who", "2", "-c", file)
+        ask("who", next(iter(json.loads(run([*here, "apply", "-j", file], (0, 1)))["tables"]))["name"], "-c", file)
+        ask("usage", "-c", file)
+        ask("diff", configurations[0], file)
+    questions = ['{"op":"why","port":"Port1"}', '{"op":"why","port":2,"entry":1,"id":1}', '{"op":"who","space":"flexible","bit":2}',
+                 '{"op":"who","port":{"port":1}}', '{"op":"usage"}']
+    batch(['{"op":"chip","variant":"%s","ports":4}' % variant, '{"op":"createGroup","group":16}', '{"op":"install","group":16,"entry":1,"ports":[1,2],"rule":{"name":"T|R"}}',
+           '{"op":"install","group":16,"entry":2,"ports":[2,3]}', *questions, '{"op":"who","table":"T"}',
+           '{"op":"diff","before":{"groups":[]}}'], [], "questions")
 for file in sorted(os.listdir("fuzz/corpus/ChipFile")):
     if file != "refused":
         with open(f"fuzz/corpus/ChipFile/{file}") as chip:

@@ -1,0 +1,118 @@
+#include "tools/Subject.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <iostream>
+#include <system_error>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <unistd.h>
+
+#include "tools/TextTable.h"
+
+namespace QuarraTool {
+
+void SubjectOptions::addTo( CLI::App &app ) {
+   app.add_option(
+         "-c,--config", files,
+         "The configuration that the switch holds: applied first, on an empty switch; several times "
+         "when ports stand in one file and rules in another" )
+      ->type_name( "FILE" )
+      ->expected( 1 )
+      ->take_all();
+   app.add_option( "--map", map, "TCAM group for a table type; may be given several times" )
+      ->type_name( "TYPE=GROUP" );
+   app.add_flag( "--bindings", bindings, "Install one entry for each table that has no rules" );
+}
+
+namespace {
+
+// One entry of the whole table's ports for each table that has no rules.
+void addBindings( AclConfig &config ) {
+   for ( auto &table : config.tables ) {
+      if ( table.leftOut.empty() && table.rules.empty() ) {
+         AclRule rule;
+         rule.name = "(binding)";
+         rule.table = table.name;
+         rule.ports = std::make_shared<std::vector<std::string>>( table.ports );
+         table.rules.push_back( std::move( rule ) );
+      }
+   }
+}
+
+} // namespace
+
+Subject::Subject( const GlobalOptions &global, const SubjectOptions &options ) {
+   if ( options.files.empty() ) {
+      throw InputError( "there is no switch to ask: give the configuration that it holds, --config FILE" );
+   }
+   title_ = fmt::format( "{}", fmt::join( options.files, ", " ) );
+   GroupMap map;
+   for ( const auto &text : options.map ) {
+      addToMap( map, text );
+   }
+   auto config = readAcl( options.files ).orRefuse();
+   if ( options.bindings ) {
+      addBindings( config );
+   }
+   applied_ = std::make_unique<Applied>( std::move( config ), global.choice(), map );
+   if ( const auto refused = applied_->refused() ) {
+      std::cerr << fmt::format(
+         "quarra-tcam: {} of {} did not fit and {} not on the switch; `apply` tells why\n", refused,
+         counted( applied_->entries().size(), "rule", "rules" ), refused == 1 ? "is" : "are" );
+   }
+}
+
+PageNotes Subject::notes() const {
+   return notesOf( *applied_ );
+}
+
+void Subject::describe( JsonOut &json ) const {
+   json[ "variant" ] = theSwitch().agent().variant().name;
+   json[ "chip" ] = theSwitch().agent().chip().profile;
+}
+
+PageNotes notesOf( const Applied &applied ) {
+   PageNotes notes;
+   for ( const auto &entry : applied.entries() ) {
+      auto &text = notes.ruleTexts[ entry.request.entry ];
+      for ( const auto &field : entry.rule->fields ) {
+         text += ( text.empty() ? "" : ", " ) + field.name + " " + field.value;
+      }
+      if ( !entry.refusedCode.empty() ) {
+         notes.refused.push_back(
+            { entry.table->name + "|" + entry.rule->name, entry.refusedCode, entry.refusedMessage } );
+      }
+   }
+   return notes;
+}
+
+void writePage( const std::string &file, const Switch &theSwitch, const std::string &title,
+                const PageNotes &notes ) {
+   const auto page = pageHtml( pageDocument( theSwitch, title, { pageState( theSwitch, "now", notes ) } ) );
+   const auto refuse = [ & ]( int error ) -> void {
+      throw InputError(
+         fmt::format( "{}: cannot be written: {}", file, std::generic_category().message( error ) ) );
+   };
+   // Beside the file first, so that a full disk leaves what was there.
+   const auto draft = file + ".new";
+   std::FILE *const stream = std::fopen( draft.c_str(), "wb" );
+   if ( !stream ) {
+      refuse( errno );
+   }
+   const bool written = std::fwrite( page.data(), 1, page.size(), stream ) == page.size();
+   int error = errno;
+   if ( std::fclose( stream ) != 0 && written ) {
+      error = errno;
+   } else if ( written && std::rename( draft.c_str(), file.c_str() ) == 0 ) {
+      return;
+   } else if ( written ) {
+      error = errno;
+   }
+   unlink( draft.c_str() );
+   refuse( error );
+}
+
+} // namespace QuarraTool

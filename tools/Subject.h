@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "lab/Page.h"
+#include "tools/Apply.h"
+#include "tools/Options.h"
+
+namespace QuarraTool {
+
+// What a question is asked of: a switch that holds what configurations say.
+struct SubjectOptions {
+   std::vector<std::string> files;
+   std::vector<std::string> map; // "TYPE=GROUP"
+   bool bindings = false;
+
+   // Adds --config, --map and --bindings.
+   void addTo( CLI::App &app );
+};
+
+class Subject {
+ public:
+   // Applies the configurations on an empty switch. Rules that do not fit are told on standard error.
+   Subject( const GlobalOptions &global, const SubjectOptions &options );
+
+   const Switch &theSwitch() const { return applied_->theSwitch(); }
+   const std::string &title() const { return title_; }
+   PageNotes notes() const;
+
+   // Adds "variant" and "chip" to a document.
+   void describe( JsonOut &json ) const;
+
+ private:
+   std::string title_;
+   std::unique_ptr<Applied> applied_;
+};
+
+// What the page of an applied configuration tells beside its switch.
+PageNotes notesOf( const Applied &applied );
+
+// Writes the page of a switch. Throws InputError when it cannot be written; there is no half a file then.
+void writePage( const std::string &file, const Switch &theSwitch, const std::string &title,
+                const PageNotes &notes );
+
+} // namespace QuarraTool
