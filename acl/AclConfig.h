@@ -34,6 +34,7 @@ struct AclTable {
    std::vector<AclRule> rules;     // highest priority first, then by name
    std::string leftOut;            // empty, or why the table gets no entries; its rules then have no ports
    std::string stage = "ingress";
+   bool ordersByPlace = false; // the author gave an order, no priorities: they say no more than the order
    std::vector<AclField> fields = {};
 };
 

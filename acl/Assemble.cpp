@@ -82,10 +82,11 @@ AclConfig Assembler::assemble() {
    config_.file = file_;
    config_.ports.assign( ports_.physical().begin(), ports_.physical().end() );
    if ( !draft_.listsPorts ) {
-      warn( { &file_, "PORT" },
-            fmt::format( "the file has no such table, so the chip has only the ports that ACL "
-                         "tables and port channels name, {} in all",
-                         config_.ports.size() ) );
+      warn(
+         { &file_, draft_.isConfigDb ? "PORT" : "" },
+         fmt::format( "{}, so the chip has only the ports that ACL tables and port channels name, {} in all",
+                      draft_.isConfigDb ? "the file has no such table" : "no file lists the switch's ports",
+                      config_.ports.size() ) );
    }
    for ( const auto &[ place, sentence ] : ports_.sharedMembers() ) {
       warn( place, sentence );
@@ -121,6 +122,10 @@ void Assembler::merge( const DraftTable &more ) {
       return;
    }
    DraftTable &table = found->second.draft;
+   if ( table.place.file == more.place.file && table.defined && more.defined ) {
+      complaints_.add( more.place, "there is another ACL of this name", { more.name, "" } );
+      return;
+   }
    const auto take = [ & ]( auto &mine, const auto &other, const char *what ) {
       if ( !mine ) {
          mine = other;
@@ -139,6 +144,7 @@ void Assembler::merge( const DraftTable &more ) {
    table.fields.insert( table.fields.end(), more.fields.begin(), more.fields.end() );
    table.typeIsDerived = table.typeIsDerived && more.typeIsDerived;
    table.defined = table.defined || more.defined;
+   table.ordersByPlace = table.ordersByPlace || more.ordersByPlace;
 }
 
 void Assembler::addTable( Table &table ) {
@@ -153,8 +159,10 @@ void Assembler::addTable( Table &table ) {
    if ( complaints_.anyAbout( draft.name ) ) {
       return;
    }
-   AclTable made{ draft.name, draft.type.value_or( "OTHER" ),    selection.ports, {},
-                  {},         draft.stage.value_or( "ingress" ), draft.fields };
+   AclTable made{ draft.name, draft.type.value_or( "OTHER" ), selection.ports, {}, {} };
+   made.stage = draft.stage.value_or( made.stage );
+   made.ordersByPlace = draft.ordersByPlace;
+   made.fields = draft.fields;
    if ( made.stage != "ingress" ) {
       made.leftOut = otherStage;
    } else if ( made.ports.empty() ) {
@@ -189,7 +197,10 @@ void Assembler::addRule( const DraftRule &draft ) {
    }
    const auto [ first, isNew ] = rules_.try_emplace( { draft.table, draft.name }, &draft );
    if ( !isNew ) {
-      complaints_.add( draft.place, fmt::format( "the rule is in {}, too", *first->second->place.file ),
+      const std::string &file = *first->second->place.file;
+      complaints_.add( draft.place,
+                       &file == draft.place.file ? "there is another rule of this name"
+                                                 : fmt::format( "the rule is in {}, too", file ),
                        subject );
       return;
    }
@@ -227,8 +238,9 @@ SharedNames Assembler::narrow( const DraftRule &rule, const Table &table ) {
 }
 
 void Assembler::warn( const Place &place, const std::string &sentence ) {
-   const std::string file = severalFiles() ? *place.file + ": " : "";
-   config_.warnings.push_back( oneLine( fmt::format( "{}{}: {}", file, place.path, sentence ) ) );
+   const std::string file = severalFiles() && place.file != &file_ ? *place.file + ": " : "";
+   const std::string where = place.path.empty() ? "" : place.path + ": ";
+   config_.warnings.push_back( oneLine( file + where + sentence ) );
 }
 
 void Assembler::warnRepeated( const Place &place, const PortSelection &selection ) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <limits>
 
 #include <fmt/format.h>
@@ -100,6 +101,16 @@ void draftGroups( const ConfigRows &rows, const GroupTables &tables, Complaints 
    }
 }
 
+// Types of the switch's own are rows, too: what they say goes with each table of the type.
+std::vector<AclField> typeFields( const ConfigRows &rows, const std::string &type, Complaints &complaints ) {
+   for ( const auto &[ name, row ] : rows.rows( "ACL_TABLE_TYPE" ) ) {
+      if ( upperCase( name ) == type ) {
+         return RowFields( row, {}, complaints ).others();
+      }
+   }
+   return {};
+}
+
 DraftTable draftTable( const ConfigRow &row, Complaints &complaints ) {
    RowFields fields( row, subjectOf( "ACL_TABLE", row ), complaints );
    DraftTable table{ row.name.front(), row.place };
@@ -125,6 +136,7 @@ DraftRule draftRule( const ConfigRow &row, Complaints &complaints ) {
 } // namespace
 
 void draftConfigDb( const ConfigRows &rows, Complaints &complaints, Draft &draft ) {
+   draft.isConfigDb = true;
    draft.listsPorts = draft.listsPorts || rows.has( "PORT" );
    draft.listsChannels = draft.listsChannels || rows.has( "PORTCHANNEL" );
    draft.listsTables = draft.listsTables || rows.has( "ACL_TABLE" );
@@ -135,7 +147,10 @@ void draftConfigDb( const ConfigRows &rows, Complaints &complaints, Draft &draft
       draftGroups( rows, tables, complaints, draft );
    }
    for ( const auto &[ name, row ] : rows.rows( "ACL_TABLE" ) ) {
-      draft.tables.push_back( draftTable( row, complaints ) );
+      DraftTable table = draftTable( row, complaints );
+      std::ranges::move( typeFields( rows, table.type.value_or( "" ), complaints ),
+                         std::back_inserter( table.fields ) );
+      draft.tables.push_back( std::move( table ) );
    }
    for ( const auto &[ key, row ] : rows.rows( "ACL_RULE" ) ) {
       draft.rules.push_back( draftRule( row, complaints ) );

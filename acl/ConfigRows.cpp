@@ -2,27 +2,34 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <set>
 
 #include <fmt/format.h>
 
 namespace QuarraAcl {
 namespace {
 
-// The tables that are read, and what the full key of a row in them looks like.
+// The tables that are read, their names in a database of the applied state, and what the full key of a row in them
+// looks like.
 struct TableShape {
    std::string_view table;
+   std::string_view applied;
    std::string_view key;
 };
 
 constexpr TableShape tableShapes[] = {
-   { "PORT", "PORT|NAME" },
-   { "PORTCHANNEL", "PORTCHANNEL|NAME" },
-   { "PORTCHANNEL_MEMBER", "PORTCHANNEL_MEMBER|PORTCHANNEL|PORT" },
-   { "VLAN", "VLAN|NAME" },
-   { "VLAN_MEMBER", "VLAN_MEMBER|VLAN|PORT" },
-   { "ACL_TABLE", "ACL_TABLE|NAME" },
-   { "ACL_RULE", "ACL_RULE|TABLE|RULE" },
+   { "PORT", "PORT_TABLE", "PORT|NAME" },
+   { "PORTCHANNEL", "LAG_TABLE", "PORTCHANNEL|NAME" },
+   { "PORTCHANNEL_MEMBER", "LAG_MEMBER_TABLE", "PORTCHANNEL_MEMBER|PORTCHANNEL|PORT" },
+   { "VLAN", "VLAN_TABLE", "VLAN|NAME" },
+   { "VLAN_MEMBER", "VLAN_MEMBER_TABLE", "VLAN_MEMBER|VLAN|PORT" },
+   { "ACL_TABLE_TYPE", "ACL_TABLE_TYPE_TABLE", "ACL_TABLE_TYPE|NAME" },
+   { "ACL_TABLE", "ACL_TABLE_TABLE", "ACL_TABLE|NAME" },
+   { "ACL_RULE", "ACL_RULE_TABLE", "ACL_RULE|TABLE|RULE" },
 };
+
+// Keys of the applied state that only look like rows: marks that the ports are there.
+constexpr std::string_view noRows[] = { "PORT_TABLE:PortConfigDone", "PORT_TABLE:PortInitDone" };
 
 const TableShape *shapeOf( std::string_view table ) {
    const auto *shape = std::ranges::find( tableShapes, table, &TableShape::table );
@@ -47,13 +54,17 @@ std::string trimmed( const std::string &text ) {
    return first == std::string::npos ? "" : text.substr( first, text.find_last_not_of( blanks ) - first + 1 );
 }
 
-bool isPlain( const Json &value ) {
-   return !value.is_object() && !value.is_array();
+bool isShallow( const Json &value, int levels ) {
+   return !value.is_structured() ||
+          ( levels > 0 && std::ranges::all_of( value, [ levels ]( const Json &one ) {
+               return isShallow( one, levels - 1 );
+            } ) );
 }
 
-// A row's field is one value, or a list of them.
+// A row's field is one value, or a list. What is in a list that nobody reads is carried as it is, but not endlessly.
 bool isFieldValue( const Json &value ) {
-   return isPlain( value ) || ( value.is_array() && std::ranges::all_of( value, isPlain ) );
+   constexpr int mostLevels = 8;
+   return !value.is_object() && isShallow( value, mostLevels );
 }
 
 std::string fieldText( const Json &value ) {
@@ -72,29 +83,60 @@ bool isWrapped( const Json &row ) {
              std::end( databaseTypes );
 }
 
+constexpr std::string_view separators = "|:";
+
 } // namespace
 
+bool isTableName( std::string_view name ) {
+   return shapeOf( name ) != nullptr;
+}
+
+std::optional<RowKey> rowKey( std::string_view key ) {
+   const std::size_t end = key.find_first_of( separators );
+   const std::string_view table = key.substr( 0, end );
+   const auto *shape = std::ranges::find_if(
+      tableShapes, [ & ]( const TableShape &one ) { return one.table == table || one.applied == table; } );
+   if ( end == key.npos || shape == std::end( tableShapes ) ||
+        std::ranges::find( noRows, key ) != std::end( noRows ) ) {
+      return std::nullopt;
+   }
+   RowKey found = { shape->table, std::string( key.substr( end + 1 ) ) };
+   // A port's name may have a ':' of its own: only the parts before the last one end at the first.
+   auto parts = std::ranges::count( shape->key, '|' );
+   for ( char &c : found.name ) {
+      if ( key[ end ] == ':' && c == ':' && --parts > 0 ) {
+         c = '|';
+      }
+   }
+   return found;
+}
+
+const Json &rowFields( const Json &row ) {
+   return row.is_object() && isWrapped( row ) ? row.at( "value" ) : row;
+}
+
 ConfigRows::ConfigRows( const Json &root, const std::string &file, const std::vector<Complaint> &repeated,
-                        Complaints &complaints )
+                        Complaints &complaints, Warnings &warnings )
    : file_( file ), complaints_( complaints ) {
    complainAboutRepeated( repeated );
+   std::set<std::string, std::less<>> unread;
    for ( const auto &[ key, value ] : root.items() ) {
-      const std::size_t bar = key.find( '|' );
-      const std::string table = key.substr( 0, bar );
-      if ( !shapeOf( table ) ) {
-         continue;
-      }
-      if ( bar != std::string::npos ) {
-         addRow( table, key.substr( bar + 1 ), '|', value );
-         continue;
-      }
-      sections_[ table ];
-      if ( !value.is_object() ) {
+      if ( const auto flattened = rowKey( key ) ) {
+         addRow( flattened->table, flattened->name, value );
+      } else if ( !shapeOf( key ) ) {
+         unread.insert( key.substr( 0, key.find_first_of( separators ) ) );
+      } else if ( !value.is_object() ) {
          complaints_.addFatal( { &file_, key }, "expected an object, got " + typeName( value ) );
-         continue;
+      } else {
+         sections_[ key ];
+         for ( const auto &[ name, row ] : value.items() ) {
+            addRow( key, name, row );
+         }
       }
-      for ( const auto &[ name, row ] : value.items() ) {
-         addRow( table, name, '|', row );
+   }
+   for ( const std::string &table : unread ) { // others have nothing to do with ACLs
+      if ( table.starts_with( "ACL" ) ) {
+         warnings.emplace_back( Place{ &file_, table }, "not a table that is read" );
       }
    }
 }
@@ -115,10 +157,10 @@ void ConfigRows::complainAboutRepeated( const std::vector<Complaint> &repeated )
    }
    std::ranges::sort( repeated_ );
 }
-void ConfigRows::addRow( std::string_view table, const std::string &key, char separator, const Json &value ) {
+void ConfigRows::addRow( std::string_view table, const std::string &key, const Json &value ) {
    const TableShape &shape = *shapeOf( table );
    const Place place = { &file_, fmt::format( "{}|{}", table, key ) };
-   ConfigRow row{ place, split( key, separator ), &value };
+   ConfigRow row{ place, split( key, '|' ), &value };
    const auto wantedParts = std::ranges::count( shape.key, '|' );
    if ( std::ssize( row.name ) != wantedParts || std::ranges::count( row.name, std::string() ) != 0 ) {
       complaints_.add( place, fmt::format( "expected a key {}", shape.key ) );
@@ -272,8 +314,8 @@ std::vector<AclField> RowFields::others() {
          fields.push_back( { key, fieldText( value ) } );
       } else {
          complain( row_.place + ( "." + key ),
-                   fmt::format( "expected a text, a number or a list of them, got {}",
-                                value.is_array() ? "a list of other things" : typeName( value ) ) );
+                   fmt::format( "expected a text, a number or a list, got {}",
+                                value.is_array() ? "one that is nested too deep" : typeName( value ) ) );
       }
    }
    return fields;

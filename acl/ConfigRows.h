@@ -23,20 +23,34 @@ struct ConfigRow {
 
 using ConfigSection = std::map<std::string, ConfigRow, NaturalLess>; // by key without the table's name
 
+// A flattened key: "ACL_RULE|DATAACL|RULE_1", or as the applied state has it, "ACL_RULE_TABLE:DATAACL:RULE_1".
+struct RowKey {
+   std::string_view table; // ACL_RULE
+   std::string name;       // DATAACL|RULE_1
+};
+
+bool isTableName( std::string_view name ); // of a table that is read
+
+// Nothing for a key of another table, or of no row.
+std::optional<RowKey> rowKey( std::string_view key );
+
+// The fields of a row, taken out of what a dump wraps around it.
+const Json &rowFields( const Json &row );
+
 // The tables that matter to ACLs; others are not looked at. A row may be wrapped as a dump of the database has it:
 // { "type": "hash", "value": { fields } }.
 class ConfigRows {
  public:
    // `root` outlives this. Keys that came twice in it are `repeated`: their rows are spoilt.
    ConfigRows( const Json &root, const std::string &file, const std::vector<Complaint> &repeated,
-               Complaints &complaints );
+               Complaints &complaints, Warnings &warnings );
 
    bool has( std::string_view table ) const;                  // true for an empty one, too
    const ConfigSection &rows( std::string_view table ) const; // none when there is no such table
 
  private:
    void complainAboutRepeated( const std::vector<Complaint> &repeated );
-   void addRow( std::string_view table, const std::string &key, char separator, const Json &value );
+   void addRow( std::string_view table, const std::string &key, const Json &value );
    std::vector<std::string> repeatedIn( const std::string &row ) const;
 
    const std::string &file_;

@@ -12,6 +12,9 @@
 
 namespace QuarraAcl {
 
+// What a person should know, each a sentence about its place.
+using Warnings = std::vector<std::pair<Place, std::string>>;
+
 // The names that one field holds.
 struct NameList {
    Place place;                    // of the field
@@ -71,13 +74,14 @@ struct Draft {
    bool listsPorts = false;    // some file lists the switch's ports, so that others are unknown
    bool listsChannels = false; // the same of port channels
    bool listsTables = false;   // some file has ACL tables, maybe none
+   bool isConfigDb = false;    // some file is a config_db.json
    std::vector<DraftPort> ports = {};
    std::vector<DraftGroup> groups = {};
    std::vector<DraftMember> members = {};
    std::vector<DraftTable> tables = {};
    std::vector<DraftRule> rules = {};
    std::vector<std::string> spoiltGroups = {}; // something in their rows was complained about
-   std::vector<std::pair<Place, std::string>> warnings = {};
+   Warnings warnings = {};
 };
 
 } // namespace QuarraAcl

@@ -1,39 +1,208 @@
 #include "acl/ReadAcl.h"
 
 #include <algorithm>
-#include <deque>
+#include <iterator>
+#include <list>
 #include <utility>
 
 #include <fmt/format.h>
 
 #include "acl/Assemble.h"
 #include "acl/ConfigDb.h"
+#include "acl/ConfigDocument.h"
+#include "acl/JsonPatch.h"
+#include "acl/OpenConfig.h"
+#include "acl/Redis.h"
+#include "acl/Rfc8519.h"
+#include "acl/RowOperations.h"
 
 namespace QuarraAcl {
 namespace {
 
-constexpr AclFormatRow formats[] = {
-   { AclFormat::configDb, "config-db", "config_db.json, nested or flattened, or the dump of its database" },
+// A source as JSON, before anybody asks what its names stand for.
+struct Document {
+   const std::string *file;
+   AclFormat format;
+   Json json;
+   std::vector<Complaint> repeated = {};
 };
 
-void draftText( const AclText &source, std::optional<AclFormat>, Complaints &complaints, Draft &draft ) {
-   const Place whole = { &source.file, "" };
+using Documents = std::list<Document>;
+
+class AclReader {
+ public:
+   explicit AclReader( std::optional<AclFormat> format ) : format_( format ) {}
+
+   // `file` outlives the reader.
+   void addText( const std::string &file, const std::string &text );
+   void addJson( const std::string &file, Json json, std::vector<Complaint> repeated,
+                 std::optional<AclFormat> format );
+   AclReading read( const std::string &files );
+
+ private:
+   std::optional<AclFormat> formatOf( const Json &json ) const;
+   void change( const Document &change );
+   void draft( const Document &document );
+
+   std::optional<AclFormat> format_;
+   Documents documents_;
+   Complaints complaints_;
+   Draft draft_;
+};
+
+bool isConfigDb( const Json &root ) {
+   return root.is_object() && std::ranges::any_of( root.items(), []( const auto &item ) {
+             return rowKey( item.key() ) || isTableName( item.key() );
+          } );
+}
+
+constexpr AclFormatRow formats[] = {
+   { AclFormat::configDb, "config-db", "config_db.json, nested or flattened, or the dump of its database",
+     false },
+   { AclFormat::openConfig, "openconfig", "ACLs of the OpenConfig model (openconfig-acl:acl)", false },
+   { AclFormat::rfc8519, "rfc8519", "ACLs of RFC 8519 (ietf-access-control-list:acls)", false },
+   { AclFormat::jsonPatch, "json-patch", "a change: the patch of RFC 6902 for a configuration", true },
+   { AclFormat::rowOperations, "row-operations", "a change: a list of rows, each with OP SET or DEL", true },
+};
+
+// In the order in which they are tried.
+constexpr std::pair<AclFormat, bool ( * )( const Json &root )> recognisers[] = {
+   { AclFormat::openConfig, isOpenConfig },       { AclFormat::rfc8519, isRfc8519 },
+   { AclFormat::configDb, isConfigDb },           { AclFormat::jsonPatch, isJsonPatch },
+   { AclFormat::rowOperations, isRowOperations },
+};
+
+const AclFormatRow &rowOf( AclFormat format ) {
+   return *std::ranges::find( formats, format, &AclFormatRow::format );
+}
+
+std::string formatNames() {
+   std::vector<std::string_view> names;
+   std::ranges::transform( formats, std::back_inserter( names ), &AclFormatRow::name );
+   return fmt::format( "{}", fmt::join( names, ", " ) );
+}
+
+std::optional<AclFormat> AclReader::formatOf( const Json &json ) const {
+   const auto *found =
+      std::ranges::find_if( recognisers, [ & ]( const auto &one ) { return one.second( json ); } );
+   return format_ ? format_ : found == std::end( recognisers ) ? std::nullopt : std::optional( found->first );
+}
+
+void AclReader::addText( const std::string &file, const std::string &text ) {
    std::vector<Complaint> repeated;
-   Json json;
    try {
-      json = parseJson( source.text, repeated );
+      Json json = parseJson( text, repeated );
+      const auto format = formatOf( json );
+      addJson( file, std::move( json ), std::move( repeated ), format );
    } catch ( const Complaint &complaint ) {
       for ( const Complaint &one : repeated ) {
-         complaints.add( whole + one.place(), one.message() );
+         complaints_.add( Place{ &file, one.place() }, one.message() );
       }
-      complaints.addFatal( whole, complaint );
+      complaints_.addFatal( { &file, "" }, complaint );
+   }
+}
+
+void AclReader::addJson( const std::string &file, Json json, std::vector<Complaint> repeated,
+                         std::optional<AclFormat> format ) {
+   const Place whole = { &file, "" };
+   if ( !format ) {
+      for ( const Complaint &one : repeated ) {
+         complaints_.add( Place{ &file, one.place() }, one.message() );
+      }
+      complaints_.addFatal(
+         whole,
+         fmt::format( "expected an ACL configuration, got {} of no format that is read; the formats are {}",
+                      typeName( json ), formatNames() ) );
       return;
    }
-   if ( !json.is_object() ) {
-      complaints.addFatal( whole, "expected a JSON object, got " + typeName( json ) );
+   const bool wantsList = rowOf( *format ).isChange;
+   if ( wantsList ? !json.is_array() : !json.is_object() ) {
+      complaints_.addFatal( whole, fmt::format( "expected {}, got {}", wantsList ? "a list" : "a JSON object",
+                                                typeName( json ) ) );
       return;
    }
-   draftConfigDb( ConfigRows( json, source.file, repeated, complaints ), complaints, draft );
+   if ( *format != AclFormat::configDb ) {
+      // Only a row of config_db.json can be left out alone.
+      for ( const Complaint &one : repeated ) {
+         complaints_.addFatal( { &file, one.place() }, one.message() );
+      }
+      if ( isTooDeep( json ) ) {
+         complaints_.addFatal( whole, "nested deeper than any configuration" );
+         return;
+      }
+   }
+   Document document = { &file, *format, std::move( json ), std::move( repeated ) };
+   if ( wantsList ) {
+      change( document );
+   } else {
+      documents_.push_back( std::move( document ) );
+   }
+}
+
+// A patch changes the configuration before it. Rows are set and taken in the config_db.json before it, or make one.
+void AclReader::change( const Document &change ) {
+   const bool isPatch = change.format == AclFormat::jsonPatch;
+   const auto base =
+      std::ranges::find_if( documents_.rbegin(), documents_.rend(), [ & ]( const Document &document ) {
+         return isPatch || document.format == AclFormat::configDb;
+      } );
+   Document *changed = base == documents_.rend() ? nullptr : &*base;
+   if ( !changed && ( isPatch || !documents_.empty() ) ) {
+      return complaints_.addFatal( { change.file, "" }, isPatch ? "a patch needs a configuration before it"
+                                                                : "rows need a config_db.json before them" );
+   }
+   if ( !changed ) {
+      changed = &documents_.emplace_back( Document{ change.file, AclFormat::configDb, Json::object() } );
+   }
+   if ( isTooDeep( changed->json ) ) {
+      return complaints_.addFatal( { changed->file, "" }, "nested deeper than any configuration" );
+   }
+   if ( changed->format == AclFormat::configDb ) {
+      changed->json = nestedConfigDb( changed->json );
+   }
+   if ( isPatch ) {
+      applyJsonPatch( change.json, *change.file, changed->json, complaints_ );
+      if ( !changed->json.is_object() ) {
+         complaints_.addFatal( { change.file, "" },
+                               "leaves " + typeName( changed->json ) + " of the configuration" );
+      }
+   } else {
+      applyRowOperations( change.json, *change.file, changed->json, complaints_, draft_.warnings );
+   }
+}
+
+void AclReader::draft( const Document &document ) {
+   const auto &[ file, format, json, repeated ] = document;
+   switch ( format ) {
+   case AclFormat::configDb:
+      draftConfigDb( ConfigRows( json, *file, repeated, complaints_, draft_.warnings ), complaints_, draft_ );
+      break;
+   case AclFormat::openConfig:
+      draftOpenConfig( json, *file, complaints_, draft_ );
+      break;
+   case AclFormat::rfc8519:
+      draftRfc8519( json, *file, complaints_, draft_ );
+      break;
+   case AclFormat::jsonPatch:
+   case AclFormat::rowOperations:
+      break; // applied to another document
+   }
+}
+
+AclReading AclReader::read( const std::string &files ) {
+   for ( const Document &document : documents_ ) {
+      draft( document );
+   }
+   AclConfig config = assemble( draft_, files, complaints_ );
+   AclReading reading = { {}, complaints_.take() };
+   if ( reading.usable() ) {
+      reading.config = std::move( config );
+   }
+   return reading;
+}
+
+std::string joined( const std::vector<std::string> &files ) {
+   return fmt::format( "{}", fmt::join( files, ", " ) );
 }
 
 } // namespace
@@ -45,10 +214,7 @@ std::span<const AclFormatRow> aclFormats() {
 AclFormat aclFormatOf( std::string_view name ) {
    const auto *row = std::ranges::find( formats, name, &AclFormatRow::name );
    if ( row == std::end( formats ) ) {
-      std::vector<std::string_view> names;
-      std::ranges::transform( formats, std::back_inserter( names ), &AclFormatRow::name );
-      throw InputError(
-         fmt::format( "unknown format \"{}\", there are: {}", name, fmt::join( names, ", " ) ) );
+      throw InputError( fmt::format( "unknown format \"{}\"; the formats are {}", name, formatNames() ) );
    }
    return row->format;
 }
@@ -65,35 +231,29 @@ AclConfig AclReading::orRefuse() && {
 }
 
 AclReading parseAcl( const std::vector<AclText> &texts, std::optional<AclFormat> format ) {
-   Complaints complaints;
-   Draft draft;
-   std::string files;
+   AclReader reader( format );
+   std::vector<std::string> files;
    for ( const AclText &source : texts ) {
-      draftText( source, format, complaints, draft );
-      files += ( files.empty() ? "" : ", " ) + source.file;
+      files.push_back( source.file );
+      reader.addText( source.file, source.text );
    }
-   AclConfig config = assemble( draft, files, complaints );
-   AclReading reading = { {}, complaints.take() };
-   if ( reading.usable() ) {
-      reading.config = std::move( config );
-   }
-   return reading;
+   return reader.read( joined( files ) );
 }
 
 AclReading readAcl( const std::vector<std::string> &sources, std::optional<AclFormat> format ) {
-   std::vector<AclText> texts;
+   AclReader reader( format );
+   std::vector<std::string> files;
    for ( const std::string &source : sources ) {
-      texts.push_back( { source == "-" ? "standard input" : source, readText( source ) } );
+      files.push_back( source == "-" ? "standard input" : source );
    }
-   return parseAcl( texts, format );
-}
-
-std::string fieldsText( const std::vector<AclField> &fields ) {
-   std::string text;
-   for ( const AclField &field : fields ) {
-      text += fmt::format( "{}{}={}", text.empty() ? "" : " ", field.name, field.value );
+   for ( std::size_t i = 0; i < sources.size(); ++i ) {
+      if ( isRedis( sources[ i ] ) ) {
+         reader.addJson( files[ i ], readRedis( sources[ i ] ), {}, AclFormat::configDb );
+      } else {
+         reader.addText( files[ i ], readText( sources[ i ] ) );
+      }
    }
-   return oneLine( text );
+   return reader.read( joined( files ) );
 }
 
 AclConfig readConfigDb( const std::string &file ) {

@@ -13,13 +13,18 @@
 namespace QuarraAcl {
 
 enum class AclFormat {
-   configDb, // nested or flattened, or a dump of its database
+   configDb, // nested or flattened, a dump of its database, or a live one
+   openConfig,
+   rfc8519,
+   jsonPatch,
+   rowOperations,
 };
 
 struct AclFormatRow {
    AclFormat format;
    std::string_view name; // "config-db"
    std::string_view description;
+   bool isChange; // changes the configuration before it
 };
 
 std::span<const AclFormatRow> aclFormats();
@@ -44,9 +49,10 @@ struct AclText {
    std::string text;
 };
 
-// Reads one configuration from several files: ports and bindings may stand in one, rules in another. "-" is
-// standard input. `format` forces the format of all of them. Throws InputError when one cannot be read at all;
-// what is wrong in them comes back as complaints.
+// Reads one configuration from several sources: ports and bindings may stand in one, rules in another; a change is
+// applied to the configuration before it. A source is a file, "-" for standard input, or a Redis database
+// ("redis://HOST[:PORT][/DB]", "redis+unix://PATH[?db=DB]", the path of a socket). `format` forces the format of all of
+// them. Throws InputError when one cannot be read at all; what is wrong in them comes back as complaints.
 AclReading readAcl( const std::vector<std::string> &sources, std::optional<AclFormat> format = {} );
 AclReading parseAcl( const std::vector<AclText> &texts, std::optional<AclFormat> format = {} );
 

@@ -209,9 +209,9 @@ PortSelection SwitchPorts::select( const NameList &list, const Subject &subject 
 }
 
 // A port works for one port channel at a time, so one of the two is most likely a slip.
-std::vector<std::pair<Place, std::string>> SwitchPorts::sharedMembers() const {
+Warnings SwitchPorts::sharedMembers() const {
    std::map<std::string, std::vector<std::string>, NaturalLess> channelsOf;
-   std::vector<std::pair<Place, std::string>> sentences;
+   Warnings sentences;
    for ( const auto &[ name, group ] : groups_ ) {
       if ( group.kind == PortGroupKind::channel ) {
          for ( const std::string &member : group.members ) {

@@ -32,7 +32,7 @@ class SwitchPorts {
    PortSelection select( const NameList &list, const Subject &subject ) const;
 
    // One sentence for each port that is a member of several port channels.
-   std::vector<std::pair<Place, std::string>> sharedMembers() const;
+   Warnings sharedMembers() const;
 
  private:
    struct Group {

@@ -1,5 +1,3 @@
-#include "acl/ReadAcl.h"
-
 #include <filesystem>
 #include <functional>
 #include <random>
@@ -9,32 +7,10 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "tests/AclSummary.h"
+
 namespace QuarraAcl {
 namespace {
-
-using Names = std::vector<std::string>;
-
-// What a file comes to, in one line: the tables and their rules, each with its ports, then the warnings.
-std::string summary( const AclConfig &config ) {
-   Names parts;
-   for ( const AclTable &table : config.tables ) {
-      const std::string leftOut = table.leftOut.empty() ? "" : " left out: " + table.leftOut;
-      parts.push_back(
-         fmt::format( "{} {} on {}{}", table.name, table.type, fmt::join( table.ports, "," ), leftOut ) );
-      for ( const AclRule &rule : table.rules ) {
-         parts.push_back( fmt::format( "{}|{} {} on {}", rule.table, rule.name, rule.priority,
-                                       fmt::join( *rule.ports, "," ) ) );
-      }
-   }
-   parts.insert( parts.end(), config.warnings.begin(), config.warnings.end() );
-   return fmt::format( "{}", fmt::join( parts, "; " ) );
-}
-
-std::string answerTo( const std::string &text ) {
-   const AclReading reading = parseAcl( { { "f", text } } );
-   return reading.good() ? summary( reading.config )
-                         : fmt::format( "{}", fmt::join( complaintLines( reading.complaints ), " & " ) );
-}
 
 std::string wholeFile( const std::string &text ) {
    return text;
@@ -133,8 +109,8 @@ TEST( ConfigDbForm, RowsOfAShapeThatIsNotUnderstoodAreRefused ) {
    expectAnswers( wholeFile, R"cases(
 {"ACL_TABLE|T":{"type":"L3","ports@":""},"ACL_RULE|T|R":{"type":"string","value":"1"}} => f: ACL_RULE|T|R: expected a hash whose value is an object
 {"ACL_TABLE|T":{"type":"hash","value":["L3"]}} => f: ACL_TABLE|T: expected a hash whose value is an object
-{"ACL_TABLE|T":{"kind":"hash","fields":{"type":"L3"}}} => f: ACL_TABLE|T: expected a field "type" with a table type such as L3 & f: ACL_TABLE|T.fields: expected a text, a number or a list of them, got an object
-{"ACL_TABLE":{"type":"hash","value":{"T":{"type":"L3"}}}} => f: ACL_TABLE|type: expected an object, got a string & f: ACL_TABLE|value: expected a field "type" with a table type such as L3 & f: ACL_TABLE|value.T: expected a text, a number or a list of them, got an object
+{"ACL_TABLE|T":{"kind":"hash","fields":{"type":"L3"}}} => f: ACL_TABLE|T: expected a field "type" with a table type such as L3 & f: ACL_TABLE|T.fields: expected a text, a number or a list, got an object
+{"ACL_TABLE":{"type":"hash","value":{"T":{"type":"L3"}}}} => f: ACL_TABLE|type: expected an object, got a string & f: ACL_TABLE|value: expected a field "type" with a table type such as L3 & f: ACL_TABLE|value.T: expected a text, a number or a list, got an object
 )cases" );
 }
 
@@ -180,8 +156,8 @@ TEST( ConfigDbForm, WhatIsSaidTwiceIsRefused ) {
 
 TEST( ConfigDbForm, AWrongKeyOrTypeIsRefusedAtItsPlace ) {
    expectAnswers( wholeFile, R"cases(
-[] => f: expected a JSON object, got a list
-7 => f: expected a JSON object, got a number
+7 => f: expected an ACL configuration, got a number of no format that is read; the formats are config-db, openconfig, rfc8519, json-patch, row-operations
+{"acl_table":{}} => f: expected an ACL configuration, got an object of no format that is read; the formats are config-db, openconfig, rfc8519, json-patch, row-operations
 {"PORT":{},"ACL_RULE":{}} => f: expected a table ACL_TABLE
 {"ACL_TABLE":[]} => f: ACL_TABLE: expected an object, got a list
 {"ACL_TABLE|T":null} => f: ACL_TABLE|T: expected an object, got null
@@ -197,7 +173,7 @@ TEST( ConfigDbForm, AWrongKeyOrTypeIsRefusedAtItsPlace ) {
 "type":"L3","Stage":"both" => f: ACL_TABLE|T.Stage: expected ingress or egress, got "both"
 "type":"L3","STAGE":true => f: ACL_TABLE|T.STAGE: expected ingress or egress, got true or false
 "type":"L3","ports":7 => f: ACL_TABLE|T.ports: expected a list of port names or one comma-separated string, got a number
-"type":"L3","ports":"E0","note":{"a":1} => f: ACL_TABLE|T.note: expected a text, a number or a list of them, got an object
+"type":"L3","ports":"E0","note":{"a":1} => f: ACL_TABLE|T.note: expected a text, a number or a list, got an object
 "type":"L3","ports":["E0",{}] => f: ACL_TABLE|T.ports[1]: expected a port name, got an object
 "type":"L3","ports":["E0",""] => f: ACL_TABLE|T.ports[1]: expected a port name, got an empty one
 "type":"L3","ports@":"E0,,E4" => f: ACL_TABLE|T.ports@[1]: expected a port name, got an empty one
@@ -375,7 +351,7 @@ TEST( ConfigDbHarm, DeepNestingEndsInAnAnswer ) {
    const std::string objects = repeat( depth, R"({"a":)" ) + "0" + repeat( depth, "}" );
    EXPECT_EQ(
       answerTo( withTable( R"("type":"L3","ports":"E0","comment":)" + lists ) ),
-      "f: ACL_TABLE|T.comment: expected a text, a number or a list of them, got a list of other things" );
+      "f: ACL_TABLE|T.comment: expected a text, a number or a list, got one that is nested too deep" );
    EXPECT_EQ( answerTo( withTable( R"("type":"L3","ports":)" + lists ) ),
               "f: ACL_TABLE|T.ports[0]: expected a port name, got a list" );
    EXPECT_EQ( answerTo( withPriority( objects ) ),
