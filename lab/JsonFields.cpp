@@ -16,9 +16,17 @@ using QuarraCentral::QuarraModPort;
                          fmt::format( "{}: expected {}, got {}", place, expected, typeName( value ) ) );
 }
 
+QuarraModPort found( const std::string &name, const std::string &place, const JsonFields::PortFinder &find ) {
+   try {
+      return find( name );
+   } catch ( const RequestRefused &refused ) {
+      throw RequestRefused( refused.code(), place + ": " + refused.what() );
+   }
+}
+
 QuarraModPort portOf( const Json &value, const std::string &place, const JsonFields::PortFinder &find ) {
    if ( value.is_string() && find ) {
-      return find( value.get<std::string>() );
+      return found( value.get<std::string>(), place, find );
    }
    if ( !value.is_object() ) {
       return { 0, JsonFields::checkedNumber( value, place, 0, U10::max ) };
@@ -27,7 +35,7 @@ QuarraModPort portOf( const Json &value, const std::string &place, const JsonFie
    const auto module = static_cast<U16>( fields.number( "module", 0, ModId::null - 1, 0 ) );
    const QuarraModPort port( module, fields.number( "port", 0, U10::max ) );
    if ( const auto name = find ? fields.optionalText( "name" ) : std::nullopt;
-        name && find( *name ) != port ) {
+        name && found( *name, place, find ) != port ) {
       throw RequestRefused( "badField",
                             fmt::format( "{}: interface \"{}\" has another port", place, *name ) );
    }

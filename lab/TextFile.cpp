@@ -15,7 +15,7 @@ namespace QuarraLab {
 namespace {
 
 // More than any configuration has: 100,000 rules take some 30 MB.
-constexpr std::size_t mostBytes = std::size_t{ 256 } << 20;
+constexpr std::size_t mostBytes = std::size_t{ 128 } << 20;
 constexpr std::size_t mostBytesOfALine = std::size_t{ 16 } << 20; // a dump within a line takes a few
 
 } // namespace

@@ -247,15 +247,15 @@ TEST( Tolerated, NamesWithoutEndAreShortInTheReport ) {
                      name + "|" + name + R"(":{},"W|R":{}}})";
    const Applied applied( parseConfigDb( text, "a.json" ), defaultChoice( "testSdk6" ), { { "V", 2 } } );
    for ( const auto &line : reportedLines( applied ) ) {
-      EXPECT_LT( line.size(), 1000u );
+      EXPECT_LT( line.size(), 4100u );
    }
    EXPECT_EQ( applyJson( applied ).at( "tables" )[ 1 ].at( "name" ), name ) << "whole in the document";
 }
 
 TEST( BadInput, IsQuotedInPart ) {
    const auto message = messageLine( std::string( 100'000, 'x' ) + "\xc3\xa4" + std::string( 999, 'y' ) );
-   EXPECT_EQ( message.size(), 4003u );
-   EXPECT_THAT( message, HasSubstr( "xxx...xxx" ) );
+   EXPECT_EQ( message.size(), 4002u ) << "a character that would be cut is left out";
+   EXPECT_THAT( message, HasSubstr( "xxx...yyy" ) );
    EXPECT_EQ( oneLine( "a\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80" ), "a\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80" );
    EXPECT_EQ( oneLine( "\x9b"
                        "2J\xc2\x9b\xe0\x82\x9b\xc3" ),

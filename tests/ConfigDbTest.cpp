@@ -347,18 +347,18 @@ TEST( ConfigDbFiles, MayEachHoldAPart ) {
 
 TEST( ConfigDbHarm, DeepNestingEndsInAnAnswer ) {
    constexpr std::size_t depth = 200'000;
-   const std::string lists = repeat( depth, "[" ) + repeat( depth, "]" );
-   const std::string objects = repeat( depth, R"({"a":)" ) + "0" + repeat( depth, "}" );
+   const std::string tooDeep = ": lists and objects stand more than 100 deep";
+   const auto lists = []( std::size_t levels ) { return repeat( levels, "[" ) + repeat( levels, "]" ); };
+   const auto ofComment = [ & ]( std::size_t levels ) {
+      return answerTo( withTable( R"("type":"L3","ports":"E0","comment":)" + lists( levels ) ) );
+   };
+   EXPECT_EQ( ofComment( depth ), "f: ACL_TABLE|T.comment[0][0][0]..." + tooDeep );
    EXPECT_EQ(
-      answerTo( withTable( R"("type":"L3","ports":"E0","comment":)" + lists ) ),
+      ofComment( 90 ),
       "f: ACL_TABLE|T.comment: expected a text, a number or a list, got one that is nested too deep" );
-   EXPECT_EQ( answerTo( withTable( R"("type":"L3","ports":)" + lists ) ),
-              "f: ACL_TABLE|T.ports[0]: expected a port name, got a list" );
-   EXPECT_EQ( answerTo( withPriority( objects ) ),
-              "f: ACL_RULE|T|R.PRIORITY: expected a whole number from 0 to 2147483647, got an object" );
-   EXPECT_TRUE( answerTo( repeat( depth, R"({"a":)" ) + R"(0,"a":0)" )
-                   .starts_with( "f: a|a.a.a.a.a...: the same key comes twice in one object & f:1:" ) );
-   EXPECT_TRUE( answerTo( repeat( depth, "[" ) ).starts_with( "f:1:200001: syntax error" ) );
+   EXPECT_EQ( answerTo( withPriority( repeat( depth, R"({"a":)" ) + "0" + repeat( depth, "}" ) ) ),
+              "f: ACL_RULE|T|R.PRIORITY.a.a.a..." + tooDeep );
+   EXPECT_TRUE( answerTo( repeat( depth, "[" ) ).ends_with( tooDeep ) ) << "not closed either";
 }
 
 TEST( ConfigDbHarm, AMessageIsOneLineWhateverTheNames ) {

@@ -14,7 +14,7 @@ namespace {
 using namespace QuarraTcam;
 using Align = TextTable::Align;
 
-constexpr std::size_t listedAtMost = 20; // causes of refusals, and mismatches, unless all are asked for
+constexpr std::size_t listedAtMost = 20; // mismatches, unless all are asked for
 
 // Ports by their interface names, runs of neighbours folded: "Ethernet0-Ethernet11, Ethernet40".
 class PortNames {
@@ -217,38 +217,67 @@ std::string causeOf( const PlannedEntry &entry ) {
    return entry.refusedCode + ": " + ( message.starts_with( who ) ? message.substr( who.size() ) : message );
 }
 
-// A line for each table and code, with the message of its first entry: that of the others differs at most in
-// what was free at their time. `all`: a line for each entry.
-std::string refusedPart( const Applied &applied, bool all, bool colour ) {
-   struct Cause {
-      const PlannedEntry *first;
-      std::size_t entries = 0;
-   };
-   std::vector<Cause> causes;
-   std::map<std::pair<const AclTable *, std::string>, std::size_t> place; // in causes
+// Entries that are refused for one cause.
+struct Refusals {
+   const PlannedEntry *first;
+   std::vector<std::pair<const AclTable *, std::size_t>> tables = {}; // with the number of their entries
+};
+
+// By group and code. The messages of the others differ at most in their rule, and in what was free at their time.
+std::vector<Refusals> refusalsByCause( const Applied &applied ) {
+   std::vector<Refusals> causes;
+   std::map<std::pair<TcamGroupId, std::string>, std::size_t> place; // in causes
    for ( const auto &entry : applied.entries() ) {
       if ( entry.refusedCode.empty() ) {
          continue;
       }
-      const auto [ known, added ] = place.try_emplace( { entry.table, entry.refusedCode }, causes.size() );
-      if ( added || all ) {
-         causes.push_back( { &entry, 1 } );
-      } else {
-         ++causes[ known->second ].entries;
+      const auto [ known, added ] =
+         place.try_emplace( { entry.request.group, entry.refusedCode }, causes.size() );
+      if ( added ) {
+         causes.push_back( { &entry } );
       }
+      auto &tables = causes[ known->second ].tables;
+      if ( tables.empty() || tables.back().first != entry.table ) {
+         tables.emplace_back( entry.table, 0 );
+      }
+      ++tables.back().second;
    }
+   return causes;
+}
+
+// "72 of OFFICE, 1 of GUESTS"; a single entry by its name.
+std::string refusedNames( const Refusals &refusals ) {
+   if ( refusals.tables.size() == 1 && refusals.tables.front().second == 1 ) {
+      return ruleName( *refusals.first );
+   }
+   std::vector<std::string> texts;
+   for ( const auto &[ table, entries ] : refusals.tables ) {
+      texts.push_back( fmt::format( "{} of {}", entries, shortName( table->name ) ) );
+   }
+   return shortened( texts, 4 );
+}
+
+// A line for each cause; `all`: for each entry.
+std::string refusedPart( const Applied &applied, bool all, bool colour ) {
    std::string text;
-   const auto shown = all ? causes.size() : std::min( causes.size(), listedAtMost );
-   for ( std::size_t i = 0; i < shown; ++i ) {
-      const auto &[ first, entries ] = causes[ i ];
-      const auto who = entries == 1 ? ruleName( *first )
-                                    : fmt::format( "{} of {}", entries, shortName( first->table->name ) );
+   const auto line = [ & ]( const std::string &who, const PlannedEntry &entry ) {
       text += verdict( false,
-                       messageLine( fmt::format( "{} (group {}): {}", who, first->request.group.value(),
-                                                 causeOf( *first ) ) ),
+                       messageLine( fmt::format( "{} (group {}): {}", who, entry.request.group.value(),
+                                                 causeOf( entry ) ) ),
                        colour );
+   };
+   if ( all ) {
+      for ( const auto &entry : applied.entries() ) {
+         if ( !entry.refusedCode.empty() ) {
+            line( ruleName( entry ), entry );
+         }
+      }
+      return text;
    }
-   return shown < causes.size() ? text + fmt::format( "  and {} more\n", causes.size() - shown ) : text;
+   for ( const auto &refusals : refusalsByCause( applied ) ) {
+      line( refusedNames( refusals ), *refusals.first );
+   }
+   return text;
 }
 
 std::string matchPart( const Applied &applied, const PortNames &names, bool all, bool colour ) {

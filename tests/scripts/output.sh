@@ -49,7 +49,7 @@ expect "batch of a folder" 2 '^quarra-tcam: standard input: cannot be read: Is a
 expect "batch of a closed input" 2 '^quarra-tcam: standard input: cannot be read: ' bash -c 'exec "$0" batch - <&-' "$tool"
 expect "batch of a line without end" 2 '^quarra-tcam: standard input: line 1 is longer than 16 MiB$' \
    bash -c 'exec "$0" batch - </dev/zero' "$tool"
-expect "apply of a file without end" 2 '^quarra-tcam: /dev/zero: holds more than 256 MiB$' "$tool" apply /dev/zero
+expect "apply of a file without end" 2 '^quarra-tcam: /dev/zero: holds more than 128 MiB$' "$tool" apply /dev/zero
 expect "apply of standard input" 0 '' bash -c '"$0" apply - <scenarios/overlap.json >/dev/null' "$tool"
 expect "messages that nobody can read" 2 '' bash -c 'exec "$0" apply nothing.json 2>&-' "$tool"
 exit $failed
