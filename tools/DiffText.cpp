@@ -45,35 +45,69 @@ std::string_view signOf( Change change ) {
    return signs[ static_cast<std::size_t>( change ) ];
 }
 
+// "bit 14", "bits 0-7, class ID 3": where in its space.
+std::string bitsText( const ClassIdPlace &place ) {
+   return place.width == 1 ? fmt::format( "bit {}", place.offset )
+                           : fmt::format( "bits {}-{}, class ID {}", place.offset,
+                                          place.offset + place.width - 1, place.classId );
+}
+
 std::string placeText( const ClassIdPlace &place ) {
-   return fmt::format( "group {}, {} bits {}, class ID {}", place.group, place.space,
-                       place.width == 1
-                          ? fmt::format( "{}", place.offset )
-                          : fmt::format( "{}-{}", place.offset, place.offset + place.width - 1 ),
-                       place.classId );
+   return fmt::format( "group {}, {} {}", place.group, place.space, bitsText( place ) );
 }
 
-std::string entryName( const EntryChange &entry ) {
-   const U32 id = entry.after ? *entry.after : *entry.before;
-   return entry.rule.empty() ? fmt::format( "entry {}", id )
-                             : fmt::format( "{} (entry {})", oneLine( entry.rule ), id );
+std::string moveText( const ClassIdPlace &from, const ClassIdPlace &to ) {
+   return from.group == to.group && from.space == to.space
+             ? fmt::format( "moves from {} to {} (group {}, {})", bitsText( from ), bitsText( to ), to.group,
+                            to.space )
+             : fmt::format( "moves from {} to {}", placeText( from ), placeText( to ) );
 }
 
+// What became of an entry.
+std::string fateOf( const EntryChange &entry, const Names &names ) {
+   if ( entry.change != Change::changed ) {
+      return placeText( entry.change == Change::came ? *entry.placeAfter : *entry.placeBefore );
+   }
+   const auto moved =
+      entry.placeBefore == entry.placeAfter ? "" : moveText( *entry.placeBefore, *entry.placeAfter );
+   const auto ports = names.gainsAndLosses( entry.ports );
+   return moved + ( moved.empty() || ports.empty() ? "" : "; " ) + ports;
+}
+
+// "OFFICE|DNS (entry 1)", "3 rules of OFFICE (entries 1-3)".
+std::string entriesName( const std::vector<const EntryChange *> &entries ) {
+   const auto &first = *entries.front();
+   std::vector<U32> ids;
+   for ( const auto *entry : entries ) {
+      ids.push_back( entry->after ? *entry->after : *entry->before );
+   }
+   if ( entries.size() == 1 ) {
+      return first.rule.empty() ? fmt::format( "entry {}", ids[ 0 ] )
+                                : fmt::format( "{} (entry {})", oneLine( first.rule ), ids[ 0 ] );
+   }
+   const auto table = tableOf( first.rule );
+   return table.empty()
+             ? fmt::format( "entries {}", numbersText( ids ) )
+             : fmt::format( "{} rules of {} (entries {})", ids.size(), oneLine( table ), numbersText( ids ) );
+}
+
+// One line for the entries of a table to which the same happened.
 std::string entriesPart( const Difference &difference, const Names &names ) {
-   std::string text;
+   using Key = std::tuple<Change, std::string, std::string>;
+   std::map<Key, std::vector<const EntryChange *>> alike;
+   std::vector<Key> order;
    for ( const auto &entry : difference.entries ) {
-      text += fmt::format( "  {} {}", signOf( entry.change ), entryName( entry ) );
-      if ( entry.change != Change::changed ) {
-         text += ": " + placeText( entry.change == Change::came ? *entry.placeAfter : *entry.placeBefore );
-      } else {
-         const bool moved = entry.placeBefore != entry.placeAfter;
-         text += moved ? fmt::format( ": moves from {} to {}", placeText( *entry.placeBefore ),
-                                      placeText( *entry.placeAfter ) )
-                       : "";
-         const auto ports = names.gainsAndLosses( entry.ports );
-         text += ports.empty() ? "" : ( moved ? "; " : ": " ) + ports;
+      const Key key( entry.change, tableOf( entry.rule ), fateOf( entry, names ) );
+      auto &entries = alike[ key ];
+      if ( entries.empty() ) {
+         order.push_back( key );
       }
-      text += "\n";
+      entries.push_back( &entry );
+   }
+   std::string text;
+   for ( const auto &key : order ) {
+      text += fmt::format( "  {} {}: {}\n", signOf( std::get<Change>( key ) ), entriesName( alike.at( key ) ),
+                           std::get<2>( key ) );
    }
    return text;
 }
@@ -84,7 +118,8 @@ std::string classIdsPart( const Difference &difference, const Names &names ) {
       text += fmt::format( "  {} {}: ", signOf( classId.change ), placeText( classId.place ) );
       text += classId.entriesBefore == classId.entriesAfter
                  ? counted( classId.entriesAfter, "entry", "entries" )
-                 : fmt::format( "{} entries, then {}", classId.entriesBefore, classId.entriesAfter );
+                 : fmt::format( "{}, then {}", counted( classId.entriesBefore, "entry", "entries" ),
+                                classId.entriesAfter );
       const auto ports = names.gainsAndLosses( classId.ports );
       text += ports.empty() ? "" : "; " + ports;
       if ( classId.ethernetBefore != classId.ethernetAfter ) {

@@ -28,8 +28,10 @@ std::string bitText( const Switch &theSwitch, const BitReport &report ) {
       text += report.taken ? "  reserved, and in no pool: a fault\n" : "  free\n";
    }
    for ( const auto &[ group, pool ] : report.pools ) {
-      text += fmt::format( "  pool {} of group {}: bits {} to {}, {} free\n", pool->poolId(), group.value(),
-                           pool->baseOffset(), pool->baseOffset() + pool->size() - 1,
+      text += fmt::format( "  pool {} of group {}: {}, {} free\n", pool->poolId(), group.value(),
+                           pool->size() == 1 ? fmt::format( "bit {}", pool->baseOffset() )
+                                             : fmt::format( "bits {} to {}", pool->baseOffset(),
+                                                            pool->baseOffset() + pool->size() - 1 ),
                            counted( pool->classIdPools(), "class ID", "class IDs" ) );
    }
    if ( !report.holders.empty() ) {
