@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "agent/ChipState.h"
+#include "lab/SwitchDir.h"
 
 namespace QuarraLab {
 
@@ -26,6 +27,16 @@ QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
 }
 
 Switch::Switch( const ChipChoice &choice ) {
+   start( choice );
+}
+
+Switch::Switch( std::unique_ptr<SwitchDir> dir ) : dir_( std::move( dir ) ) {
+   start( dir_->choice() );
+}
+
+Switch::~Switch() = default;
+
+void Switch::start( const ChipChoice &choice ) {
    const auto &variant = *choice.variant;
    const auto &config = choice.chip;
    QuarraAgent::checkChip( variant, config );
@@ -34,8 +45,14 @@ Switch::Switch( const ChipChoice &choice ) {
    for ( const auto &failure : choice.failures ) {
       chip_->failCall( failure.nth, failure.code, failure.function );
    }
+   if ( dir_ ) {
+      dir_->start( *chip_ );
+   }
    agent_ = std::make_unique<TcamAgent>( variant, config,
                                          quarraTcamPortsManagerFactory( "QuarraTcamPortsManager" ) );
+   if ( dir_ ) {
+      dir_->start( *agent_ );
+   }
    for ( const auto &port : config.ports ) {
       ports_.push_back( port.port );
    }

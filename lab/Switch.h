@@ -17,12 +17,18 @@ using QuarraTcam::TcamGroupId;
 QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
                                           const QuarraAgent::ChipConfig &config );
 
+class SwitchDir;
+
 // A simulated switch: the chip, and the TCAM agent on it. One at a time in a process.
 class Switch {
  public:
    // Throws RequestRefused when the chip cannot be one of the variant. The manager is a new one of this
    // switch; the process-wide state of earlier switches is forgotten.
    explicit Switch( const ChipChoice &choice );
+
+   // The switch of a directory, as it was when it was last used. Throws StoreRefused.
+   explicit Switch( std::unique_ptr<SwitchDir> dir );
+   ~Switch();
 
    TcamAgent &agent() { return *agent_; }
    const TcamAgent &agent() const { return *agent_; }
@@ -40,10 +46,16 @@ class Switch {
    const std::vector<QuarraModPort> &ports() const { return ports_; }
    bool isCpuPort( const QuarraModPort &port ) const;
 
+   // Of a switch that lasts; null of one in memory.
+   const SwitchDir *dir() const { return dir_.get(); }
+
  private:
+   void start( const ChipChoice &choice );
+
    std::unique_ptr<QuarraSimulator::SimulatedChip> chip_;
    std::unique_ptr<TcamAgent> agent_;
    std::vector<QuarraModPort> ports_;
+   std::unique_ptr<SwitchDir> dir_; // goes first
 };
 
 // The tables in which the two source-trunk-map types are kept.

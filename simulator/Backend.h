@@ -31,6 +31,10 @@ class Backend {
    virtual U32 aclGroupPort( const QuarraCentral::QuarraModPort &port ) const = 0;
    virtual AclGroupValue aclGroup( U32 port ) const = 0;
 
+   // Sets the value past the SDK; and whether the port has an entry of its own in a table.
+   virtual void aclGroupIs( U32 port, const AclGroupValue &value ) = 0;
+   virtual bool hasTableEntry( U32 ) const { return false; }
+
    // As the operations of SimulatedChip.
    virtual std::vector<U32> portsWithAclGroup() const = 0;
    virtual std::vector<U32> tableEntries() const = 0;

@@ -52,6 +52,9 @@ class ChipState {
    SdkCallSeen seen;
 };
 
+// Reading back what a chip holds.
+std::unique_ptr<Sdk::ReadBack> makeReadBack( const ChipState &chip );
+
 // The chip that lives, or null. Set by SimulatedChip.
 ChipState *&installedChip();
 

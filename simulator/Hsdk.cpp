@@ -41,6 +41,10 @@ class HsdkBackend : public Backend {
       return systemPort_ ? systemPort_( port ) : port.port();
    }
    AclGroupValue aclGroup( U32 port ) const override { return tables_.systemPortTable().value( port ); }
+   void aclGroupIs( U32 port, const AclGroupValue &value ) override { tables_.systemPortIs( port, value ); }
+   bool hasTableEntry( U32 port ) const override {
+      return tables_.systemPortTable().entries().contains( port );
+   }
 
    std::vector<U32> portsWithAclGroup() const override {
       auto ports = tableEntries();

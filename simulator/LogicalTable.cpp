@@ -86,4 +86,16 @@ AclGroupValue LogicalTable::value( U64 key ) const {
    return value;
 }
 
+void LogicalTable::valueIs( U64 key, const AclGroupValue &value ) {
+   auto &entry = entries_[ key ];
+   entry[ keyField ] = key;
+   std::size_t bit = 0;
+   for ( std::size_t field = keyField + 1; field < layout_.fields.size(); ++field ) {
+      entry[ field ] = 0;
+      for ( U32 place = 0; place < layout_.fields[ field ].bits && bit < value.size(); ++place, ++bit ) {
+         entry[ field ] |= U64{ value[ bit ] } << place;
+      }
+   }
+}
+
 } // namespace QuarraSimulator

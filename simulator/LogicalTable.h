@@ -59,6 +59,7 @@ class LogicalTable {
    // An entry's fields, the key left out, as one value that starts with the lowest bit of the first field. All
    // clear when there is no entry.
    AclGroupValue value( U64 key ) const;
+   void valueIs( U64 key, const AclGroupValue &value ); // makes the entry where there is none
 
  private:
    TableLayout layout_;

@@ -44,6 +44,7 @@ class LogicalTables {
 
    const std::vector<LogicalTable> &tables() const { return tables_; }
    const LogicalTable &systemPortTable() const { return tables_.front(); }
+   void systemPortIs( U32 port, const AclGroupValue &value ) { tables_.front().valueIs( port, value ); }
 
    // The key that the last commit wrote, if it wrote one.
    std::optional<U64> written() const { return written_; }

@@ -22,6 +22,7 @@ class Sdk6Backend : public Backend {
 
    U32 aclGroupPort( const QuarraCentral::QuarraModPort &port ) const override { return port.port(); }
    AclGroupValue aclGroup( U32 port ) const override { return groups_.groupsOf( port ); }
+   void aclGroupIs( U32 port, const AclGroupValue &value ) override { groups_.groupsOfIs( port, value ); }
 
    std::vector<U32> portsWithAclGroup() const override {
       std::vector<U32> ports;

@@ -51,7 +51,7 @@ void printTcamEntry( std::ostream &out, U32 id, const TcamEntry &entry ) {
 } // namespace
 
 SimulatedChip::SimulatedChip( ChipOptions options )
-   : state_( std::make_unique<ChipState>( std::move( options ) ) ) {
+   : state_( std::make_unique<ChipState>( std::move( options ) ) ), readBack_( makeReadBack( *state_ ) ) {
    NODRA_ASSERT( !SdkShim );
    for ( const auto &[ kind, ports ] : pbmpContents ) {
       for ( const U32 port : state_->options.*ports ) {

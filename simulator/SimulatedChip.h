@@ -127,6 +127,19 @@ class QUARRA_SIMULATOR_API SimulatedChip : public Sdk::Shim {
    // show in tableEntries().
    std::string digest() const;
 
+   // ---- Past the SDK: no call, not counted and not observed. To give a new chip what an earlier one held, and
+   // to damage what a chip holds.
+
+   // Of a port (HSDK: system port; makes its table entry). Bits beyond aclGroupBits are left out.
+   void aclGroupIs( U32 port, const Vesk::Bitmap &value );
+   void sourceTrunkMapWordIs( U8 table, const QuarraCentral::QuarraModPort &port, U32 value );
+   void tcamEntryIs( U32 entry, const TcamEntry &held );
+   void tcamEntryDel( U32 entry );
+
+   bool hasTableEntry( U32 port ) const; // as tableEntries()
+
+   const Sdk::ReadBack *readBack() const override;
+
    // Calls of SDK functions since the chip was made, failed ones too, by the function's name. The three
    // operations of the shim that return a code count as functions.
    std::map<std::string, U64> callCounts() const;
@@ -155,6 +168,7 @@ class QUARRA_SIMULATOR_API SimulatedChip : public Sdk::Shim {
 
  private:
    std::unique_ptr<ChipState> state_;
+   std::unique_ptr<Sdk::ReadBack> readBack_;
 };
 
 } // namespace QuarraSimulator

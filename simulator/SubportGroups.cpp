@@ -27,6 +27,22 @@ AclGroupValue SubportGroups::groupsOf( U32 port ) const {
    return value;
 }
 
+void SubportGroups::groupsOfIs( U32 port, const AclGroupValue &value ) {
+   for ( std::size_t group = 0; port <= U10::max && group < members_.size(); ++group ) {
+      members_[ group ].set( port, value[ group ] );
+   }
+}
+
+std::vector<U32> SubportGroups::members( U32 group ) const {
+   std::vector<U32> ports;
+   for ( U32 port = 0; group < members_.size() && port <= U10::max; ++port ) {
+      if ( members_[ group ].test( port ) ) {
+         ports.push_back( port );
+      }
+   }
+   return ports;
+}
+
 SubportGroups::Ports SubportGroups::membersOfAny() const {
    Ports any;
    for ( const Ports &members : members_ ) {

@@ -20,6 +20,8 @@ class SubportGroups {
    const Ports &changed() const { return changed_; } // ports whose word the last call changed
 
    AclGroupValue groupsOf( U32 port ) const; // a bit a group
+   void groupsOfIs( U32 port, const AclGroupValue &value );
+   std::vector<U32> members( U32 group ) const; // rising
    Ports membersOfAny() const;
 
  private:

@@ -26,6 +26,10 @@ class Tcam {
 
    const std::map<U32, TcamEntry> &entries() const { return entries_; }
 
+   // Past the SDK: no check.
+   void entryIs( U32 entry, const TcamEntry &held ) { entries_.insert_or_assign( entry, held ); }
+   void entryDel( U32 entry ) { entries_.erase( entry ); }
+
  private:
    int qualify( U32 entry, TcamEntry qualified );
 

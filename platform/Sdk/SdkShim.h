@@ -4,6 +4,7 @@
 #include "QuarraCentral/QuarraModPort.h"
 #include "Sdk/Bcm.h"
 #include "Sdk/Bcmlt.h"
+#include "Sdk/ReadBack.h"
 
 namespace Sdk {
 
@@ -44,6 +45,9 @@ class NODRA_API Shim {
    virtual int fieldEntryCreate( int unit, U32 entry ) = 0;
    virtual int fieldEntryDestroy( int unit, U32 entry ) = 0;
    virtual int portTableSet( int unit, U8 table, const QuarraCentral::QuarraModPort &port, U32 value ) = 0;
+
+   // Null where the SDK cannot read back what the chip holds.
+   virtual const ReadBack *readBack() const { return nullptr; }
 };
 
 } // namespace Sdk
