@@ -3,9 +3,11 @@
 #include <set>
 
 #include "Nodra/Text.h"
+#include "Nodra/Trace.h"
 #include "Sdk/SdkCall.h"
 #include "agent/ChipBits.h"
-#include "agent/Trace.h"
+
+static Nodra::TraceHandle unitTrace( "TcamAgent" );
 
 namespace QuarraAgent {
 namespace {

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "Nodra/Trace.h"
 #include "Sdk/SdkCall.h"
-#include "agent/Trace.h"
+
+static Nodra::TraceHandle unitTrace( "TcamAgent" );
 
 namespace QuarraAgent {
 namespace {
@@ -163,7 +165,9 @@ PortBits expectedBits( const TcamAgent &agent ) {
    PortBits expected(
       std::max<std::size_t>( U10::max + 1, agent.manager().portsHelper()->systemPortMax() + 1u ) );
    std::vector<bool> isCpuPort( expected.size() );
-   for ( const auto &port : agent.chip().cpuPorts ) {
+   const auto cpuPorts = intfGroupInfoFactory();
+   agent.manager().portsHelper()->populateCpuIntfGroup( cpuPorts );
+   for ( const auto &port : cpuPorts->portId() ) {
       isCpuPort[ port.port() ] = true;
    }
    const U32 numbers = portNumbers( variant.generation, agent.chip() );

@@ -26,7 +26,7 @@ class AuditTest : public AuditTexts, public ::testing::WithParamInterface<std::s
  protected:
    AuditTest() : lasting( QuarraLab::defaultChoice( GetParam() ), false ) {
       auto &agent = lasting.agent();
-      for ( const U16 group : { 16, 17, 238 } ) {
+      for ( const U16 group : std::vector<U16>{ 16, 17, 238 } ) {
          if ( !QuarraTcam::classIdTcamGroupsInfo.contains( TcamGroupId( group ) ) ) {
             continue;
          }
@@ -96,8 +96,8 @@ TEST_P( AuditTest, BitsOfPortsAreNamedAndOnlyThoseAreWritten ) {
    auto damaged = chip.aclGroup( 2 );
    damaged.set( 40 );
    chip.aclGroupIs( 2, damaged );
-   const auto carried = chip.aclGroup( 11 ).setBits();
-   chip.aclGroupIs( 11, Vesk::Bitmap( 0, damaged.size(), Vesk::HBitmap::BitState::clear ) );
+   const auto carried = chip.aclGroup( 13 ).setBits();
+   chip.aclGroupIs( 13, Vesk::Bitmap( 0, damaged.size(), Vesk::HBitmap::BitState::clear ) );
    const auto audited = audit( lasting.agent() );
    if ( !bitsOnChip() ) {
       EXPECT_TRUE( audited.drifts.empty() ) << "the twin leaves the chip's bits alone";
@@ -107,15 +107,15 @@ TEST_P( AuditTest, BitsOfPortsAreNamedAndOnlyThoseAreWritten ) {
    EXPECT_EQ( audited.drifts[ 0 ].port, 2 );
    EXPECT_EQ( audited.drifts[ 0 ].bit, 40 );
    EXPECT_EQ( audited.drifts[ 0 ].expected + audited.drifts[ 0 ].found, "01" );
-   EXPECT_EQ( audited.drifts[ 1 ].port, 11 );
+   EXPECT_EQ( audited.drifts[ 1 ].port, 13 );
    EXPECT_EQ( audited.drifts[ 1 ].bit, carried[ 0 ] );
    // SDK6 writes a bit at a time, HSDK a port.
    repaired( GetParam() == "sdk6" ? 1 + carried.size() : 2 );
 }
 
 TEST_P( AuditTest, WordsOfPortTablesAreNamedAndMended ) {
-   if ( groups.size() < 3 ) {
-      return; // no source trunk map
+   if ( GetParam() != "testSdk6" ) {
+      return; // the one with a group of words that takes its keys on demand
    }
    auto &chip = lasting.chip();
    const U32 before = chip.sourceTrunkMapWord( 10, { 0, 1 } );
