@@ -40,7 +40,7 @@ endfunction()
 set_target_properties( QuarraTcamPlatform PROPERTIES EXPORT_NAME Platform )
 quarra_install( QuarraTcamPorts TARGETS QuarraTcamPlatform QuarraTcamSdkBaseTypes )
 quarra_install_headers( "${QUARRA_PLATFORM_DIR}/" "" )
-quarra_install_headers( QuarraTcamSdkBaseTypes "" PATTERN QuarraTcamSdkBaseTypes/*/* EXCLUDE )
+quarra_install_headers( QuarraTcamSdkBaseTypes "" REGEX "QuarraTcamSdkBaseTypes/[A-Za-z]+$" EXCLUDE ) # no folders
 quarra_install_headers( ${generated}/QuarraTcamSdkBaseTypes "" )
 
 if( TARGET QuarraTcamAgent )
@@ -68,11 +68,11 @@ if( QUARRA_TOOL )
    find_program( HELP2MAN help2man )
    if( HELP2MAN AND NOT CMAKE_CROSSCOMPILING )
       set( maker ${PROJECT_SOURCE_DIR}/packaging/manPages.sh )
-      add_custom_command( OUTPUT ${generated}/man/quarra-tcam.1
+      add_custom_command( OUTPUT ${generated}/man/quarra-tcam.1.gz
          COMMAND ${maker} $<TARGET_FILE:quarra-tcam> ${PROJECT_VERSION} ${generated}/man
          DEPENDS quarra-tcam ${maker} ${PROJECT_SOURCE_DIR}/packaging/manual.txt
          VERBATIM )
-      add_custom_target( manual ALL DEPENDS ${generated}/man/quarra-tcam.1 )
+      add_custom_target( manual ALL DEPENDS ${generated}/man/quarra-tcam.1.gz )
       install( DIRECTORY ${generated}/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool OPTIONAL )
    endif()
    install( FILES packaging/quarra-tcam.bash RENAME quarra-tcam

@@ -22,28 +22,32 @@ set( CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=" )
 
 set( CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library} )
 set( CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs )
-set( CPACK_DEBIAN_LIBRARY_DESCRIPTION "class IDs for the TCAM of a switch - shared libraries
- The library that reserves, shares and programs class IDs inside a switch's TCAM
+set( CPACK_DEBIAN_LIBRARY_DESCRIPTION "The library that reserves, shares and programs class IDs inside a switch's TCAM
  agent, the platform that it runs on, and a simulated chip." )
+
+file( WRITE ${PROJECT_BINARY_DIR}/generated/triggers "activate-noawait ldconfig\n" )
+set( CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/generated/triggers )
 
 set( CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${development} )
 set( CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel )
-set( CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library} (= ${PROJECT_VERSION})" )
-set( CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "class IDs for the TCAM of a switch - development files
- Headers, the reference agent, CMake and pkg-config files to build a TCAM agent
+set( CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library} (= ${PROJECT_VERSION}), libsqlite3-dev" )
+set( CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Headers, the reference agent, CMake and pkg-config files to build a TCAM agent
  on the library, with an SDK of its own or on the simulated chip." )
 
 set( CPACK_DEBIAN_TOOL_PACKAGE_NAME ${tool} )
 set( CPACK_DEBIAN_TOOL_PACKAGE_SECTION net )
 set( CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${library} (>= ${PROJECT_VERSION})" )
 set( CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS bash-completion )
-set( CPACK_DEBIAN_TOOL_DESCRIPTION "class IDs for the TCAM of a switch - command
- Applies ACL configurations to a simulated switch chip: shows which rules share a
+set( CPACK_DEBIAN_TOOL_DESCRIPTION "Applies ACL configurations to a simulated switch chip: shows which rules share a
  class ID, what they take, whether they fit and whether every rule matches
  exactly its ports." )
 
+file( ARCHIVE_CREATE OUTPUT ${PROJECT_BINARY_DIR}/generated/changelog.gz
+      PATHS ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+      FORMAT raw COMPRESSION GZip )
 foreach( component library development tool )
-   install( FILES CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${${component}} COMPONENT ${component} )
+   install( FILES ${PROJECT_BINARY_DIR}/generated/changelog.gz
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${${component}} COMPONENT ${component} )
 endforeach()
 
 include( CPack )

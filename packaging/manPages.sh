@@ -8,20 +8,21 @@ trap 'rm -rf "$work"' EXIT
 ln -s "$tool" "$work/quarra-tcam"
 PATH=$work:$PATH
 mkdir -p "$folder"
-rm -f "$folder"/quarra-tcam*.1
+rm -f "$folder"/quarra-tcam*.1.gz
 
 # page NAME DESCRIPTION COMMAND...
 page() {
    help2man --no-info --version-string="$version" --source="quarra-tcam $version" --name="$2" \
-      --include="$work/seeAlso" "${*:3}" | sed -E '/^\.SH NAME/{n;s/^(quarra-tcam) ([a-z-]+) /\1-\2 /}' >"$folder/$1.1"
+      --include="$work/seeAlso" "${*:3}" | sed -E '/^\.SH NAME/{n;s/^(quarra-tcam) ([a-z-]+) /\1-\2 /}' |
+      gzip -9n >"$folder/$1.1.gz"
 }
 
 commands=$(quarra-tcam --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z][a-z-]*\)  *\(.*\)/\1 \2/p')
 [ -n "$commands" ] || { echo "manPages.sh: $tool --help lists no commands" >&2; exit 1; }
-sed "s|@COMMANDS@|$(cut -d' ' -f1 <<<"$commands" | sed 's|.*|.BR quarra-tcam-& (1),|' | paste -sd' ' | sed 's|, \.BR|,\\n.BR|g; s|,$||')|" \
-   "$here/manual.txt" >"$work/seeAlso"
+pages=$(cut -d' ' -f1 <<<"$commands" | sed 's/.*/quarra-tcam-&(1)/' | paste -sd, | sed 's/,/, /g')
+sed "s|@COMMANDS@|$pages|" "$here/manual.txt" >"$work/seeAlso"
 page quarra-tcam "class IDs for TCAM entries, on a simulated switch chip" quarra-tcam
-printf '[see also]\n.BR quarra-tcam (1)\n' >"$work/seeAlso"
+printf '[see also]\nquarra-tcam(1)\n' >"$work/seeAlso"
 while read -r command description; do
    page "quarra-tcam-$command" "${description,}" quarra-tcam "$command"
 done <<<"$commands"

@@ -24,7 +24,10 @@ tar -xf "$sources" -C "$root$home/sources"
 chroot "$root" useradd --home "$home" somebody
 chroot "$root" chown -R somebody "$home"
 
-install() { chroot "$root" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@" >/dev/null; }
+install() {
+   chroot "$root" bash -c "DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $*" \
+      >"$work/installed" 2>&1 || { cat "$work/installed"; exit 1; }
+}
 # Runs a bash command as somebody, in the home folder, without network.
 somebody() { unshare --net chroot --userspec=somebody "$root" env -i HOME="$home" PATH=/usr/bin:/bin LANG=C.UTF-8 bash -euc "cd ~; $1"; }
 step() { echo "-- $*"; }
@@ -32,11 +35,11 @@ step() { echo "-- $*"; }
 chroot "$root" apt-get update -qq
 step "the command, with the packages that it depends on"
 for package in "$root"/packages/*.deb; do
-   echo "   $(dpkg-deb --field "$package" Package Version | paste -sd' '): $(dpkg-deb --field "$package" Depends)"
+   depends=$(dpkg-deb --field "$package" Depends)
+   echo "   $(dpkg-deb --show --showformat '${Package} ${Version}' "$package"): $depends"
+   [[ $package == *-dev_* || $depends == *"libc6 (>= "* ]] || { echo "no versioned dependencies"; exit 1; }
 done
-dpkg-deb --field "$root"/packages/quarra-tcam_*.deb Depends | grep -qE 'libc6 \(>= .*libquarratcamports[0-9.]+ \(' ||
-   { echo "no versioned dependencies"; exit 1; }
-install /packages/quarra-tcam_*.deb /packages/libquarratcamports[0-9]*.deb
+install "/packages/quarra-tcam_*.deb /packages/libquarratcamports[0-9]*.deb"
 somebody 'quarra-tcam --version; quarra-tcam apply scenarios/pods16.json | tail -1; quarra-tcam --variant hsdk groups | head -3'
 step "the manual and the shell"
 install man-db bash-completion
@@ -48,7 +51,7 @@ somebody 'cmake -S sources -B "library build" -DQUARRA_TOOL=OFF -DQUARRA_AGENT=O
    cmake --build "library build" --parallel >built 2>&1 || { cat built; exit 1; }
    ls "library build/lib"'
 step "agents on the development files"
-install /packages/libquarratcamports-dev_*.deb pkg-config
+install "/packages/libquarratcamports-dev_*.deb" pkg-config
 somebody 'cmake -S agent -B "agent build" >/dev/null
    cmake --build "agent build" >built 2>&1 || { cat built; exit 1; }
    "agent build/example-agent" | diff agent/expected.txt -
@@ -58,7 +61,7 @@ somebody 'cmake -S agent -B "agent build" >/dev/null
    g++ -std=c++20 agent/{withReferenceAgent,sdk,shim}.cpp $(pkg-config --cflags --libs QuarraTcamPortsAgent) -o with-agent
    ./with-agent | diff agent/expectedOfReferenceAgent.txt -'
 step "gone without a trace"
-chroot "$root" apt-get purge -y -qq quarra-tcam 'libquarratcamports*' >/dev/null
+chroot "$root" apt-get purge -y -qq quarra-tcam 'libquarratcamports*' >/dev/null 2>&1
 left=$(find "$root/usr" -iname '*quarra*')
 [ -z "$left" ] || { echo "$left"; exit 1; }
 echo "the packages work in a bare Debian 12"
