@@ -73,7 +73,7 @@ std::string hexWord( U32 word ) {
 JsonOut chipPorts( const Switch &theSwitch ) {
    auto ports = JsonOut::array();
    for ( const auto &port : theSwitch.ports() ) {
-      const auto aclGroup = theSwitch.aclGroup( port );
+      const auto aclGroup = theSwitch.chip().aclGroup( port.port() );
       const U32 ifp = theSwitch.sourceTrunkMapWord( ifpSourceTrunkMap, port );
       const U32 vfp = theSwitch.sourceTrunkMapWord( vfpSourceTrunkMap, port );
       if ( aclGroup.count() || ifp || vfp ) {
@@ -84,6 +84,10 @@ JsonOut chipPorts( const Switch &theSwitch ) {
       }
    }
    return ports;
+}
+
+ClassIdType typeOfTable( U8 table ) {
+   return table == QuarraCentral::ifpSourceTrunkMapTable ? ifpSourceTrunkMap : vfpSourceTrunkMap;
 }
 
 JsonOut chipEntries( const Switch &theSwitch ) {
@@ -99,6 +103,7 @@ JsonOut chipEntries( const Switch &theSwitch ) {
          break;
       case Kind::interfaceClassPort:
          json[ "qualifier" ] = "interfaceClassPort";
+         json[ "word" ] = stringValue( typeOfTable( entry.frame.sourceTrunkMapTable ) );
          json[ "data" ] = hexWord( entry.data );
          json[ "mask" ] = hexWord( entry.mask );
          break;
@@ -139,10 +144,14 @@ JsonOut keyJson( const RequestKey &key ) {
    return JsonOut::array( { key.name(), key.number(), key.secondName() } );
 }
 
-JsonOut mismatchJson( const Mismatch &mismatch ) {
-   return { { "entry", mismatch.entry },           { "group", mismatch.group.value() },
-            { "port", portJson( mismatch.port ) }, { "expected", mismatch.expected },
-            { "found", mismatch.found },           { "reason", mismatch.reason } };
+JsonOut mismatchJson( const Switch &theSwitch, const Mismatch &mismatch ) {
+   return { { "entry", mismatch.entry },
+            { "group", mismatch.group.value() },
+            { "port", portJson( mismatch.port ) },
+            { "expected", mismatch.expected },
+            { "found", mismatch.found },
+            { "cause", reasonName( mismatch.reason ) },
+            { "reason", reasonText( theSwitch.agent().variant(), mismatch ) } };
 }
 
 JsonOut dumpSpaces( const Switch &theSwitch ) {

@@ -17,6 +17,6 @@ JsonOut dumpChip( const Switch &theSwitch );   // ports that carry something, TC
 JsonOut configJson( const QuarraTcam::ClassIdTcamGroupConfig &config );
 JsonOut portJson( const QuarraModPort &port ); // a number in module 0, else { "module", "port" }
 JsonOut keyJson( const QuarraTcam::RequestKey &key );
-JsonOut mismatchJson( const Mismatch &mismatch );
+JsonOut mismatchJson( const Switch &theSwitch, const Mismatch &mismatch );
 
 } // namespace QuarraLab

@@ -23,6 +23,7 @@ class Sdk6Backend : public Backend {
    U32 aclGroupPort( const QuarraCentral::QuarraModPort &port ) const override { return port.port(); }
    AclGroupValue aclGroup( U32 port ) const override { return groups_.groupsOf( port ); }
 
+   U64 writesOfABit( U32 /*port*/ ) const override { return 1; }
    std::vector<U32> portsWithAclGroup() const override {
       std::vector<U32> ports;
       const auto members = groups_.membersOfAny();

@@ -98,6 +98,9 @@ std::string Model::createGroup( U16 id, std::optional<std::pair<U8, U8>> &hint )
       hint.emplace( U8{ 0 }, static_cast<U8>( flexible - 1 ) );
       return "ok";
    }
+   if ( !states_.contains( id ) && U32{ group.width } * group.numPools > chip_.sizes.at( group.space ) ) {
+      return "spaceTooNarrow";
+   }
    if ( !states_.contains( id ) && !takePools( id, group.width ) ) {
       return "noRoom";
    }

@@ -81,7 +81,7 @@ std::string Trial::carryOut( const Operation &operation ) {
 
 std::string Trial::unexplainedMatches() const {
    for ( const auto &mismatch : checkMatches( switch_ ) ) {
-      if ( mismatch.reason.ends_with( "a fault" ) ) {
+      if ( mismatch.reason == QuarraLab::Reason::fault ) {
          return fmt::format( "entry {} on port {}: matches {}, should be {}", mismatch.entry,
                              mismatch.port.port(), mismatch.found, mismatch.expected );
       }

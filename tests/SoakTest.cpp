@@ -72,13 +72,21 @@ TEST( VerifyAll, SeesEveryKindOfState ) {
         [ = ]( auto &m ) {
            m.sourceTrunkMapConfig()->postRequest( { 1, port( 1 ), 9 }, 0 );
         } },
-      { "TCAM entries", []( auto & ) { SdkShim->fieldEntryCreate( 0, 8 ); } },
+      { "TCAM entry 1: not installed",
+        []( auto & ) {
+           SdkShim->fieldEntryDestroy( 0, 1 );
+           SdkShim->fieldEntryCreate( 0, 1, { .endBit = 63 } );
+        } },
+      { "TCAM entries", []( auto & ) { SdkShim->fieldEntryCreate( 0, 8, { .endBit = 63 } ); } },
       { "table 9 port 0/1", [ = ]( auto & ) { SdkShim->portTableSet( 0, 9, port( 1 ), 1 ); } },
       { "TCAM entry 1 mask",
         [ = ]( auto &m ) {
            const auto qualifier = m.getClassId( 13, group( m ).requestStatus().begin()->first, 1 );
            qualifier->mask()->set( 63 );
+           SdkShim->fieldEntryDestroy( 0, 1 );
+           SdkShim->fieldEntryCreate( 0, 1, { .endBit = 63 } );
            m.programClassIdQualifierInHw( 0, 13, 1, qualifier );
+           SdkShim->fieldEntryInstall( 0, 1 );
         } },
    };
    for ( const auto &change : changes ) {

@@ -44,7 +44,7 @@ JsonOut applyJson( const Applied &applied ) {
    const auto &agent = applied.theSwitch().agent();
    auto mismatches = JsonOut::array();
    for ( const auto &mismatch : applied.mismatches() ) {
-      mismatches.push_back( mismatchJson( mismatch ) );
+      mismatches.push_back( mismatchJson( applied.theSwitch(), mismatch ) );
    }
    const auto &costs = applied.costs();
    return { { "ok", applied.allFitAndMatch() },

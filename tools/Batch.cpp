@@ -148,7 +148,7 @@ JsonOut Batch::check( JsonFields &fields ) {
    fields.finish();
    auto mismatches = JsonOut::array();
    for ( const auto &mismatch : checkMatches( theSwitch() ) ) {
-      mismatches.push_back( mismatchJson( mismatch ) );
+      mismatches.push_back( mismatchJson( theSwitch(), mismatch ) );
    }
    auto answer = ok();
    answer[ "mismatches" ] = std::move( mismatches );

@@ -45,6 +45,7 @@ void addBindings( AclConfig &config ) {
 
 ChipChoice GlobalOptions::choice() const {
    auto choice = defaultChoice( variant );
+   choice.onlySwitchOfProcess = true;
    for ( const auto &text : failSdkCalls ) {
       choice.failures.push_back( sdkCallFailure( text ) );
    }

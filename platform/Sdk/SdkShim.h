@@ -12,6 +12,18 @@ using namespace Nodra::Types;
 enum class PbmpKind { ethernet, all, cpu, loopback, frontPanel };
 enum class Opcode { lookup, insert, update };
 
+// What the qualifier of a TCAM entry is held against on a packet's ingress port. Told when the entry is
+// created.
+struct QualifierFrame {
+   U8 sourceTrunkMapTable = 0; // not 0: the port's word in this table
+   // Else the port's ACL-group value:
+   U8 firstBit = 0; // the bit of it that bit 0 of the qualifier reads
+   U8 startBit = 0; // the bits of it that the qualifier may cover, from this one
+   U8 endBit = 0;   // to this one, which is among them
+
+   bool operator==( const QualifierFrame & ) const = default;
+};
+
 // The agent's access to the SDK: what differs between SDK releases, and what the agent needs beside the
 // functions that the library calls by name. Installed in SdkShim by whoever provides the SDK.
 class NODRA_API Shim {
@@ -40,8 +52,10 @@ class NODRA_API Shim {
    virtual void preCall() {}
    virtual void errorHook( int /*code*/ ) {}
 
-   // TCAM entries by id, and words of the port tables. Each returns 0, or a negative code on error.
-   virtual int fieldEntryCreate( int unit, U32 entry ) = 0;
+   // TCAM entries by id, and words of the port tables. Each returns 0, or a negative code on error. An entry
+   // is created, then gets its qualifiers, and matches nothing before it is installed.
+   virtual int fieldEntryCreate( int unit, U32 entry, const QualifierFrame &frame ) = 0;
+   virtual int fieldEntryInstall( int unit, U32 entry ) = 0;
    virtual int fieldEntryDestroy( int unit, U32 entry ) = 0;
    virtual int portTableSet( int unit, U8 table, const QuarraCentral::QuarraModPort &port, U32 value ) = 0;
 };
