@@ -73,7 +73,7 @@ std::string hexWord( U32 word ) {
 JsonOut chipPorts( const Switch &theSwitch ) {
    auto ports = JsonOut::array();
    for ( const auto &port : theSwitch.ports() ) {
-      const auto aclGroup = theSwitch.chip().aclGroup( port.port() );
+      const auto aclGroup = theSwitch.aclGroup( port );
       const U32 ifp = theSwitch.sourceTrunkMapWord( ifpSourceTrunkMap, port );
       const U32 vfp = theSwitch.sourceTrunkMapWord( vfpSourceTrunkMap, port );
       if ( aclGroup.count() || ifp || vfp ) {

@@ -39,6 +39,9 @@ class Switch {
    QuarraSimulator::SimulatedChip &chip() { return *chip_; }
    const QuarraSimulator::SimulatedChip &chip() const { return *chip_; }
 
+   // The ACL-group value that a port carries.
+   Vesk::Bitmap aclGroup( const QuarraModPort &port ) const { return chip_->aclGroup( port.port() ); }
+
    // A port's word of the table that a source-trunk-map type is kept in.
    U32 sourceTrunkMapWord( QuarraTcam::ClassIdType type, const QuarraModPort &port ) const;
 

@@ -73,7 +73,7 @@ Vesk::Bitmap carriedValue( const Switch &theSwitch, const Space &space, const Qu
       }
       return value;
    }
-   for ( const U32 bit : theSwitch.chip().aclGroup( port.port() ).setBits() ) {
+   for ( const U32 bit : theSwitch.aclGroup( port ).setBits() ) {
       if ( bit >= space.firstBit && bit - space.firstBit < space.size ) {
          value.set( bit - space.firstBit );
       }
