@@ -17,19 +17,28 @@ using Nodra::Text;
 using Sdk::FieldEntry;
 using Kind = Drift::Kind;
 
+std::vector<U32> inPortsValue( std::vector<U32> bits, const Sdk::QualifierFrame &frame ) {
+   for ( U32 &bit : bits ) {
+      bit += frame.firstBit;
+   }
+   return bits;
+}
+
 FieldEntry expectedEntry( const TcamAgent &agent, U32 id, const Entry &entry ) {
    const auto group = entry.request.group;
    const auto qualifier = agent.manager().getClassId( group, entry.key, id );
    const auto type = classIdTcamGroupsInfo.at( group )->classIdType();
    FieldEntry expected;
+   expected.frame = agent.frameOf( *classIdTcamGroupsInfo.at( group ) );
+   expected.installed = true;
    if ( type == ClassIdType::ifpSourceTrunkMap || type == ClassIdType::vfpSourceTrunkMap ) {
       expected.qualifier = FieldEntry::Qualifier::interfaceClassPort;
       expected.data = static_cast<U32>( qualifier->data()->word( 0 ) );
       expected.mask = static_cast<U32>( qualifier->mask()->word( 0 ) );
    } else {
       expected.qualifier = FieldEntry::Qualifier::aclGroup;
-      expected.dataBits = qualifier->data()->setBits();
-      expected.maskBits = qualifier->mask()->setBits();
+      expected.dataBits = inPortsValue( qualifier->data()->setBits(), expected.frame );
+      expected.maskBits = inPortsValue( qualifier->mask()->setBits(), expected.frame );
    }
    return expected;
 }
@@ -205,17 +214,21 @@ class Auditor {
       const auto found = readBack_->fieldEntry( unit_, entry );
       const auto expected = expectedEntry( agent_, entry, installed );
       const bool other =
-         found && found->qualifier != FieldEntry::Qualifier::none && found->qualifier != expected.qualifier;
+         found && ( found->frame != expected.frame || ( found->qualifier != FieldEntry::Qualifier::none &&
+                                                        found->qualifier != expected.qualifier ) );
       if ( other ) {
          destroy( entry );
       }
       if ( other || !found ) {
-         SDK_CALL( SdkShim->fieldEntryCreate( unit_, entry ) );
+         SDK_CALL( SdkShim->fieldEntryCreate( unit_, entry, expected.frame ) );
       }
       const auto group = installed.request.group;
       agent_.manager().programClassIdQualifierInHw(
          static_cast<U32>( unit_ ), group, entry,
          agent_.manager().getClassId( group, installed.key, entry ) );
+      if ( other || !found || !found->installed ) {
+         SDK_CALL( SdkShim->fieldEntryInstall( unit_, entry ) );
+      }
    }
 
    const TcamAgent &agent_;

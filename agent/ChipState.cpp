@@ -1,5 +1,6 @@
 #include "agent/ChipState.h"
 
+#include "Nodra/Assert.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "Sdk/SdkShim.h"
 #include "Vesk/UniqueId.h"
@@ -62,6 +63,16 @@ QuarraTcam::Scsd bringUpChip( const Variant &variant, const ChipConfig &config )
       scsd->quarraCpuModPortIs( { module.value(), port.port() } );
    }
    return scsd;
+}
+
+void bringUpManager( QuarraTcam::QuarraTcamPortsManager &manager, const Variant &variant,
+                     const ChipConfig &config ) {
+   const auto scsd = bringUpChip( variant, config );
+   const auto helper = variant.factory( scsd );
+   NODRA_ASSERT( variant.made( *helper ) ) << " variant " << std::string( variant.name );
+   manager.scsdIs( scsd );
+   manager.portsHelperIs( helper );
+   manager.sourceTrunkMapConfigIs( std::make_shared<PortTabWriteRequestDir>() );
 }
 
 void forgetEarlierAgents() {

@@ -54,7 +54,7 @@ void RecordKeeper::ends( TcamGroupId group, U32 entry ) {
          keepBits();
          keepCount();
          if ( entry != INVALID_ENTRY_ID ) {
-            keepWords( agent_.portTableService_.lastWritten() );
+            keepWords( agent_.portTableService_->lastWritten() );
             keepEntry( entry );
          }
          if ( begun_ ) {
@@ -102,7 +102,7 @@ void RecordKeeper::keepAll() {
    keepSpaces();
    keepBits();
    std::vector<QuarraCentral::PortTabWriteRequestKey> keys;
-   for ( const auto &[ key, value ] : agent_.directory_->request() ) {
+   for ( const auto &[ key, value ] : agent_.manager_->sourceTrunkMapConfig()->request() ) {
       keys.push_back( key );
    }
    keepWords( keys );
@@ -258,7 +258,7 @@ void RecordKeeper::keepWords( const std::vector<QuarraCentral::PortTabWriteReque
    for ( const auto &key : keys ) {
       const auto [ item, added ] = words_.try_emplace( key.packed(), order_ + 1 );
       order_ += added;
-      store_.put( WordRow{ item->second, key, agent_.directory_->request( key ) } );
+      store_.put( WordRow{ item->second, key, agent_.manager_->sourceTrunkMapConfig()->request( key ) } );
    }
 }
 

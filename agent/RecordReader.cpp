@@ -56,7 +56,7 @@ class RecordReader {
    void forget() {
       manager_.classIdTcamGroupStatusDelAll();
       manager_.programmedBitDelAll();
-      agent_.directory_->requestDelAll();
+      agent_.manager_->sourceTrunkMapConfig()->requestDelAll();
       agent_.entries_.clear();
       agent_.askers_.clear();
       keeper_.groups_.clear();
@@ -159,7 +159,7 @@ class RecordReader {
 
    void readWords() {
       store_.each( [ & ]( WordRow row ) {
-         agent_.directory_->requestIs( row.key, row.value );
+         agent_.manager_->sourceTrunkMapConfig()->requestIs( row.key, row.value );
          keeper_.words_.emplace( row.key.packed(), row.order );
          seen( row.order );
       } );

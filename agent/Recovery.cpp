@@ -79,7 +79,7 @@ void Recovery::undo( const InstallRequest &request ) {
    RequestChecks::freeEntryId( agent_.entries_, request );
    RequestChecks::knownPorts( agent_.chip_, agent_.chipPorts_, request );
    RequestChecks::ethernetFits( config, request );
-   RequestChecks::knownSystemRule( *agent_.manager_, request );
+   RequestChecks::knownRule( *agent_.manager_, config, request );
    auto &manager = *agent_.manager_;
    bool roomForIt = false;
    auto bits = firstOnes( Rehearsal::bitsOf( manager, [ & ] {
@@ -121,7 +121,7 @@ void Recovery::writeChip( U32 entry, const std::vector<U8> &bits ) {
       const auto &ports = manager.programmedBit( bit );
       manager.portsHelper()->setAclGroupClassId( bit, ports ? ports : intfGroupInfoFactory() );
    }
-   agent_.portTableService_.drain();
+   agent_.portTableService_->drain();
 }
 
 } // namespace QuarraAgent

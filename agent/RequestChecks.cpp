@@ -5,6 +5,8 @@
 #include <optional>
 
 #include "Nodra/Text.h"
+#include "QuarraTcam/QuarraTcamCommonData.h"
+#include "agent/SystemAclFeatures.h"
 
 namespace QuarraAgent::RequestChecks {
 namespace {
@@ -60,14 +62,8 @@ std::string spaceUse( const QuarraTcamPortsManager &manager, ClassIdType type ) 
       text << separator << "group " << group << ": " << bits;
       separator = ", ";
    }
+   text << ( holders.empty() ? " no group" : "" );
    return text.string();
-}
-
-void spaceExists( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config ) {
-   if ( !manager.classIdHwStatusHas( config.classIdType() ) ) {
-      refuse( "noSpace", Text() << "group " << config.tcamGroupId() << ": the chip has no "
-                                << config.classIdType() << " space" );
-   }
 }
 
 } // namespace
@@ -83,6 +79,10 @@ const ClassIdTcamGroupConfig &knownGroup( TcamGroupId group ) {
       text << " " << known;
    }
    refuse( "unknownGroup", text );
+}
+
+RequestKey keyOfReservedRule( const RuleId &rule ) {
+   return { rule.name(), 0, rule.name() };
 }
 
 void freeEntryId( const std::map<U32, Entry> &entries, const InstallRequest &request ) {
@@ -125,29 +125,36 @@ void ethernetFits( const ClassIdTcamGroupConfig &config, const InstallRequest &r
    }
 }
 
-void knownSystemRule( const QuarraTcamPortsManager &manager, const InstallRequest &request ) {
-   if ( !isSystemAclGroup( request.group ) ) {
-      return;
-   }
-   if ( !request.rule ) {
-      refuse( "ruleRequired", groupAndEntry( request ) << "an entry of a system group names its rule" );
-   }
-   const auto *status = statusOf( manager, request.group );
-   const auto *table = getSystemAclAttributes( manager.scsd()->quarraModId().begin()->second.chipInfo ).get();
-   const auto feature =
-      table->reservationAttr()->featureGroup( SystemAclFeatureGroupKey( request.rule->featureGroupType() ) );
-   if ( status && feature && feature->requestKeyHas( *request.rule ) &&
-        status->requestStatusHas( feature->requestKey( *request.rule ) ) ) {
+// In a system group the chip's attributes say which rules have a key. In another one the agent makes the key of
+// a rule that was reserved from the rule's name, which then must come from the group's own feature.
+void knownRule( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
+                const InstallRequest &request ) {
+   const auto group = request.group;
+   if ( isSystemAclGroup( group ) ) {
+      if ( !request.rule ) {
+         refuse( "ruleRequired", groupAndEntry( request ) << "an entry of a system group names its rule" );
+      }
+      const auto *status = statusOf( manager, group );
+      const auto table = getSystemAclAttributes( getQuarraTcamCommonData()->chipInfo() );
+      const auto feature = table->reservationAttr()->featureGroup(
+         SystemAclFeatureGroupKey( request.rule->featureGroupType() ) );
+      if ( status && feature && feature->requestKeyHas( *request.rule ) &&
+           status->requestStatusHas( feature->requestKey( *request.rule ) ) ) {
+         return;
+      }
+   } else if ( !request.rule || !config.requestKeyHas( keyOfReservedRule( *request.rule ) ) ||
+               request.rule->featureGroupType() == featureOf( group ) ) {
       return;
    }
    Text text = groupAndEntry( request );
    text << "rule \"" << request.rule->name() << "\" of feature " << request.rule->featureGroupType()
-        << " is not reserved in the group; reserved:";
+        << " is not reserved in the group; reserved for feature " << featureOf( group ) << ":";
    const char *separator = " ";
-   for ( const auto &[ key, flag ] : knownGroup( request.group ).requestKey() ) {
+   for ( const auto &[ key, flag ] : config.requestKey() ) {
       text << separator << "\"" << key.name() << "\"";
       separator = ", ";
    }
+   text << ( config.requestKeys() ? "" : " none" );
    refuse( "unknownRule", text );
 }
 
@@ -171,34 +178,35 @@ void keyCanBeReserved( const QuarraTcamPortsManager &manager, const ClassIdTcamG
                                      << std::countr_zero( config.classIdPoolBits() )
                                      << " and belongs to the rules reserved at start-up: name one of them" );
    }
-   spaceExists( manager, config );
-   if ( config.classIdType() == aclGroupFixedWidth ) {
-      if ( !status ) {
-         refuse( "groupNotCreated", groupAndEntry( request )
-                                       << "a fixed-width group gets its class IDs when it is created" );
-      }
-      return;
+   if ( config.classIdType() == aclGroupFixedWidth && !status ) {
+      refuse( "groupNotCreated", groupAndEntry( request )
+                                    << "a fixed-width group gets its class IDs when it is created" );
    }
-   const U32 size = manager.classIdHwStatus( config.classIdType() )->size();
-   if ( !( status && lendingPool( *status ) ) && runBits( config ) > size + 1 ) {
-      refuse( "spaceTooNarrow", groupAndEntry( request )
-                                   << "the group takes " << runBits( config ) << " bits at once, "
-                                   << config.classIdType() << " has " << size );
+   if ( !( status && lendingPool( *status ) ) ) {
+      spaceIsWideEnough( manager, config );
    }
 }
 
-void poolFits( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config ) {
-   spaceExists( manager, config );
-   if ( config.classIdType() != aclGroupFixedWidth || statusOf( manager, config.tcamGroupId() ) ) {
-      return; // its pools come with its entries, or are there
+// A search for one bit more than there are finds nothing; for more than that it aborts.
+void spaceIsWideEnough( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config ) {
+   const auto type = config.classIdType();
+   if ( !manager.classIdHwStatusHas( type ) ) {
+      refuse( "noSpace",
+              Text() << "group " << config.tcamGroupId() << ": the chip has no " << type << " space" );
    }
-   const auto &bitmap = *manager.classIdHwStatus( config.classIdType() );
-   const U32 bits = runBits( config );
-   if ( lowestFreeRun( bitmap, bits ) ) {
-      return;
+   const U32 size = manager.classIdHwStatus( type )->size();
+   const bool growsByOneBit = type != aclGroupFixedWidth;
+   if ( runBits( config ) > size + ( growsByOneBit ? 1 : 0 ) ) {
+      refuse( "spaceTooNarrow", Text() << "group " << config.tcamGroupId() << ": it takes "
+                                       << runBits( config ) << " bits at once, " << type << " has " << size );
    }
-   refuse( "noRoom", Text() << "group " << config.tcamGroupId() << ": no run of " << bits
-                            << " bits is free: " << spaceUse( manager, config.classIdType() ) );
+}
+
+RequestRefused noPool( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config ) {
+   Text text;
+   text << "group " << config.tcamGroupId() << ": no run of " << runBits( config )
+        << " bits is free: " << spaceUse( manager, config.classIdType() );
+   return { "noRoom", text.string() };
 }
 
 void groupCanBeDeleted( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
@@ -231,34 +239,18 @@ void groupCanBeDeleted( const QuarraTcamPortsManager &manager, const ClassIdTcam
    }
 }
 
-void startUpFits( const ChipConfig &chip ) {
-   const std::map<ClassIdType, U32> sizes = { { ifpSourceTrunkMap, chip.sourceTrunkMapBits },
-                                              { vfpSourceTrunkMap, chip.sourceTrunkMapBits },
-                                              { aclGroupFlexibleWidth, chip.flexibleBits },
-                                              { aclGroupFixedWidth, chip.fixedBits } };
-   std::map<ClassIdType, U32> needed;   // the search for free bits, which starts at bit 0
-   std::map<ClassIdType, U32> fixedEnd; // fixed offsets, which the search passes over
-   for ( const auto &[ group, config ] : classIdTcamGroupsInfo ) {
-      if ( config->allocationType() != allocateOnInit || !config->requestKeys() ) {
-         continue;
-      }
-      const U32 width = config->classIdPoolWidth();
-      if ( config->classIdPoolBits() != 0 ) {
-         const U32 end = static_cast<U32>( std::countr_zero( config->classIdPoolBits() ) ) + width;
-         fixedEnd[ config->classIdType() ] = std::max( fixedEnd[ config->classIdType() ], end );
-      } else {
-         const U32 perPool = ( U32{ 1 } << width ) - 1;
-         needed[ config->classIdType() ] += ( config->requestKeys() + perPool - 1 ) / perPool * width;
-      }
-   }
-   for ( const auto &[ type, end ] : fixedEnd ) {
-      needed[ type ] = std::max( needed[ type ], end );
-   }
-   for ( const auto &[ type, bits ] : needed ) {
-      if ( bits > sizes.at( type ) ) {
-         refuse( "chipTooSmall", Text()
-                                    << "chip " << chip.profile << ": the rules reserved at start-up need "
-                                    << bits << " bits of " << type << ", the chip has " << sizes.at( type ) );
+void startUpFits( const Variant &variant, const ChipConfig &chip ) {
+   const auto &[ flexible, ifpSourceTrunkMapBits ] = variant.generation.startUp;
+   const struct {
+      ClassIdType type;
+      U32 needed;
+      U32 size;
+   } spaces[] = { { ifpSourceTrunkMap, ifpSourceTrunkMapBits, chip.sourceTrunkMapBits },
+                  { aclGroupFlexibleWidth, flexible, chip.flexibleBits } };
+   for ( const auto &[ type, needed, size ] : spaces ) {
+      if ( needed > size ) {
+         refuse( "chipTooSmall", Text() << "chip " << chip.profile << ": the rules reserved at start-up need "
+                                        << needed << " bits of " << type << ", the chip has " << size );
       }
    }
 }

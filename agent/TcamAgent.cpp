@@ -15,31 +15,20 @@ using enum ClassIdType;
 static Nodra::TraceHandle unitTrace( "TcamAgent" );
 
 TcamAgent::TcamAgent( const Variant &variant, const ChipConfig &chip, QuarraTcamPortsManager::Ptr manager )
-   : variant_( variant ),
-     chip_( chip ),
-     manager_( std::move( manager ) ),
-     directory_( std::make_shared<QuarraCentral::PortTabWriteRequestDir>() ),
-     portTableService_( directory_ ) {
+   : variant_( variant ), chip_( chip ), manager_( std::move( manager ) ) {
    checkChip( variant, chip );
+   RequestChecks::startUpFits( variant, chip );
    for ( const auto &port : chip.ports ) {
       chipPorts_.insert( port.port );
    }
    for ( const auto &port : chip.cpuPorts ) {
       chipPorts_.insert( port );
    }
-   scsd_ = bringUpChip( variant, chip );
-   const auto helper = variant.factory( scsd_ );
-   NODRA_ASSERT( variant.made( *helper ) ) << " variant " << std::string( variant.name );
-   // Registering is repeated by doSetup, to no effect; the agent looks at the groups before anything is
-   // reserved.
-   helper->initializeTcamGroupsInfo();
-   RequestChecks::startUpFits( chip );
-   publishSystemAclAttributes( getQuarraTcamCommonData()->chipInfo() );
-   manager_->scsdIs( scsd_ );
-   manager_->portsHelperIs( helper );
-   manager_->sourceTrunkMapConfigIs( directory_ );
+   bringUpManager( *manager_, variant, chip );
+   portTableService_.emplace( manager_->sourceTrunkMapConfig() );
    manager_->doSetup();
-   portTableService_.drain();
+   publishSystemAclAttributes( getQuarraTcamCommonData()->chipInfo() );
+   portTableService_->drain();
 }
 
 std::optional<QualifierHintInfo> TcamAgent::createGroup( TcamGroupId group ) {
@@ -49,7 +38,12 @@ std::optional<QualifierHintInfo> TcamAgent::createGroup( TcamGroupId group ) {
    if ( config.classIdType() == ifpSourceTrunkMap || config.classIdType() == vfpSourceTrunkMap ) {
       return std::nullopt;
    }
-   RequestChecks::poolFits( *manager_, config );
+   RequestChecks::spaceIsWideEnough( *manager_, config );
+   // A fixed-width group takes its pool now. Where there is none, nothing has changed.
+   if ( config.classIdType() == aclGroupFixedWidth && !manager_->classIdTcamGroupStatusHas( group ) &&
+        !manager_->reservePoolOfWidth( group, config.classIdPoolWidth() ) ) {
+      throw RequestChecks::noPool( *manager_, config );
+   }
    const auto hint = manager_->createAclGroupBitmapHint( group );
    if ( journal_ ) {
       journal_->ends( group, INVALID_ENTRY_ID );
@@ -74,7 +68,7 @@ void TcamAgent::deleteGroup( TcamGroupId group ) {
 IntfGroupInfo::PtrConst TcamAgent::intfGroupOf( const InstallRequest &request ) const {
    const auto type = RequestChecks::knownGroup( request.group ).classIdType();
    if ( request.ethernet && ( type == ifpSourceTrunkMap || type == vfpSourceTrunkMap ) ) {
-      return manager_->getIntfGroupFromPbmp( request.group, getPbmpEAll( scsd_ ), false );
+      return manager_->getIntfGroupFromPbmp( request.group, getPbmpEAll( scsd() ), false );
    }
    auto profile = std::make_shared<IntfProfile>();
    profile->allEthernetIs( request.ethernet );
@@ -84,11 +78,37 @@ IntfGroupInfo::PtrConst TcamAgent::intfGroupOf( const InstallRequest &request ) 
    return manager_->getIntfGroupFromIntfProfile( profile );
 }
 
+// The bits that the group's hint allows, in a value whose fixed-width space begins above the flexible one.
+Sdk::QualifierFrame TcamAgent::frameOf( const ClassIdTcamGroupConfig &config ) const {
+   if ( config.classIdType() == ifpSourceTrunkMap ) {
+      return { .sourceTrunkMapTable = QuarraCentral::ifpSourceTrunkMapTable };
+   }
+   if ( config.classIdType() == vfpSourceTrunkMap ) {
+      return { .sourceTrunkMapTable = QuarraCentral::vfpSourceTrunkMapTable };
+   }
+   const auto hint = manager_->createAclGroupBitmapHint( config.tcamGroupId() );
+   const bool isFixed = config.classIdType() == aclGroupFixedWidth;
+   return { .firstBit = isFixed ? chip_.flexibleBits : U8{ 0 },
+            .startBit = hint.startBit,
+            .endBit = hint.endBit };
+}
+
+// The ports carry the class ID by now. The entry matches nothing before it is installed, so at no time a port
+// that it was not asked for.
+void TcamAgent::writeEntry( const ClassIdTcamGroupConfig &config, U32 entry,
+                            const BitmapQualifier::PtrConst &qualifier ) {
+   const int unit = SdkShim->vmSingleUnit();
+   const auto frame = frameOf( config );
+   SDK_CALL( SdkShim->fieldEntryCreate( unit, entry, frame ) );
+   manager_->programClassIdQualifierInHw( static_cast<U32>( unit ), config.tcamGroupId(), entry, qualifier );
+   SDK_CALL( SdkShim->fieldEntryInstall( unit, entry ) );
+}
+
 // A rule that was reserved at start-up has its key; every other entry goes by its interface group.
 RequestKey TcamAgent::keyOf( const InstallRequest &request, const IntfGroupInfo::PtrConst &intfGroup ) const {
    const auto ruleId = request.rule.value_or( RuleId( featureOf( request.group ), "" ) );
    if ( !isSystemAclGroup( request.group ) && request.rule ) {
-      RequestKey key( ruleId.name(), 0, ruleId.name() );
+      auto key = RequestChecks::keyOfReservedRule( ruleId );
       if ( RequestChecks::knownGroup( request.group ).requestKeyHas( key ) ) {
          return key;
       }
@@ -114,7 +134,7 @@ Installed TcamAgent::installEntry( const InstallRequest &request ) {
    RequestChecks::freeEntryId( entries_, request );
    RequestChecks::knownPorts( chip_, chipPorts_, request );
    RequestChecks::ethernetFits( config, request );
-   RequestChecks::knownSystemRule( *manager_, request );
+   RequestChecks::knownRule( *manager_, config, request );
    const auto intfGroup = intfGroupOf( request );
    const auto key = keyOf( request, intfGroup );
    RequestChecks::keyCanBeReserved( *manager_, config, request, key, *intfGroup );
@@ -126,16 +146,12 @@ Installed TcamAgent::installEntry( const InstallRequest &request ) {
       throw RequestChecks::noRoom( *manager_, config, request.entry );
    }
    manager_->programClassIdForIntfGroup( request.group, key, request.entry, intfGroup );
-   portTableService_.drain();
-   const int unit = SdkShim->vmSingleUnit();
-   const U32 entry = request.entry;
-   SDK_CALL( SdkShim->fieldEntryCreate( unit, entry ) );
+   portTableService_->drain();
    auto installed = describe( request, key );
-   manager_->programClassIdQualifierInHw( static_cast<U32>( unit ), request.group, entry,
-                                          installed.qualifier );
-   countAsker( entries_.emplace( entry, Entry{ request, key } ).first->second );
+   writeEntry( config, request.entry, installed.qualifier );
+   countAsker( entries_.emplace( request.entry, Entry{ request, key } ).first->second );
    if ( journal_ ) {
-      journal_->ends( request.group, entry );
+      journal_->ends( request.group, request.entry );
    }
    return installed;
 }
@@ -172,7 +188,7 @@ void TcamAgent::remove( TcamGroupId group, U32 entry ) {
    const int unit = SdkShim->vmSingleUnit();
    SDK_CALL( SdkShim->fieldEntryDestroy( unit, entry ) );
    removeEntry( item );
-   portTableService_.drain();
+   portTableService_->drain();
    if ( journal_ ) {
       journal_->ends( group, entry );
    }

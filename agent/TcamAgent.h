@@ -6,6 +6,7 @@
 
 #include "QuarraTcam/SystemAclAttributes.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
+#include "Sdk/SdkShim.h"
 #include "agent/ChipConfig.h"
 #include "agent/PortTableService.h"
 #include "agent/RequestRefused.h"
@@ -90,12 +91,15 @@ class TcamAgent {
    // The journal of all further requests; it outlives the agent or is set to null.
    void journalIs( RequestJournal *journal ) { journal_ = journal; }
 
+   // What the qualifiers of the group's entries are held against.
+   Sdk::QualifierFrame frameOf( const QuarraTcam::ClassIdTcamGroupConfig &config ) const;
+
    const Variant &variant() const { return variant_; }
    const ChipConfig &chip() const { return chip_; }
-   const QuarraTcam::Scsd &scsd() const { return scsd_; }
+   const QuarraTcam::Scsd &scsd() const { return manager_->scsd(); }
    QuarraTcam::QuarraTcamPortsManager &manager() const { return *manager_; }
    const std::map<U32, Entry> &entries() const { return entries_; }
-   U64 portTableWordsWritten() const { return portTableService_.wordsWritten(); }
+   U64 portTableWordsWritten() const { return portTableService_->wordsWritten(); }
 
  private:
    friend class RecordKeeper; // what outlives the process
@@ -107,6 +111,8 @@ class TcamAgent {
    QuarraTcam::IntfGroupInfo::PtrConst intfGroupOf( const InstallRequest &request ) const;
    QuarraTcam::RequestKey keyOf( const InstallRequest &request,
                                  const QuarraTcam::IntfGroupInfo::PtrConst &intfGroup ) const;
+   void writeEntry( const QuarraTcam::ClassIdTcamGroupConfig &config, U32 entry,
+                    const QuarraTcam::BitmapQualifier::PtrConst &qualifier );
    bool reservedAtStartUp( TcamGroupId group, const QuarraTcam::RequestKey &key ) const;
    void countAsker( const Entry &entry );
    void forgetPorts( const Entry &entry );
@@ -115,11 +121,9 @@ class TcamAgent {
    const Variant &variant_;
    ChipConfig chip_;
    PortSet chipPorts_; // the CPU's among them
-   QuarraTcam::Scsd scsd_;
    QuarraTcam::QuarraTcamPortsManager::Ptr manager_;
-   Nodra::Ptr<QuarraCentral::PortTabWriteRequestDir> directory_;
-   PortTableService portTableService_;
-   std::map<U32, Entry> entries_; // by entry id, which is unique on the chip
+   std::optional<PortTableService> portTableService_; // from set-up on
+   std::map<U32, Entry> entries_;                     // by entry id, which is unique on the chip
    RequestJournal *journal_ = nullptr;
 
    // How many entries of a key that was reserved at start-up ask for the same ports.

@@ -13,13 +13,19 @@ bool isExactly( const QuarraTcamPortsHelper &helper ) {
    return typeid( helper ) == typeid( Helper );
 }
 
+const Vesk::Bitmap *shadowOf( const QuarraTcamPortsHelper &helper, U16 port ) {
+   return dynamic_cast<const QuarraTcamTestSdk6PortsHelper &>( helper ).aclGroupShadow( port ).get();
+}
+
 constexpr Variant allVariants[] = {
-   { "sdk6", sdk6Generation, false, quarraTcamSdk6PortsHelperFactory, isExactly<QuarraTcamSdk6PortsHelper> },
-   { "hsdk", hsdkGeneration, false, quarraTcamHSDKPortsHelperFactory, isExactly<QuarraTcamHSDKPortsHelper> },
+   { "sdk6", sdk6Generation, false, quarraTcamSdk6PortsHelperFactory, isExactly<QuarraTcamSdk6PortsHelper>,
+     nullptr },
+   { "hsdk", hsdkGeneration, false, quarraTcamHSDKPortsHelperFactory, isExactly<QuarraTcamHSDKPortsHelper>,
+     nullptr },
    { "testSdk6", sdk6Generation, true, quarraTcamTestSdk6PortsHelperFactory,
-     isExactly<QuarraTcamTestSdk6PortsHelper> },
+     isExactly<QuarraTcamTestSdk6PortsHelper>, shadowOf },
    { "testHsdk", hsdkGeneration, true, quarraTcamTestHSDKPortsHelperFactory,
-     isExactly<QuarraTcamTestHSDKPortsHelper> },
+     isExactly<QuarraTcamTestHSDKPortsHelper>, nullptr },
 };
 
 } // namespace

@@ -15,8 +15,11 @@ struct Variant {
    const Generation &generation;
    bool twin; // a simulated switch's helper, with a shadow of the ports' ACL-group bits
    QuarraTcam::QuarraTcamPortsHelper::Ptr ( *factory )( const QuarraTcam::Scsd &scsd );
-   bool ( *made )(
-      const QuarraTcam::QuarraTcamPortsHelper &helper ); // whether a helper is one of this variant
+   bool ( *made )( const QuarraTcam::QuarraTcamPortsHelper &helper ); // whether it is one of this variant
+
+   // Where the helper keeps the ports' ACL-group values itself and leaves the chip alone: a port's value, or
+   // null when it is all clear. Null where the chip has them.
+   const Vesk::Bitmap *( *aclGroupOf )( const QuarraTcam::QuarraTcamPortsHelper &helper, U16 port );
 };
 
 // The ports that "all ethernet ports" puts a bit on.

@@ -6,7 +6,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "lab/Switch.h"
+#include "lab/MatchCheck.h"
 
 namespace QuarraBench {
 namespace {
@@ -214,6 +214,37 @@ JsonOut growth() {
    auto result = JsonOut::array();
    for ( std::size_t i = 0; i < all.size(); ++i ) {
       result.push_back( merged( all[ i ], ofRounds[ i ] ) );
+   }
+   return result;
+}
+
+// Two tables of group 16 over the ports of the default HSDK chip, all of them and all but the last: the second
+// table takes the ports from the first.
+JsonOut growthOfMatchCheck() {
+   constexpr U32 rounds = 5;
+   auto result = JsonOut::array();
+   for ( const U32 rules : { 500u, 1000u, 2000u, 4000u } ) {
+      Switch theSwitch( defaultChoice( "hsdk" ) );
+      auto &agent = theSwitch.agent();
+      std::vector<QuarraModPort> ports( theSwitch.ports().begin() + 1, theSwitch.ports().end() );
+      agent.createGroup( 16 );
+      for ( U32 entry = 1; entry <= 2 * rules; ++entry ) {
+         if ( entry == rules + 1 ) {
+            ports.pop_back();
+         }
+         agent.install( { 16, entry, ports, false, {} } );
+      }
+      std::vector<double> times;
+      std::size_t mismatches = 0;
+      for ( U32 round = 0; round < rounds; ++round ) {
+         const auto start = Clock::now();
+         mismatches = checkMatches( theSwitch ).size();
+         times.push_back( nanoseconds( Clock::now() - start ) );
+      }
+      result.push_back( { { "rules", 2 * rules },
+                          { "ports", theSwitch.ports().size() },
+                          { "mismatches", mismatches },
+                          { "milliseconds", median( times ) / 1e6 } } );
    }
    return result;
 }

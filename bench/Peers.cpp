@@ -120,7 +120,9 @@ JsonOut measured( const Switch &theSwitch, U64 rowsOfEntry, bool inPlace, const 
 }
 
 void create( Switch &theSwitch, U32 entry ) {
-   NODRA_ASSERT( theSwitch.chip().fieldEntryCreate( SdkShim->vmSingleUnit(), entry ) == 0 );
+   const int unit = SdkShim->vmSingleUnit();
+   NODRA_ASSERT( theSwitch.chip().fieldEntryCreate( unit, entry, {} ) == 0 );
+   NODRA_ASSERT( theSwitch.chip().fieldEntryInstall( unit, entry ) == 0 );
 }
 
 void destroy( Switch &theSwitch, U32 entry ) {
@@ -248,24 +250,12 @@ class ClassIds {
    }
 
    // The bits of the entry's qualifier count from the start of the group's class-ID space.
-   bool matches( U32 n, const Vesk::Bitmap &aclGroup ) const {
-      const auto type = QuarraTcam::classIdTcamGroupsInfo.at( scene_.group )->classIdType();
-      const U32 start =
-         type == QuarraTcam::ClassIdType::aclGroupFixedWidth ? switch_.agent().chip().flexibleBits : U32{ 0 };
-      const auto &entry = switch_.chip().tcamEntries().at( n + 1 );
-      return std::all_of( entry.maskBits.begin(), entry.maskBits.end(), [ & ]( U32 bit ) {
-         return aclGroup.test( start + bit ) ==
-                std::binary_search( entry.dataBits.begin(), entry.dataBits.end(), bit );
-      } );
-   }
-
    // Entries and ports that match though they should not, or do not though they should.
    void verify( bool joined ) {
       for ( const auto &port : switch_.ports() ) {
-         const auto aclGroup = switch_.aclGroup( port );
          for ( const U32 n : installed_ ) {
             const bool asked = scene_.portsHas( n, port ) || ( joined && port == joining_ );
-            mismatches_ += matches( n, aclGroup ) != asked;
+            mismatches_ += switch_.chip().matches( n + 1, port ) != asked;
          }
       }
    }

@@ -13,14 +13,9 @@ Scene::Scene( const char *variantName, U8 flexibleBits, U8 portBits ) {
    auto config = QuarraAgent::defaultChip( variant.generation );
    config.flexibleBits = flexibleBits;
    config.portBits = portBits;
-   QuarraAgent::forgetEarlierAgents();
-   chip_ = std::make_unique<QuarraSimulator::SimulatedChip>( QuarraLab::chipOptions( variant, config ) );
-   const auto scsd = QuarraAgent::bringUpChip( variant, config );
-   helper_ = variant.factory( scsd );
+   chip_ = QuarraLab::makeChip( variant, config );
    manager_ = quarraTcamPortsManagerFactory( "bench" );
-   manager_->scsdIs( scsd );
-   manager_->portsHelperIs( helper_ );
-   manager_->sourceTrunkMapConfigIs( std::make_shared<QuarraCentral::PortTabWriteRequestDir>() );
+   QuarraAgent::bringUpManager( *manager_, variant, config );
    manager_->initializeHwBitmaps();
 }
 

@@ -21,12 +21,11 @@ class Scene {
    void leave( TcamGroupId id, U32 entry );
 
    QuarraTcamPortsManager &manager() { return *manager_; }
-   QuarraTcamPortsHelper &helper() { return *helper_; }
+   QuarraTcamPortsHelper &helper() { return *manager_->portsHelper(); }
    QuarraSimulator::SimulatedChip &chip() { return *chip_; }
 
  private:
    std::unique_ptr<QuarraSimulator::SimulatedChip> chip_;
-   QuarraTcamPortsHelper::Ptr helper_;
    QuarraTcamPortsManager::Ptr manager_;
    RuleId rule_;
 };

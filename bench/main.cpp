@@ -19,6 +19,7 @@
 // bench --list                the figures' ids, for such a tool
 // bench --peers               JSON: rows and chip writes of class IDs and of the two other ways
 // bench --growth              JSON: times of an entry with ever more entries and requests
+// bench --match-check         JSON: times of the match check with ever more entries
 namespace QuarraBench {
 namespace {
 
@@ -155,6 +156,10 @@ int main( int argc, char **argv ) {
    }
    if ( argc == 2 && std::strcmp( argv[ 1 ], "--growth" ) == 0 ) {
       std::cout << growth().dump( 1 ) << "\n";
+      return EXIT_SUCCESS;
+   }
+   if ( argc == 2 && std::strcmp( argv[ 1 ], "--match-check" ) == 0 ) {
+      std::cout << growthOfMatchCheck().dump( 1 ) << "\n";
       return EXIT_SUCCESS;
    }
    // The repetitions of the two sides take turns.

@@ -19,6 +19,7 @@ struct ChipChoice {
    const QuarraAgent::Variant *variant;
    QuarraAgent::ChipConfig chip;
    std::vector<SdkCallFailure> failures = {};
+   bool onlySwitchOfProcess = false; // no other one is made: it may use the process's manager
 };
 
 // The shipped default chip of a variant. Throws RequestRefused ("unknownVariant") with the names that there

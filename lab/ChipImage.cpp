@@ -68,7 +68,9 @@ struct ChipImage::EntryRow {
    U32 mask;
    Bits dataBits;
    Bits maskBits;
-   U64 padding[ 6 ];
+   std::array<U8, 4> frame; // table, first, start and end bit
+   U32 installed;
+   U64 padding[ 5 ];
 };
 
 namespace {
@@ -200,6 +202,8 @@ void ChipImage::load() {
       rowOf_.emplace( row.id, i - 1 );
       TcamEntry entry;
       entry.kind = static_cast<TcamEntry::Kind>( row.kind );
+      entry.frame = { row.frame[ 0 ], row.frame[ 1 ], row.frame[ 2 ], row.frame[ 3 ] };
+      entry.installed = row.installed;
       entry.dataBits = positionsOf( row.dataBits );
       entry.maskBits = positionsOf( row.maskBits );
       entry.data = row.data;
@@ -260,7 +264,10 @@ void ChipImage::entryChanged( U32 entry ) {
    }
    const U32 place = known == rowOf_.end() ? free_.back() : known->second;
    auto &row = entryRows()[ place ];
+   const auto &frame = onChip->second.frame;
    row.kind = static_cast<U32>( onChip->second.kind );
+   row.frame = { frame.sourceTrunkMapTable, frame.firstBit, frame.startBit, frame.endBit };
+   row.installed = onChip->second.installed;
    row.data = onChip->second.data;
    row.mask = onChip->second.mask;
    row.dataBits = bitsOf( onChip->second.dataBits );

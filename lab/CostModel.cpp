@@ -1,9 +1,48 @@
 #include "lab/CostModel.h"
 
+#include <bit>
+
 namespace QuarraLab {
 
 U64 rowsFor( const QuarraAgent::ChipConfig &chip, U32 bits ) {
    return ( U64{ chip.ruleBits } + bits + chip.tcamRowBits - 1 ) / chip.tcamRowBits;
+}
+
+PortWrites::PortWrites( const Switch &theSwitch )
+   : switch_( theSwitch ), writesBefore_( theSwitch.chip().portWrites() ), values_( keptValues() ) {}
+
+std::vector<Vesk::Bitmap> PortWrites::keptValues() const {
+   std::vector<Vesk::Bitmap> values;
+   if ( switch_.agent().variant().aclGroupOf ) {
+      for ( const auto &port : switch_.ports() ) {
+         values.push_back( switch_.chip().aclGroup( port.port() ) );
+      }
+   }
+   return values;
+}
+
+void PortWrites::step() {
+   auto values = keptValues();
+   for ( std::size_t i = 0; i < values.size(); ++i ) {
+      changed_ += !( values[ i ] == values_[ i ] );
+   }
+   values_ = std::move( values );
+}
+
+U64 PortWrites::count() const {
+   return switch_.chip().portWrites() - writesBefore_ + changed_;
+}
+
+U64 writesOfAJoin( const Switch &theSwitch, const QuarraAgent::Entry &entry ) {
+   const auto group = entry.request.group;
+   const auto type = QuarraTcam::classIdTcamGroupsInfo.at( group )->classIdType();
+   if ( type == QuarraTcam::ClassIdType::ifpSourceTrunkMap ||
+        type == QuarraTcam::ClassIdType::vfpSourceTrunkMap || entry.request.ports.empty() ) {
+      return 1;
+   }
+   const auto &status = theSwitch.agent().manager().classIdTcamGroupStatus( group );
+   const auto bits = std::popcount( status->requestStatus( entry.key )->classId() );
+   return static_cast<U64>( bits ) * theSwitch.chip().writesOfABit( entry.request.ports.front().port() );
 }
 
 U32 qualifierBits( const Switch &theSwitch, TcamGroupId group ) {

@@ -80,6 +80,10 @@ JsonOut chipPorts( const Switch &theSwitch ) {
    return ports;
 }
 
+ClassIdType typeOfTable( U8 table ) {
+   return table == QuarraCentral::ifpSourceTrunkMapTable ? ifpSourceTrunkMap : vfpSourceTrunkMap;
+}
+
 JsonOut chipEntries( const Switch &theSwitch ) {
    using Kind = QuarraSimulator::TcamEntry::Kind;
    auto entries = JsonOut::array();
@@ -93,6 +97,7 @@ JsonOut chipEntries( const Switch &theSwitch ) {
          break;
       case Kind::interfaceClassPort:
          json[ "qualifier" ] = "interfaceClassPort";
+         json[ "word" ] = stringValue( typeOfTable( entry.frame.sourceTrunkMapTable ) );
          json[ "data" ] = hexWord( entry.data );
          json[ "mask" ] = hexWord( entry.mask );
          break;
@@ -161,13 +166,14 @@ JsonOut keyJson( const RequestKey &key ) {
    return JsonOut::array( { key.name(), key.number(), key.secondName() } );
 }
 
-JsonOut mismatchJson( const PortsJson &ports, const Mismatch &mismatch ) {
+JsonOut mismatchJson( const Switch &theSwitch, const PortsJson &ports, const Mismatch &mismatch ) {
    return { { "entry", mismatch.entry },
             { "group", mismatch.group.value() },
             { "port", ports.port( mismatch.port ) },
             { "expected", mismatch.expected },
             { "found", mismatch.found },
-            { "reason", mismatch.reason } };
+            { "cause", reasonName( mismatch.reason ) },
+            { "reason", reasonText( theSwitch.agent().variant(), mismatch ) } };
 }
 
 JsonOut dumpSpaces( const Switch &theSwitch ) {

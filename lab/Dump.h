@@ -41,6 +41,6 @@ JsonOut dumpChip( const Switch &theSwitch );   // ports that carry something, TC
 JsonOut configJson( const QuarraTcam::ClassIdTcamGroupConfig &config );
 JsonOut portJson( const QuarraModPort &port ); // as requests write it: a number in module 0, else an object
 JsonOut keyJson( const QuarraTcam::RequestKey &key );
-JsonOut mismatchJson( const PortsJson &ports, const Mismatch &mismatch );
+JsonOut mismatchJson( const Switch &theSwitch, const PortsJson &ports, const Mismatch &mismatch );
 
 } // namespace QuarraLab

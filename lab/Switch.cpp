@@ -26,6 +26,21 @@ QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
    return options;
 }
 
+std::unique_ptr<QuarraSimulator::SimulatedChip> makeChip( const QuarraAgent::Variant &variant,
+                                                          const QuarraAgent::ChipConfig &config ) {
+   QuarraAgent::forgetEarlierAgents();
+   return std::make_unique<QuarraSimulator::SimulatedChip>( chipOptions( variant, config ) );
+}
+
+void showAclGroupsOf( const QuarraAgent::Variant &variant,
+                      const Nodra::PtrConst<QuarraTcamPortsHelper> &helper,
+                      QuarraSimulator::SimulatedChip &chip ) {
+   if ( const auto aclGroupOf = variant.aclGroupOf ) {
+      chip.aclGroupsFrom(
+         [ helper, aclGroupOf ]( U32 port ) { return aclGroupOf( *helper, static_cast<U16>( port ) ); } );
+   }
+}
+
 Switch::Switch( const ChipChoice &choice ) {
    start( choice );
 }
@@ -40,8 +55,7 @@ void Switch::start( const ChipChoice &choice ) {
    const auto &variant = *choice.variant;
    const auto &config = choice.chip;
    QuarraAgent::checkChip( variant, config );
-   QuarraAgent::forgetEarlierAgents();
-   chip_ = std::make_unique<QuarraSimulator::SimulatedChip>( chipOptions( variant, config ) );
+   chip_ = makeChip( variant, config );
    for ( const auto &failure : choice.failures ) {
       chip_->failCall( failure.nth, failure.code, failure.function );
    }
@@ -49,10 +63,13 @@ void Switch::start( const ChipChoice &choice ) {
       dir_->start( *chip_ );
    }
    agent_ = std::make_unique<TcamAgent>( variant, config,
-                                         quarraTcamPortsManagerFactory( "QuarraTcamPortsManager" ) );
+                                         choice.onlySwitchOfProcess
+                                            ? getQuarraTcamPortsManager()
+                                            : quarraTcamPortsManagerFactory( "QuarraTcamPortsManager" ) );
    if ( dir_ ) {
       dir_->start( *agent_ );
    }
+   showAclGroupsOf( variant, agent_->manager().portsHelper(), *chip_ );
    for ( const auto &port : config.ports ) {
       ports_.push_back( port.port );
    }
@@ -60,21 +77,10 @@ void Switch::start( const ChipChoice &choice ) {
    std::sort( ports_.begin(), ports_.end() );
 }
 
-Vesk::Bitmap Switch::aclGroup( const QuarraModPort &port ) const {
-   const auto *twin =
-      dynamic_cast<const QuarraTcamTestSdk6PortsHelper *>( agent_->manager().portsHelper().get() );
-   if ( !twin ) {
-      return chip_->aclGroup( port.port() );
-   }
-   const auto &shadow = twin->aclGroupShadow( port.port() );
-   return shadow ? *shadow : Vesk::Bitmap( 0, 64, Vesk::HBitmap::BitState::clear );
-}
-
 U32 Switch::sourceTrunkMapWord( ClassIdType type, const QuarraModPort &port ) const {
-   if ( type == ifpSourceTrunkMap ) {
-      return chip_->sourceTrunkMapWord( ifpTable, port );
-   }
-   return type == vfpSourceTrunkMap ? chip_->sourceTrunkMapWord( vfpTable, port ) : 0;
+   return chip_->sourceTrunkMapWord( type == ifpSourceTrunkMap ? QuarraCentral::ifpSourceTrunkMapTable
+                                                               : QuarraCentral::vfpSourceTrunkMapTable,
+                                     port );
 }
 
 bool Switch::isCpuPort( const QuarraModPort &port ) const {

@@ -18,12 +18,21 @@ QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
                                           const QuarraAgent::ChipConfig &config );
 
 class SwitchDir;
+// A new one of these, in a process that has forgotten its earlier agents. There must be no other chip.
+std::unique_ptr<QuarraSimulator::SimulatedChip> makeChip( const QuarraAgent::Variant &variant,
+                                                          const QuarraAgent::ChipConfig &config );
+
+// On a variant whose helper keeps the ports' ACL-group values itself, makes them the chip's.
+void showAclGroupsOf( const QuarraAgent::Variant &variant,
+                      const Nodra::PtrConst<QuarraTcam::QuarraTcamPortsHelper> &helper,
+                      QuarraSimulator::SimulatedChip &chip );
 
 // A simulated switch: the chip, and the TCAM agent on it. One at a time in a process.
 class Switch {
  public:
    // Throws RequestRefused when the chip cannot be one of the variant. The manager is a new one of this
-   // switch; the process-wide state of earlier switches is forgotten.
+   // switch, or the process's own where the choice says that there is no other switch; the process-wide state
+   // of earlier switches is forgotten.
    explicit Switch( const ChipChoice &choice );
 
    // The switch of a directory, as it was when it was last used. Throws StoreRefused.
@@ -35,11 +44,10 @@ class Switch {
    QuarraSimulator::SimulatedChip &chip() { return *chip_; }
    const QuarraSimulator::SimulatedChip &chip() const { return *chip_; }
 
-   // The ACL-group value that a port carries: the chip's, or on the SDK6 twin, which leaves the chip alone,
-   // the one of the helper's shadow.
-   Vesk::Bitmap aclGroup( const QuarraModPort &port ) const;
+   // The ACL-group value that a port carries.
+   Vesk::Bitmap aclGroup( const QuarraModPort &port ) const { return chip_->aclGroup( port.port() ); }
 
-   // A port's word of the source-trunk-map table that a class-ID type is kept in; 0 for other types.
+   // A port's word of the table that a source-trunk-map type is kept in.
    U32 sourceTrunkMapWord( QuarraTcam::ClassIdType type, const QuarraModPort &port ) const;
 
    // All ports of the chip, the CPU's among them, rising.
@@ -57,9 +65,5 @@ class Switch {
    std::vector<QuarraModPort> ports_;
    std::unique_ptr<SwitchDir> dir_; // goes first
 };
-
-// The tables in which the two source-trunk-map types are kept.
-inline constexpr U8 ifpTable = QuarraCentral::ifpSourceTrunkMapTable;
-inline constexpr U8 vfpTable = QuarraCentral::vfpSourceTrunkMapTable;
 
 } // namespace QuarraLab

@@ -79,7 +79,13 @@ Qualifier qualifierOnChip( const Switch &theSwitch, U32 entry, const Space &spac
       return qualifier;
    }
    if ( item->second.kind == Kind::aclGroup ) {
-      return { item->second.maskBits, item->second.dataBits };
+      const auto ofSpace = [ & ]( std::vector<U32> bits ) {
+         for ( U32 &bit : bits ) {
+            bit -= space.firstBit;
+         }
+         return bits;
+      };
+      return { ofSpace( item->second.maskBits ), ofSpace( item->second.dataBits ) };
    }
    if ( item->second.kind == Kind::interfaceClassPort ) {
       for ( U32 bit = 0; bit < space.size; ++bit ) {
@@ -133,7 +139,7 @@ MatchAnswer whyMatches( const Switch &theSwitch, U32 entry, const QuarraModPort 
    for ( const U32 bit : qualifier.mask ) {
       answer.bits.push_back( { bit, std::ranges::binary_search( qualifier.data, bit ), value.test( bit ) } );
    }
-   answer.matches = std::ranges::none_of( answer.bits, &ComparedBit::differs );
+   answer.matches = theSwitch.chip().matches( entry, port );
    return answer;
 }
 
@@ -233,7 +239,9 @@ JsonOut portReportJson( const Switch &theSwitch, const PortReport &report ) {
    for ( const auto &answer : report.answers ) {
       auto one = matchAnswerJson( theSwitch, answer );
       const auto mismatch = report.mismatches.find( answer.entry );
-      one[ "reason" ] = mismatch == report.mismatches.end() ? JsonOut() : JsonOut( mismatch->second.reason );
+      one[ "reason" ] = mismatch == report.mismatches.end()
+                           ? JsonOut()
+                           : JsonOut( reasonText( theSwitch.agent().variant(), mismatch->second ) );
       answers.push_back( std::move( one ) );
    }
    json[ "carries" ] = std::move( carries );

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <bitset>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -12,9 +11,6 @@ namespace QuarraSimulator {
 
 class LogicalTables;
 class SubportGroups;
-
-// A port's ACL-group value, wide enough for every generation.
-using AclGroupValue = std::bitset<256>;
 
 // What differs between the generations of the chip: where the ports' ACL-group values live, and which SDK
 // functions reach them.
@@ -36,6 +32,7 @@ class Backend {
    virtual bool hasTableEntry( U32 ) const { return false; }
 
    // As the operations of SimulatedChip.
+   virtual U64 writesOfABit( U32 port ) const = 0;
    virtual std::vector<U32> portsWithAclGroup() const = 0;
    virtual std::vector<U32> tableEntries() const = 0;
    virtual std::vector<std::string> liveHandleTexts() const = 0;

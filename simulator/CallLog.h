@@ -14,7 +14,7 @@ namespace QuarraSimulator {
 using namespace Nodra::Types;
 
 // The SDK functions of the simulated chip, in alphabetical order.
-inline constexpr std::array<std::string_view, 12> sdkFunctions = {
+inline constexpr std::array<std::string_view, 13> sdkFunctions = {
    "bcm_field_qualify_InterfaceClassPort",
    "bcm_subport_port_group_subport_multi_set",
    "bcmlt_entry_allocate",
@@ -24,6 +24,7 @@ inline constexpr std::array<std::string_view, 12> sdkFunctions = {
    "bcmlt_entry_free",
    "fieldEntryCreate",
    "fieldEntryDestroy",
+   "fieldEntryInstall",
    "portTableSet",
    "velmor_bcm_field_qualify_SubportGroupIds",
    "vm_field_qualify_SubportGroupIds",

@@ -20,6 +20,19 @@ ChipState::ChipState( ChipOptions chipOptions )
       << " sourceTrunkMapBits: " << options.sourceTrunkMapBits;
 }
 
+AclGroupValue ChipState::aclGroup( U32 port ) const {
+   if ( !aclGroupSource ) {
+      return backend->aclGroup( port );
+   }
+   AclGroupValue value;
+   if ( const auto *kept = aclGroupSource( port ) ) {
+      for ( const U32 bit : kept->setBits() ) {
+         value.set( bit );
+      }
+   }
+   return value;
+}
+
 void ChipState::wrotePort( U32 port ) {
    ++portWrites;
    if ( observer ) {

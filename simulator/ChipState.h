@@ -17,12 +17,17 @@ class ChipState {
 
    // Makes one call of an SDK function: counts it, fails it when that was asked for or when it names another
    // unit (unit), and only then does its work. Without a unit it takes any. Then the observer is told.
-   template <typename Operation>
-   int call( std::size_t function, std::optional<int> unit, Operation operation ) {
+   // `failed` is told when the call was failed by request.
+   template <typename Operation, typename Failed = void ( * )( ChipState & )>
+   int call(
+      std::size_t function, std::optional<int> unit, Operation operation,
+      Failed failed = []( ChipState & ) {} ) {
       seen.entry = 0;
       seen.ports.clear();
       int code = calls.enter( function );
-      if ( !code ) {
+      if ( code ) {
+         failed( *this );
+      } else {
          code = unit && *unit != options.unit ? int{ Code::unit } : operation( *this );
       }
       if ( observer ) {
@@ -36,12 +41,17 @@ class ChipState {
    void wrotePorts( const SubportGroups::Ports &ports );
    int wroteEntry( U32 entry, int code );
 
+   // The ACL-group value of a port, by its number, from the source or else from the backend.
+   AclGroupValue aclGroup( U32 port ) const;
+
    const ChipOptions options;
    const std::unique_ptr<Backend> backend;
    CallLog calls;
    Tcam tcam;
    PortTables portTables;
    U64 portWrites = 0;
+   std::set<U32> failedLookUps;
+   AclGroupSource aclGroupSource;
    Observer observer;
 
    std::array<bcm_pbmp_t, 5> pbmps; // in the order of Sdk::PbmpKind
@@ -59,10 +69,10 @@ std::unique_ptr<Sdk::ReadBack> makeReadBack( const ChipState &chip );
 ChipState *&installedChip();
 
 // One call of an SDK function on the chip that lives. Without a chip there is no unit.
-template <typename Operation>
-int callChip( std::size_t function, std::optional<int> unit, Operation operation ) {
+template <typename Operation, typename... Failed>
+int callChip( std::size_t function, std::optional<int> unit, Operation operation, Failed... failed ) {
    ChipState *const chip = installedChip();
-   return chip ? chip->call( function, unit, operation ) : Code::unit;
+   return chip ? chip->call( function, unit, operation, failed... ) : int{ Code::unit };
 }
 
 } // namespace QuarraSimulator

@@ -47,6 +47,11 @@ class HsdkBackend : public Backend {
       return tables_.systemPortTable().entries().contains( port );
    }
 
+   // The bit is rewritten in each entry of the table.
+   U64 writesOfABit( U32 port ) const override {
+      const auto &entries = tables_.systemPortTable().entries();
+      return entries.size() + ( entries.contains( port ) ? 0 : 1 );
+   }
    std::vector<U32> portsWithAclGroup() const override {
       auto ports = tableEntries();
       std::erase_if( ports, [ this ]( U32 port ) { return aclGroup( port ).none(); } );
@@ -73,12 +78,15 @@ class HsdkBackend : public Backend {
 };
 
 // One call of a logical-table function. Without a unit: a handle implies it.
-template <typename Operation>
-int callTables( std::size_t function, std::optional<int> unit, Operation operation ) {
-   return callChip( function, unit, [ & ]( ChipState &chip ) -> int {
-      auto *tables = chip.backend->logicalTables();
-      return tables ? operation( chip, *tables ) : Code::unavailable;
-   } );
+template <typename Operation, typename... Failed>
+int callTables( std::size_t function, std::optional<int> unit, Operation operation, Failed... failed ) {
+   return callChip(
+      function, unit,
+      [ & ]( ChipState &chip ) -> int {
+         auto *tables = chip.backend->logicalTables();
+         return tables ? operation( chip, *tables ) : Code::unavailable;
+      },
+      failed... );
 }
 
 } // namespace
@@ -121,13 +129,21 @@ int bcmlt_entry_field_get( bcmlt_entry_handle_t entry, const char *field, uint64
 
 int bcmlt_entry_commit( bcmlt_entry_handle_t entry, bcmlt_opcode_t opcode, bcmlt_priority_level_t priority ) {
    traceArguments( __func__, entry, opcode, priority );
-   return callTables( sdkFunction( __func__ ), {}, [ & ]( ChipState &chip, LogicalTables &tables ) {
-      const int code = tables.commit( entry, opcode, priority );
-      if ( const auto port = tables.written() ) {
-         chip.wrotePort( static_cast<QuarraSimulator::U32>( *port ) );
-      }
-      return code;
-   } );
+   return callTables(
+      sdkFunction( __func__ ), {},
+      [ & ]( ChipState &chip, LogicalTables &tables ) {
+         const int code = tables.commit( entry, opcode, priority );
+         if ( const auto port = tables.written() ) {
+            chip.wrotePort( static_cast<QuarraSimulator::U32>( *port ) );
+         }
+         return code;
+      },
+      [ & ]( ChipState &chip ) {
+         auto *tables = chip.backend->logicalTables();
+         if ( const auto port = tables ? tables->lookedUp( entry, opcode ) : std::nullopt ) {
+            chip.failedLookUps.insert( static_cast<QuarraSimulator::U32>( *port ) );
+         }
+      } );
 }
 
 int bcmlt_entry_free( bcmlt_entry_handle_t entry ) {

@@ -117,6 +117,15 @@ int LogicalTables::commit( bcmlt_entry_handle_t entry, bcmlt_opcode_t opcode,
    return code;
 }
 
+std::optional<U64> LogicalTables::lookedUp( bcmlt_entry_handle_t entry, bcmlt_opcode_t opcode ) const {
+   const auto item = handles_.find( entry );
+   const bool isLookUp = opcode == opcodeNumbers[ static_cast<std::size_t>( Sdk::Opcode::lookup ) ];
+   if ( !isLookUp || item == handles_.end() || !item->second.copy.added.test( keyField ) ) {
+      return std::nullopt;
+   }
+   return item->second.copy.values[ keyField ];
+}
+
 int LogicalTables::free( bcmlt_entry_handle_t entry ) {
    return handles_.erase( entry ) ? Code::ok : Code::notFound;
 }

@@ -46,6 +46,9 @@ class LogicalTables {
    const LogicalTable &systemPortTable() const { return tables_.front(); }
    void systemPortIs( U32 port, const AclGroupValue &value ) { tables_.front().valueIs( port, value ); }
 
+   // The key that such a commit would look up, if it is a look-up.
+   std::optional<U64> lookedUp( bcmlt_entry_handle_t entry, bcmlt_opcode_t opcode ) const;
+
    // The key that the last commit wrote, if it wrote one.
    std::optional<U64> written() const { return written_; }
 

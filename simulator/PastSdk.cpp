@@ -24,6 +24,8 @@ class ChipReadBack : public Sdk::ReadBack {
       }
       using Qualifier = Sdk::FieldEntry::Qualifier;
       Sdk::FieldEntry read;
+      read.frame = item->second.frame;
+      read.installed = item->second.installed;
       switch ( item->second.kind ) {
       case TcamEntry::Kind::none:
          break;

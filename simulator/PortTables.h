@@ -3,7 +3,7 @@
 #include <array>
 #include <map>
 
-#include "QuarraCentral/QuarraModPort.h"
+#include "QuarraCentral/PortTabWriteRequestDir.h"
 
 namespace QuarraSimulator {
 
@@ -19,7 +19,8 @@ class PortTables {
    int wordIs( U8 table, const QuarraCentral::QuarraModPort &port, U32 value );
    const Words *words( U8 table ) const; // null when there is no such table
 
-   static constexpr std::array<U8, 2> wordTables = { 9, 10 };
+   static constexpr std::array wordTables = { QuarraCentral::ifpSourceTrunkMapTable,
+                                              QuarraCentral::vfpSourceTrunkMapTable };
 
  private:
    static std::size_t tablePlace( U8 table );

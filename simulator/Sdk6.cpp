@@ -25,6 +25,7 @@ class Sdk6Backend : public Backend {
    AclGroupValue aclGroup( U32 port ) const override { return groups_.groupsOf( port ); }
    void aclGroupIs( U32 port, const AclGroupValue &value ) override { groups_.groupsOfIs( port, value ); }
 
+   U64 writesOfABit( U32 /*port*/ ) const override { return 1; }
    std::vector<U32> portsWithAclGroup() const override {
       std::vector<U32> ports;
       const auto members = groups_.membersOfAny();

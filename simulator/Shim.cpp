@@ -59,10 +59,16 @@ const char *SimulatedChip::errorText( int code ) const {
    return QuarraSimulator::errorText( code );
 }
 
-int SimulatedChip::fieldEntryCreate( int unit, U32 entry ) {
+int SimulatedChip::fieldEntryCreate( int unit, U32 entry, const Sdk::QualifierFrame &frame ) {
    traceArguments( __func__, unit, entry );
    return state_->call( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip ) {
-      return chip.wroteEntry( entry, chip.tcam.create( entry ) );
+      return chip.wroteEntry( entry, chip.tcam.create( entry, frame ) );
+   } );
+}
+
+int SimulatedChip::fieldEntryInstall( int unit, U32 entry ) {
+   return state_->call( sdkFunction( __func__ ), unit, [ & ]( ChipState &chip ) {
+      return chip.wroteEntry( entry, chip.tcam.install( entry ) );
    } );
 }
 

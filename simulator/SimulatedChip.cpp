@@ -32,8 +32,16 @@ void printBits( std::ostream &out, const char *name, const std::vector<U32> &bit
    }
 }
 
+AclGroupValue valueOf( const std::vector<U32> &bits ) {
+   AclGroupValue value;
+   for ( const U32 bit : bits ) {
+      value.set( bit );
+   }
+   return value;
+}
+
 void printTcamEntry( std::ostream &out, U32 id, const TcamEntry &entry ) {
-   out << "TCAM entry " << id;
+   out << "TCAM entry " << id << ( entry.installed ? "" : " not installed" );
    switch ( entry.kind ) {
    case TcamEntry::Kind::none:
       break;
@@ -71,11 +79,29 @@ SimulatedChip::~SimulatedChip() {
 }
 
 Vesk::Bitmap SimulatedChip::aclGroup( U32 port ) const {
-   return bitmapOf( state_->backend->aclGroup( port ), state_->options.aclGroupBits );
+   if ( state_->aclGroupSource ) {
+      if ( const auto *value = state_->aclGroupSource( port ) ) {
+         return *value;
+      }
+   }
+   return bitmapOf( state_->aclGroup( port ), state_->options.aclGroupBits );
 }
 
 std::vector<U32> SimulatedChip::portsWithAclGroup() const {
-   return state_->backend->portsWithAclGroup();
+   if ( !state_->aclGroupSource ) {
+      return state_->backend->portsWithAclGroup();
+   }
+   std::vector<U32> ports;
+   for ( U32 port = 0; port <= U10::max; ++port ) {
+      if ( state_->aclGroup( port ).any() ) {
+         ports.push_back( port );
+      }
+   }
+   return ports;
+}
+
+void SimulatedChip::aclGroupsFrom( AclGroupSource source ) {
+   state_->aclGroupSource = std::move( source );
 }
 
 std::vector<U32> SimulatedChip::tableEntries() const {
@@ -98,21 +124,46 @@ const std::map<U32, TcamEntry> &SimulatedChip::tcamEntries() const {
    return state_->tcam.entries();
 }
 
-bool SimulatedChip::matches( U32 entry, const QuarraCentral::QuarraModPort &port,
-                             U8 sourceTrunkMapTable ) const {
+bool SimulatedChip::matches( U32 entry, const QuarraCentral::QuarraModPort &port ) const {
+   return matches( entry, portValues( std::span( &port, 1 ) ) ).front();
+}
+
+PortValues SimulatedChip::portValues( std::span<const QuarraCentral::QuarraModPort> ports ) const {
+   PortValues values;
+   for ( const auto &port : ports ) {
+      values.aclGroups.push_back( state_->aclGroup( state_->backend->aclGroupPort( port ) ) );
+      auto &words = values.words.emplace_back();
+      for ( std::size_t table = 0; table < words.size(); ++table ) {
+         words[ table ] = sourceTrunkMapWord( PortTables::wordTables[ table ], port );
+      }
+   }
+   return values;
+}
+
+std::vector<bool> SimulatedChip::matches( U32 entry, const PortValues &ports ) const {
+   std::vector<bool> result( ports.aclGroups.size() );
    const auto item = tcamEntries().find( entry );
-   if ( item == tcamEntries().end() ) {
-      return false;
+   if ( item == tcamEntries().end() || !item->second.installed ) {
+      return result;
    }
    const TcamEntry &qualified = item->second;
-   if ( qualified.kind == TcamEntry::Kind::interfaceClassPort ) {
-      return ( sourceTrunkMapWord( sourceTrunkMapTable, port ) & qualified.mask ) == qualified.data;
+   const auto data = valueOf( qualified.dataBits );
+   const auto mask = valueOf( qualified.maskBits );
+   const std::size_t table = qualified.frame.sourceTrunkMapTable == PortTables::wordTables.front() ? 0 : 1;
+   for ( std::size_t i = 0; i < result.size(); ++i ) {
+      switch ( qualified.kind ) {
+      case TcamEntry::Kind::none:
+         result[ i ] = true;
+         break;
+      case TcamEntry::Kind::aclGroup:
+         result[ i ] = ( ports.aclGroups[ i ] & mask ) == data;
+         break;
+      case TcamEntry::Kind::interfaceClassPort:
+         result[ i ] = ( ports.words[ i ][ table ] & qualified.mask ) == qualified.data;
+         break;
+      }
    }
-   const auto value = state_->backend->aclGroup( state_->backend->aclGroupPort( port ) );
-   return std::all_of( qualified.maskBits.begin(), qualified.maskBits.end(), [ & ]( U32 bit ) {
-      return value.test( bit ) ==
-             std::binary_search( qualified.dataBits.begin(), qualified.dataBits.end(), bit );
-   } );
+   return result;
 }
 
 std::string SimulatedChip::digest() const {
@@ -145,8 +196,16 @@ std::vector<std::string> SimulatedChip::liveHandleTexts() const {
    return state_->backend->liveHandleTexts();
 }
 
+const std::set<U32> &SimulatedChip::failedLookUps() const {
+   return state_->failedLookUps;
+}
+
 U64 SimulatedChip::portWrites() const {
    return state_->portWrites;
+}
+
+U64 SimulatedChip::writesOfABit( U32 port ) const {
+   return state_->backend->writesOfABit( port );
 }
 
 void SimulatedChip::observerIs( Observer observer ) {

@@ -1,8 +1,12 @@
 #pragma once
 
+#include <array>
+#include <bitset>
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -44,13 +48,15 @@ struct ChipOptions {
    std::vector<U32> loopbackPorts = {};
 };
 
-// A TCAM entry and the one qualifier it may carry. A second qualifier of the same kind replaces the first,
-// one of the other kind is refused.
+// A TCAM entry and the one qualifier it may carry, of the kind that its frame is for. Before the entry is
+// installed a second qualifier replaces the first; afterwards it is refused.
 struct TcamEntry {
    enum class Kind { none, aclGroup, interfaceClassPort };
 
+   Sdk::QualifierFrame frame = {};
+   bool installed = false; // it matches nothing before
    Kind kind = Kind::none;
-   std::vector<U32> dataBits = {}; // aclGroup: rising bit positions, a subset of maskBits
+   std::vector<U32> dataBits = {}; // aclGroup: bits of the ports' value, rising, a subset of maskBits
    std::vector<U32> maskBits = {};
    U32 data = 0; // interfaceClassPort
    U32 mask = 0;
@@ -65,6 +71,18 @@ struct SdkCallSeen {
    std::vector<U32> ports = {}; // ports (HSDK: system ports) whose value or word it wrote, rising
 };
 using Observer = std::function<void( const SdkCallSeen & )>;
+
+// A port's ACL-group value, wide enough for every generation.
+using AclGroupValue = std::bitset<256>;
+
+// What qualifiers are held against, on each port of a list: the chip as it was when it was asked.
+struct PortValues {
+   std::vector<AclGroupValue> aclGroups;
+   std::vector<std::array<U32, 2>> words; // of tables 9 and 10
+};
+
+// Ports' ACL-group values that are kept outside of the chip, by port number.
+using AclGroupSource = std::function<const Vesk::Bitmap *( U32 port )>;
 
 class ChipState;
 
@@ -90,8 +108,11 @@ class QUARRA_SIMULATOR_API SimulatedChip : public Sdk::Shim {
    bcmlt_priority_level_t priorityNormal() const override;
    const char *errorText( int code ) const override;
 
-   // Fails for entry 0 (parameter) and for one that is there (exists).
-   int fieldEntryCreate( int unit, U32 entry ) override;
+   // Fails for entry 0 and for a frame that the chip has not (parameter), and for an entry that is there
+   // (exists).
+   int fieldEntryCreate( int unit, U32 entry, const Sdk::QualifierFrame &frame ) override;
+   // Fails for an entry that is not there (not found), and for one that is installed (exists).
+   int fieldEntryInstall( int unit, U32 entry ) override;
    // Fails for an entry that is not there (not found).
    int fieldEntryDestroy( int unit, U32 entry ) override;
    // Tables 9 and 10 hold the source-trunk map. Fails for another table (not found) and for a port without
@@ -116,11 +137,20 @@ class QUARRA_SIMULATOR_API SimulatedChip : public Sdk::Shim {
 
    const std::map<U32, TcamEntry> &tcamEntries() const;
 
-   // Whether the entry matches a packet that came in on the port: on every bit of the mask the port's value
-   // reads as the data. A class qualifier, whose mask never passes the low 16 bits, looks at the port's word
-   // in `sourceTrunkMapTable`: 9 or 10, another one aborts. An entry without qualifier matches every port, an
-   // entry that is not there none.
-   bool matches( U32 entry, const QuarraCentral::QuarraModPort &port, U8 sourceTrunkMapTable ) const;
+   // Whether the entry matches a packet that came in on the port: on every bit of the mask, what the entry's
+   // frame names of the port reads as the data. A class qualifier's mask never passes the low 16 bits of the
+   // port's word. An entry without qualifier matches every port; one that is not installed, or not there,
+   // matches none.
+   bool matches( U32 entry, const QuarraCentral::QuarraModPort &port ) const;
+
+   // The same for many ports, and for many entries on the same ports.
+   PortValues portValues( std::span<const QuarraCentral::QuarraModPort> ports ) const;
+   std::vector<bool> matches( U32 entry, const PortValues &ports ) const;
+
+   // From now on the ports' ACL-group values are the source's, for everything but digest(): for a switch
+   // whose helper keeps them and leaves the chip alone. Null from the source means all clear. An empty source
+   // gives the chip's own tables back.
+   void aclGroupsFrom( AclGroupSource source );
 
    // All tables as text, one line a TCAM entry, port, word or table entry: equal exactly when the tables read
    // the same. Lists no table entry whose fields are all 0, since ports read alike with and without it; those
@@ -153,6 +183,9 @@ class QUARRA_SIMULATOR_API SimulatedChip : public Sdk::Shim {
    // table entry that a commit wrote (HSDK), each word of the source-trunk map that was set.
    U64 portWrites() const;
 
+   // What one bit of the ACL-group value costs of these, when a port gains it and no other port changes.
+   U64 writesOfABit( U32 port ) const;
+
    // Calls the observer after each call of an SDK function, failed ones too, when the chip is as the call left
    // it. An observer may ask the chip whatever is const here: which ports an entry matches, values, words,
    // entries, the digest. It may not call the SDK, nor destroy the chip. An empty one observes no more.
@@ -162,6 +195,9 @@ class QUARRA_SIMULATOR_API SimulatedChip : public Sdk::Shim {
    // `code`, and nothing changes. Further requests add to this one. Aborts when nth is 0, the code is not
    // negative, or there is no such function.
    void failCall( U64 nth, int code, const std::string &function = {} );
+
+   // HSDK: the system ports of which a look-up was failed by request.
+   const std::set<U32> &failedLookUps() const;
 
    // Requests to fail a call that has not come yet.
    U32 pendingFailures() const;

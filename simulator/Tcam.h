@@ -13,15 +13,18 @@ class Tcam {
    Tcam( U32 aclGroupBits, U32 sourceTrunkMapBits )
       : aclGroupBits_( aclGroupBits ), sourceTrunkMapBits_( sourceTrunkMapBits ) {}
 
-   int create( U32 entry );
+   // As the operations of SimulatedChip.
+   int create( U32 entry, const Sdk::QualifierFrame &frame );
+   int install( U32 entry );
    int destroy( U32 entry );
 
    // Fails when the chip has no class-ID bits (unavailable), when data or mask lie outside of them or data
-   // outside of the mask (parameter), when there is no such entry (not found), and when it has an ACL-group
-   // qualifier (conflict).
+   // outside of the mask (parameter), when there is no such entry (not found), and when it is installed or its
+   // frame is the ACL-group value (conflict).
    int qualifyInterfaceClassPort( U32 entry, U32 data, U32 mask );
 
-   // The same with lists of bits, which must be there and rise, inside of the ACL-group value.
+   // The same with lists of bits, which must be there and rise, inside of what the frame lets the qualifier
+   // cover; and the other frame.
    int qualifyAclGroup( U32 entry, U32 dataCount, const U32 *data, U32 maskCount, const U32 *mask );
 
    const std::map<U32, TcamEntry> &entries() const { return entries_; }
@@ -31,7 +34,14 @@ class Tcam {
    void entryDel( U32 entry ) { entries_.erase( entry ); }
 
  private:
-   int qualify( U32 entry, TcamEntry qualified );
+   bool has( const Sdk::QualifierFrame &frame ) const;
+
+   // The entry, when it can take a qualifier of the kind; else why not.
+   struct Place {
+      int code;
+      TcamEntry *entry = nullptr;
+   };
+   Place place( U32 entry, TcamEntry::Kind kind );
 
    U32 aclGroupBits_;
    U32 sourceTrunkMapBits_;

@@ -26,51 +26,38 @@ bool Model::startsUp( const ModelRequest &request ) const {
    return request.rule && std::find( rules.begin(), rules.end(), *request.rule ) != rules.end();
 }
 
-std::string Model::refusal( const ModelRequest &request ) const {
-   if ( !groups_.contains( request.group ) ) {
-      return "unknownGroup";
-   }
-   if ( request.entry == 0 ) {
-      return "entryIdInvalid";
-   }
-   if ( entries_.contains( request.entry ) ) {
-      return "entryTaken";
-   }
-   if ( request.wanted.ethernet && !request.wanted.ports.empty() ) {
-      return "portsAndEthernet";
-   }
-   for ( const auto &port : request.wanted.ports ) {
-      if ( !chip_.ports.contains( port ) && !chip_.cpuPorts.contains( port ) ) {
-         return "unknownPort";
-      }
-   }
-   const auto &group = groups_.at( request.group );
-   if ( request.wanted.ethernet && group.width > 1 ) {
-      return "ethernetNeedsWidthOne";
-   }
-   if ( group.system && !request.rule ) {
-      return "ruleRequired";
-   }
-   return group.system && !startsUp( request ) ? "unknownRule" : "ok";
+bool Model::onChip( const Port &port ) const {
+   return chip_.ports.contains( port ) || chip_.cpuPorts.contains( port );
 }
 
-std::string Model::refusalOfNewKey( const ModelRequest &request ) const {
-   const auto &group = groups_.at( request.group );
-   const U32 size = chip_.sizes.at( group.space );
-   const auto state = states_.find( request.group );
-   if ( group.poolBits ) {
-      return "fixedOffsetGroup";
+bool Model::refuses( const ModelRequest &request ) const {
+   if ( !groups_.contains( request.group ) || request.entry == 0 || entries_.contains( request.entry ) ) {
+      return true;
    }
-   if ( size == 0 ) {
-      return "noSpace";
+   const auto &group = groups_.at( request.group );
+   const auto &wanted = request.wanted;
+   if ( wanted.ethernet && ( !wanted.ports.empty() || group.width > 1 ) ) {
+      return true;
+   }
+   return ( group.system && !startsUp( request ) ) ||
+          !std::all_of( wanted.ports.begin(), wanted.ports.end(),
+                        [ & ]( const auto &port ) { return onChip( port ); } );
+}
+
+bool Model::refusesNewKey( U16 id ) const {
+   const auto &group = groups_.at( id );
+   const U32 size = chip_.sizes.at( group.space );
+   const auto state = states_.find( id );
+   if ( group.poolBits || size == 0 ) {
+      return true;
    }
    if ( group.space == Space::fixedWidth ) {
-      return state == states_.end() ? "groupNotCreated" : "ok";
+      return state == states_.end();
    }
    const bool lends =
       state != states_.end() && std::any_of( state->second.pools.begin(), state->second.pools.end(),
                                              []( const auto &pool ) { return !pool.free.empty(); } );
-   return !lends && U32{ group.width } * group.numPools > size + 1 ? "spaceTooNarrow" : "ok";
+   return !lends && U32{ group.width } * group.numPools > size + 1;
 }
 
 bool Model::asAtStart() const {
@@ -82,55 +69,51 @@ bool Model::asAtStart() const {
 // ---- Groups
 // -------------------------------------------------------------------------------------------------
 
-std::string Model::createGroup( U16 id, std::optional<std::pair<U8, U8>> &hint ) {
+Outcome Model::createGroup( U16 id, std::optional<std::pair<U8, U8>> &hint ) {
+   moved_.clear();
    if ( !groups_.contains( id ) ) {
-      return "unknownGroup";
+      return Outcome::refused;
    }
    const auto &group = groups_.at( id );
    if ( isSourceTrunkMap( group.space ) ) {
-      return "ok";
+      return Outcome::done;
    }
    if ( chip_.sizes.at( group.space ) == 0 ) {
-      return "noSpace";
+      return Outcome::refused;
    }
    const auto flexible = static_cast<U8>( chip_.sizes.at( Space::flexibleWidth ) );
    if ( group.space == Space::flexibleWidth ) {
       hint.emplace( U8{ 0 }, static_cast<U8>( flexible - 1 ) );
-      return "ok";
+      return Outcome::done;
+   }
+   if ( !states_.contains( id ) && U32{ group.width } * group.numPools > chip_.sizes.at( group.space ) ) {
+      return Outcome::refused;
    }
    if ( !states_.contains( id ) && !takePools( id, group.width ) ) {
-      return "noRoom";
+      return Outcome::noRoom;
    }
    const auto &pools = states_.at( id ).pools;
    hint.emplace( static_cast<U8>( flexible + pools.front().base ),
                  static_cast<U8>( flexible + pools.back().base + pools.back().width - 1 ) );
-   return "ok";
+   return Outcome::done;
 }
 
-std::string Model::deleteGroup( U16 id ) {
-   if ( !groups_.contains( id ) ) {
-      return "unknownGroup";
+Outcome Model::deleteGroup( U16 id ) {
+   moved_.clear();
+   const auto used = [ & ]( const auto &entry ) { return entry.second.group == id; };
+   if ( !groups_.contains( id ) || groups_.at( id ).system || !groups_.at( id ).startRules.empty() ||
+        std::any_of( entries_.begin(), entries_.end(), used ) ) {
+      return Outcome::refused;
    }
    const auto &group = groups_.at( id );
-   if ( group.system ) {
-      return "systemGroup";
-   }
-   if ( !group.startRules.empty() ) {
-      return "groupReserved";
-   }
-   for ( const auto &[ entry, request ] : entries_ ) {
-      if ( request.group == id ) {
-         return "groupInUse";
-      }
-   }
    if ( !states_.contains( id ) ) {
-      return group.space == Space::fixedWidth ? "groupNotCreated" : "ok";
+      return group.space == Space::fixedWidth ? Outcome::refused : Outcome::done;
    }
    for ( const auto &pool : states_.at( id ).pools ) {
       giveBack( group.space, pool );
    }
    states_.erase( id );
-   return "ok";
+   return Outcome::done;
 }
 
 // ---- Class IDs
@@ -272,25 +255,20 @@ Holder *Model::holderOf( const ModelRequest &request, const PortSet &ports ) {
    return nullptr;
 }
 
-std::string Model::install( const ModelRequest &request ) {
-   if ( const auto code = refusal( request ); code != "ok" ) {
-      return code;
+Outcome Model::install( const ModelRequest &request ) {
+   moved_.clear();
+   if ( refuses( request ) ) {
+      return Outcome::refused;
    }
    const auto ports = portsOf( request );
    Holder *holder = holderOf( request, ports );
-   if ( !holder ) {
-      if ( const auto code = refusalOfNewKey( request ); code != "ok" ) {
-         return code;
-      }
-   }
    if ( holder ) {
       happened( startsUp( request ) ? Event::startRule : Event::sharedKey );
       holder->entries.insert( request.entry );
-   } else {
-      holder = reserve( request.group, "", request.entry );
-      if ( !holder ) {
-         return "noRoom";
-      }
+   } else if ( refusesNewKey( request.group ) ) {
+      return Outcome::refused;
+   } else if ( holder = reserve( request.group, "", request.entry ); !holder ) {
+      return Outcome::noRoom;
    }
    auto &state = states_.at( request.group );
    addToIndex( state, holder->key, ports );
@@ -313,20 +291,18 @@ std::string Model::install( const ModelRequest &request ) {
    } else if ( request.wanted.ports.empty() ) {
       happened( Event::noPorts );
    }
-   return "ok";
+   return Outcome::done;
 }
 
-std::string Model::remove( U16 id, U32 entry ) {
-   if ( !groups_.contains( id ) ) {
-      return "unknownGroup";
-   }
+Outcome Model::remove( U16 id, U32 entry ) {
+   moved_.clear();
    const auto item = entries_.find( entry );
    if ( item == entries_.end() || item->second.group != id ) {
-      return "unknownEntry";
+      return Outcome::refused;
    }
    qualifiers_.erase( entry );
    release( id, entry );
-   return "ok";
+   return Outcome::done;
 }
 
 void Model::release( U16 id, U32 entry ) {

@@ -74,11 +74,26 @@ struct GroupState {
    std::vector<ModelPool> pools;               // by id
    std::vector<Holder> holders;                // in order of reservation
    std::vector<std::pair<int, PortSet>> index; // keys by ports, in order of entry
+   std::map<Port, int> takers;                 // the key that took the port last
 };
 
 struct Qualifier {
    std::set<U32> data;
    std::set<U32> mask;
+};
+
+// How a request ends. Which of its mistakes a refusal names is not the model's business.
+enum class Outcome { done, refused, noRoom };
+
+// Rules of the system by which an entry does not match exactly what it was asked for; docs/known-behaviours.md.
+enum class Rule { portTaken, bitWithoutOthers, sharedOffset, coveredOffset, sameRule, ethernetPorts };
+
+struct ModelMismatch {
+   U32 entry;
+   Port port;
+   bool expected;
+   std::set<Rule> rules; // each that bears on it
+   std::set<U32> takers; // portTaken: the entries of the request that took the port last; 0 when it went
 };
 
 // What happened, to tell whether a run has been anywhere.
@@ -110,11 +125,11 @@ class Model {
 
    Model( ModelChip chip, std::map<U16, ModelGroup> groups );
 
-   // "ok", or the code of the refusal. The hint is none for groups that have none.
-   std::string createGroup( U16 group, std::optional<std::pair<U8, U8>> &hint );
-   std::string deleteGroup( U16 group );
-   std::string install( const ModelRequest &request );
-   std::string remove( U16 group, U32 entry );
+   // The hint is none for groups that have none.
+   Outcome createGroup( U16 group, std::optional<std::pair<U8, U8>> &hint );
+   Outcome deleteGroup( U16 group );
+   Outcome install( const ModelRequest &request );
+   Outcome remove( U16 group, U32 entry );
 
    const ModelChip &chip() const { return chip_; }
    const std::map<U16, ModelGroup> &groups() const { return groups_; }
@@ -128,12 +143,19 @@ class Model {
    const std::map<U32, Qualifier> &qualifiers() const { return qualifiers_; }
    const U64 *events() const { return events_; }
 
+   // Where entries do not match what they were asked for, by entry and port.
+   std::vector<ModelMismatch> mismatches() const;
+
+   // Ports to which the last request brought a class ID, or from which it took one.
+   const std::set<Port> &movedPorts() const { return moved_; }
+
    // Nothing is there that was not there after set-up.
    bool asAtStart() const;
 
  private:
-   std::string refusal( const ModelRequest &request ) const;
-   std::string refusalOfNewKey( const ModelRequest &request ) const;
+   bool refuses( const ModelRequest &request ) const;
+   bool refusesNewKey( U16 group ) const;
+   bool onChip( const Port &port ) const;
    bool startsUp( const ModelRequest &request ) const;
    PortSet portsOf( const ModelRequest &request ) const;
    Holder *holderOf( const ModelRequest &request, const PortSet &ports );
@@ -148,6 +170,12 @@ class Model {
    void release( U16 group, U32 entry );
    void givePoolsBack( U16 group );
    void giveBack( Space space, const ModelPool &pool );
+   bool covers( const PortSet &set, const Port &port ) const;
+   bool matches( U32 entry, const Port &port ) const;
+   std::set<Rule> rulesBehind( const ModelRequest &request, const Holder &holder, const Port &port ) const;
+   void addWordRules( const ModelRequest &request, const Holder &holder, const Port &port,
+                      std::set<Rule> &rules ) const;
+   std::set<U32> takersOf( const GroupState &state, const Port &port ) const;
    void happened( Event event ) { ++events_[ static_cast<int>( event ) ]; }
 
    ModelChip chip_;
@@ -158,6 +186,8 @@ class Model {
    std::map<U32, std::set<U32>> aclGroupBits_;
    std::map<Space, std::map<Port, U32>> words_;
    std::map<U32, Qualifier> qualifiers_;
+   std::map<std::tuple<Space, Port, U32>, U16> writers_; // the group that last set or cleared a bit of a word
+   std::set<Port> moved_;
    int lastKey_ = 0;
    U64 events_[ static_cast<int>( Event::count ) ] = {};
 };

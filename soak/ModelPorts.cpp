@@ -28,6 +28,16 @@ void Model::program( U16 id, Holder &holder, const PortSet &ports ) {
    if ( holder.programmed == ports ) {
       return;
    }
+   for ( const auto *all : { &chip_.ports, &chip_.cpuPorts } ) {
+      for ( const auto &port : *all ) {
+         if ( covers( holder.programmed, port ) != covers( ports, port ) ) {
+            moved_.insert( port );
+         }
+      }
+   }
+   for ( const auto &port : ports.ports ) {
+      states_.at( id ).takers[ port ] = holder.key;
+   }
    if ( isSourceTrunkMap( groups_.at( id ).space ) ) {
       programWords( id, holder, ports );
    } else {
@@ -84,14 +94,24 @@ void Model::programWords( U16 id, const Holder &holder, const PortSet &ports ) {
    for ( U32 bit = pool.base; bit < pool.base + pool.width; ++bit ) {
       mask &= ~( U32{ 1 } << bit % 32 );
    }
+   const auto wrote = [ & ]( const Port &port, U32 bits ) {
+      for ( U32 bit = 0; bit < 16; ++bit ) {
+         if ( bits >> bit & 1 ) {
+            writers_[ { group.space, port, bit } ] = id;
+         }
+      }
+   };
    for ( const auto &port : holder.programmed.ports ) {
       must( words.contains( port ) || group.poolBits, "a port without a word" );
       if ( words.contains( port ) ) {
          words[ port ] &= mask;
+         wrote( port, ~mask );
       }
    }
    for ( const auto &port : ports.ports ) {
-      words[ port ] |= U32{ holder.classId } << pool.base % 32;
+      const U32 value = U32{ holder.classId } << pool.base % 32;
+      words[ port ] |= value;
+      wrote( port, value );
    }
 }
 

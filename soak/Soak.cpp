@@ -1,242 +1,315 @@
 #include "soak/Soak.h"
 
 #include <algorithm>
-#include <chrono>
+#include <cstring>
+#include <list>
 #include <sstream>
+#include <system_error>
 
 #include <fmt/format.h>
 #include <sys/wait.h>
 
 #include "soak/Child.h"
+#include "soak/Interrupts.h"
 
 namespace QuarraSoak {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr U32 operationsOfAnEpisode = 180;
 
-double secondsSince( Clock::time_point start ) {
-   return std::chrono::duration<double>( Clock::now() - start ).count();
-}
-
-// A tally between processes: a line for each number.
-std::string textOf( const Tally &tally ) {
-   std::string text = fmt::format( "{} {}\n", tally.operations, tally.episodes );
-   for ( const U64 count : tally.events ) {
-      text += fmt::format( "{}\n", count );
-   }
-   for ( const auto &[ outcome, count ] : tally.outcomes ) {
-      text += fmt::format( "{} {}\n", outcome, count );
-   }
-   return text;
-}
-
-Tally tallyOf( const std::string &text ) {
-   Tally tally;
-   std::istringstream in( text );
-   in >> tally.operations >> tally.episodes;
-   for ( U64 &count : tally.events ) {
-      in >> count;
-   }
-   std::string outcome;
-   for ( U64 count = 0; in >> outcome >> count; ) {
-      tally.outcomes[ outcome ] = count;
-   }
-   return tally;
-}
-
-// Episodes until the piece's operations are done. Another record than null gets their histories.
-std::string playPiece( const QuarraAgent::Variant &variant, U64 seed, Tally &tally, const Record &record ) {
-   for ( U64 episode = 0; tally.operations < operationsOfAPiece; ++episode ) {
+// Episodes until the piece's operations are done; `ended` gets the tally of each.
+std::string playPiece( const QuarraAgent::Variant &variant, U64 seed, U64 operations, Clock::time_point end,
+                       const std::function<void( const Tally & )> &ended, const Record &record ) {
+   U64 done = 0;
+   for ( U64 episode = 0; done < operations && Clock::now() < end; ++episode ) {
       SeededChoices choices( seed * 1000003 + episode );
-      if ( auto difference = playEpisode( variant, choices, operationsOfAnEpisode, tally, record );
+      Tally tally;
+      if ( auto difference = playEpisode( variant, choices, operationsOfAnEpisode, tally, record, end );
            !difference.empty() ) {
          return difference;
       }
+      done += tally.operations;
+      ended( tally );
    }
    return "";
 }
 
+std::vector<std::string> linesOf( const std::string &text ) {
+   std::vector<std::string> lines;
+   std::istringstream in( text );
+   for ( std::string line; std::getline( in, line ); ) {
+      lines.push_back( line );
+   }
+   return lines;
+}
+
 std::string whatHappened( const Ending &ending ) {
-   auto text = ending.output + ending.errors;
-   while ( text.ends_with( '\n' ) ) {
-      text.pop_back();
+   std::string text;
+   for ( const auto &line : linesOf( ending.output + ending.errors ) ) {
+      if ( !Tally::ofLine( line ) ) {
+         text += ( text.empty() ? "" : "\n" ) + line;
+      }
+   }
+   if ( ending.killed ) {
+      return text + "the process did not go on, and was killed";
+   }
+   if ( text.empty() && WIFSIGNALED( ending.status ) ) {
+      return fmt::format( "the process ended by signal {} ({})", WTERMSIG( ending.status ),
+                          strsignal( WTERMSIG( ending.status ) ) );
    }
    return text.empty() ? fmt::format( "the process ended with status {}", ending.status ) : text;
 }
 
-Ending replayInChild( const History &history ) {
-   return Child( [ & ]( std::FILE *output ) {
-             const auto difference = replay( history );
-             std::fputs( difference.c_str(), output );
-             return difference.empty() ? 0 : 1;
-          } )
-      .end();
-}
-
-// The operations up to the failure, of the episode that failed.
-History historyOf( const QuarraAgent::Variant &variant, U64 seed ) {
-   const auto ending = Child( [ & ]( std::FILE *output ) {
-                          Tally tally;
-                          playPiece( variant, seed, tally, [ & ]( const std::string &line ) {
-                             std::fputs( ( line + "\n" ).c_str(), output );
-                             std::fflush( output );
-                          } );
-                          return 0;
-                       } ).end();
-   History history;
-   std::istringstream in( ending.output );
-   for ( std::string line; std::getline( in, line ); ) {
-      if ( line.starts_with( R"({"op":"chip")" ) ) {
-         history.clear();
-      }
-      history.push_back( line );
-   }
-   return history;
-}
-
-SoakFailure failureOf( const QuarraAgent::Variant &variant, U64 seed, const Ending &ending ) {
-   SoakFailure failure{ seed, &variant, whatHappened( ending ), historyOf( variant, seed ) };
-   const auto fails = []( const History &history ) { return !replayInChild( history ).clean(); };
-   if ( fails( failure.history ) ) {
-      shorten( failure.history, fails );
-      failure.what = whatHappened( replayInChild( failure.history ) );
-   }
-   return failure;
-}
-
+// Episodes that one process plays.
 struct Piece {
-   Child child;
+   U64 number;
    U64 seed;
    const QuarraAgent::Variant *variant;
+   Child child;
+
+   Piece( const SoakOptions &options, U64 numberOfPiece, U64 operations, Clock::time_point end )
+      : number( numberOfPiece ),
+        seed( options.seed + number ),
+        variant( options.variants[ number % options.variants.size() ] ),
+        child( [ & ]( std::FILE *output ) {
+           const auto tell = [ & ]( const Tally &tally ) {
+              std::fprintf( output, "%s\n", tally.line().c_str() );
+              std::fflush( output );
+           };
+           const auto difference = playPiece( *variant, seed, operations, end, tell, nullptr );
+           std::fputs( difference.c_str(), output );
+           return difference.empty() ? 0 : 1;
+        } ) {}
 };
+
+// Finds out what a piece failed with, and how little of its history fails.
+class Inquiry {
+ public:
+   Inquiry( const SoakOptions &options, const Piece &piece )
+      : patience_( options.patience ), seed_( piece.seed ), variant_( *piece.variant ) {}
+
+   SoakFailure failure( const Ending &ending ) const {
+      SoakFailure failure{ seed_, &variant_, whatHappened( ending ), history() };
+      const auto fails = [ & ]( const History &history ) {
+         return !Interrupts::seen() && !replayed( history ).clean();
+      };
+      if ( failure.history.empty() || !fails( failure.history ) ) {
+         failure.history.clear(); // it does not happen again
+         return failure;
+      }
+      shorten( failure.history, fails );
+      if ( const auto last = replayed( failure.history ); !last.clean() ) {
+         failure.what = whatHappened( last );
+      }
+      return failure;
+   }
+
+ private:
+   Ending replayed( const History &history ) const {
+      return Child( [ & ]( std::FILE *output ) {
+                const auto difference = replay( history );
+                std::fputs( difference.c_str(), output );
+                return difference.empty() ? 0 : 1;
+             } )
+         .end( patience_ );
+   }
+
+   // The operations up to the failure, of the episode that failed.
+   History history() const {
+      const auto ending =
+         Child( [ & ]( std::FILE *output ) {
+            playPiece(
+               variant_, seed_, operationsOfAPiece, Clock::time_point::max(), []( const Tally & ) {},
+               [ & ]( const std::string &line ) {
+                  std::fputs( ( line + "\n" ).c_str(), output );
+                  std::fflush( output );
+               } );
+            return 0;
+         } ).end( patience_ );
+      History history;
+      for ( const auto &line : linesOf( ending.output ) ) {
+         if ( line.starts_with( R"({"op":"chip")" ) ) {
+            history.clear();
+         }
+         history.push_back( line );
+      }
+      return history;
+   }
+
+   const std::chrono::seconds patience_;
+   const U64 seed_;
+   const QuarraAgent::Variant &variant_;
+};
+
+class Soak {
+ public:
+   Soak( const SoakOptions &options, const std::function<void( const SoakResult & )> &progress );
+   SoakResult run();
+
+ private:
+   bool mayStart() const;
+   void startPieces();
+   void finish( Piece &piece, const Ending &ending );
+   void countHeard();
+   void stopLatePieces();
+   void closeAccounts();
+   bool enough() const { return options_.operations && result_.tally.operations >= options_.operations; }
+
+   const SoakOptions &options_;
+   const std::function<void( const SoakResult & )> &progress_;
+   const Clock::time_point start_ = Clock::now();
+   const Clock::time_point end_;
+   const Interrupts interrupts_;
+   const U64 allPieces_;
+   std::list<Piece> running_;
+   U64 pieces_ = 0; // started
+
+   // Episodes count in the order of the pieces: those of a later one wait until the earlier are done.
+   struct Account {
+      std::size_t read = 0; // of the output
+      std::vector<Tally> waiting = {};
+      bool done = false;
+   };
+   std::map<U64, Account> accounts_; // by piece
+   SoakResult result_;
+};
+
+Clock::time_point endOf( const SoakOptions &options, Clock::time_point start ) {
+   return options.seconds > 0 ? start + std::chrono::duration_cast<Clock::duration>(
+                                           std::chrono::duration<double>( options.seconds ) )
+                              : Clock::time_point::max();
+}
+
+Soak::Soak( const SoakOptions &options, const std::function<void( const SoakResult & )> &progress )
+   : options_( options ),
+     progress_( progress ),
+     end_( endOf( options, start_ ) ),
+     allPieces_( options.operations ? ( options.operations - 1 ) / operationsOfAPiece + 1 : ~U64{ 0 } ) {}
+
+bool Soak::mayStart() const {
+   return pieces_ < allPieces_ && result_.good() && !enough() && Clock::now() < end_;
+}
+
+// With no room for another process, those that run have to do.
+void Soak::startPieces() {
+   try {
+      while ( mayStart() && running_.size() < options_.jobs ) {
+         const U64 before = pieces_ * operationsOfAPiece;
+         const U64 left = options_.operations ? options_.operations - before : operationsOfAPiece;
+         running_.emplace_back( options_, pieces_, std::min<U64>( left, operationsOfAPiece ), end_ );
+         accounts_[ pieces_++ ];
+      }
+   } catch ( const std::system_error &error ) {
+      if ( running_.empty() ) {
+         result_.problem = error.what();
+      }
+   }
+}
+
+void Soak::countHeard() {
+   for ( auto &piece : running_ ) {
+      const auto &output = piece.child.output();
+      auto &account = accounts_.at( piece.number );
+      for ( auto end = output.find( '\n', account.read ); end != std::string::npos;
+            end = output.find( '\n', account.read ) ) {
+         if ( auto tally = Tally::ofLine( output.substr( account.read, end - account.read ) ) ) {
+            account.waiting.push_back( std::move( *tally ) );
+         }
+         account.read = end + 1;
+      }
+   }
+   while ( !accounts_.empty() ) {
+      auto &account = accounts_.begin()->second;
+      for ( const auto &tally : account.waiting ) {
+         if ( !enough() ) {
+            result_.tally.add( tally );
+         }
+      }
+      account.waiting.clear();
+      if ( !account.done ) {
+         return;
+      }
+      accounts_.erase( accounts_.begin() );
+   }
+}
+
+void Soak::finish( Piece &piece, const Ending &ending ) {
+   accounts_.at( piece.number ).done = true;
+   if ( !ending.clean() && result_.good() ) {
+      result_.failure = Inquiry( options_, piece ).failure( ending );
+   }
+}
+
+// A process looks at the clock before each operation, so one that goes on long after the end is stuck.
+void Soak::stopLatePieces() {
+   constexpr std::chrono::milliseconds grace( 800 );
+   constexpr std::chrono::seconds stuck( 5 );
+   const auto now = Clock::now();
+   for ( auto piece = running_.begin(); piece != running_.end(); ) {
+      const auto silence = now - piece->child.lastHeard();
+      if ( silence > options_.patience ) {
+         finish( *piece, piece->child.kill() );
+      } else if ( now > end_ && now - end_ > grace ) {
+         if ( silence > stuck ) {
+            result_.problem = fmt::format( "a process did not end in time: --variant {} soak --seed {}",
+                                           piece->variant->name, piece->seed );
+         }
+      } else {
+         ++piece;
+         continue;
+      }
+      piece = running_.erase( piece );
+   }
+}
+
+// What the others have told by now counts, too, when the work was stopped.
+void Soak::closeAccounts() {
+   for ( auto &[ number, account ] : accounts_ ) {
+      account.done = true;
+   }
+   running_.clear();
+   countHeard();
+   result_.seconds = std::chrono::duration<double>( Clock::now() - start_ ).count();
+   result_.signal = Interrupts::seen();
+   const bool timeIsOver = Clock::now() >= end_;
+   if ( result_.good() && ( options_.operations && !timeIsOver ? !enough() : !result_.tally.operations ) ) {
+      result_.problem =
+         fmt::format( "{} operations were carried out{}", result_.tally.operations,
+                      options_.operations ? fmt::format( " of {}", options_.operations ) : "" );
+   }
+}
+
+SoakResult Soak::run() {
+   for ( startPieces(); !running_.empty() && result_.good() && !enough() && !Interrupts::seen();
+         startPieces() ) {
+      std::vector<Child *> children;
+      for ( auto &piece : running_ ) {
+         children.push_back( &piece.child );
+      }
+      Child::listen( children, std::chrono::milliseconds( 100 ) );
+      countHeard();
+      for ( auto piece = running_.begin(); piece != running_.end(); ) {
+         if ( piece->child.closed() ) {
+            finish( *piece, piece->child.end() );
+            piece = running_.erase( piece );
+         } else {
+            ++piece;
+         }
+      }
+      stopLatePieces();
+      result_.seconds = std::chrono::duration<double>( Clock::now() - start_ ).count();
+      if ( progress_ ) {
+         progress_( result_ );
+      }
+   }
+   closeAccounts();
+   return std::move( result_ );
+}
 
 } // namespace
 
-void shorten( History &history, const std::function<bool( const History & )> &fails ) {
-   for ( std::size_t run = history.size() / 2; run > 0; run /= 2 ) {
-      for ( std::size_t first = 1; first < history.size(); ) {
-         auto shorter = history;
-         const auto from = shorter.begin() + static_cast<std::ptrdiff_t>( first );
-         shorter.erase( from, from + static_cast<std::ptrdiff_t>( std::min( run, history.size() - first ) ) );
-         if ( fails( shorter ) ) {
-            history = std::move( shorter );
-         } else {
-            first += run;
-         }
-      }
-   }
-}
-
-void Tally::add( const Tally &other ) {
-   operations += other.operations;
-   episodes += other.episodes;
-   for ( std::size_t i = 0; i < events.size(); ++i ) {
-      events[ i ] += other.events[ i ];
-   }
-   for ( const auto &[ outcome, count ] : other.outcomes ) {
-      outcomes[ outcome ] += count;
-   }
-}
-
-std::string playEpisode( const QuarraAgent::Variant &variant, Choices &choices, U32 maxOperations,
-                         Tally &tally, const Record &record ) {
-   const auto choice = drawChip( variant, choices );
-   if ( record ) {
-      record( chipLine( choice ) );
-   }
-   Trial trial( choice );
-   Player player( choices, trial.model() );
-   std::string difference;
-   const auto carryOut = [ & ]( const Operation &operation ) {
-      if ( record ) {
-         record( operation.line() );
-      }
-      difference = trial.carryOut( operation );
-      ++tally.operations;
-      ++tally.outcomes[ trial.outcome() ];
-      return difference.empty();
-   };
-   bool good = ( difference = verifyAll( trial.model(), trial.theSwitch() ) ).empty();
-   for ( U32 left = choices.between( 1, maxOperations ); good && left && !choices.ended(); --left ) {
-      good = carryOut( player.next() );
-   }
-   good = good && ( difference = trial.unexplainedMatches() ).empty();
-   while ( good ) {
-      const auto removal = player.nextRemoval();
-      if ( !removal ) {
-         break;
-      }
-      good = carryOut( *removal );
-   }
-   if ( good ) {
-      difference = trial.leftBehind();
-   }
-   ++tally.episodes;
-   for ( std::size_t i = 0; i < tally.events.size(); ++i ) {
-      tally.events[ i ] += trial.model().events()[ i ];
-   }
-   return difference;
-}
-
-std::string replay( const History &history ) {
-   const auto json = QuarraLab::parseJson( history.front() );
-   QuarraLab::JsonFields fields( json, "history" );
-   fields.value( "op" );
-   Trial trial( readChip( fields, QuarraLab::defaultChoice( "testSdk6" ) ) );
-   for ( std::size_t i = 1; i < history.size(); ++i ) {
-      const auto difference = trial.carryOut( Operation::ofLine( history[ i ] ) );
-      if ( !difference.empty() ) {
-         return difference;
-      }
-   }
-   auto difference = trial.unexplainedMatches();
-   return difference.empty() && trial.model().asAtStart() ? trial.leftBehind() : difference;
-}
-
 SoakResult soak( const SoakOptions &options, const std::function<void( const SoakResult & )> &progress ) {
-   const auto start = Clock::now();
-   SoakResult result;
-   std::vector<Piece> running;
-   U64 pieces = 0;
-   const U64 allPieces =
-      options.operations ? ( options.operations + operationsOfAPiece - 1 ) / operationsOfAPiece : ~U64{ 0 };
-   const auto mayStart = [ & ] {
-      return pieces < allPieces && !result.failure &&
-             ( options.seconds <= 0 || secondsSince( start ) < options.seconds );
-   };
-   while ( mayStart() || !running.empty() ) {
-      while ( mayStart() && running.size() < options.jobs ) {
-         const U64 seed = options.seed + pieces;
-         const auto &variant = *options.variants[ pieces % options.variants.size() ];
-         ++pieces;
-         running.push_back(
-            { Child( [ & ]( std::FILE *output ) {
-                 Tally tally;
-                 const auto difference = playPiece( variant, seed, tally, nullptr );
-                 std::fputs( difference.empty() ? textOf( tally ).c_str() : difference.c_str(), output );
-                 return difference.empty() ? 0 : 1;
-              } ),
-              seed, &variant } );
-      }
-      int status = 0;
-      const pid_t ended = waitpid( -1, &status, 0 );
-      const auto piece = std::find_if( running.begin(), running.end(),
-                                       [ & ]( auto &item ) { return item.child.process() == ended; } );
-      const auto ending = piece->child.end( status );
-      if ( ending.clean() ) {
-         result.tally.add( tallyOf( ending.output ) );
-      } else if ( !result.failure ) {
-         result.failure = failureOf( *piece->variant, piece->seed, ending );
-      }
-      running.erase( piece );
-      result.seconds = secondsSince( start );
-      if ( progress ) {
-         progress( result );
-      }
-   }
-   return result;
+   return Soak( options, progress ).run();
 }
 
 } // namespace QuarraSoak

@@ -82,6 +82,9 @@ TEST_F( BatchOnSdk6Twin, ReservesTheSystemsRulesAtStartUp ) {
       refused( installLine( 3, 2, "4", R"(,"rule":{"feature":"l2Ctrl","name":"Dot1x EAPoL Rule"})" ) ),
       "unknownRule" )
       << "a rule of another group's feature";
+   EXPECT_EQ( refused( installLine( 3, 2, "4", R"(,"rule":{"feature":"acl","name":"MACsec EAPoL Rule"})" ) ),
+              "unknownRule" );
+   EXPECT_THAT( message, HasSubstr( "reserved for feature dot1x: \"MACsec EAPoL" ) );
    EXPECT_EQ(
       install( 3, 2, "4", R"(,"rule":{"feature":"dot1x","name":"MACsec EAPoL Rule"})" ).at( "poolWidth" ),
       1 );
@@ -102,6 +105,10 @@ TEST_F( BatchOnSdk6Twin, PostsSourceTrunkMapWordsToTheChip ) {
    EXPECT_EQ( memberOf( dump().at( "chip" ).at( "entries" ), "entry", 3 ).at( "qualifier" ),
               "interfaceClassPort" );
    EXPECT_EQ( refused( installLine( 88, 4, "3" ) ), "fixedOffsetGroup" );
+   EXPECT_EQ(
+      refused( installLine( 51, 4, "3", R"(,"rule":{"feature":"acl","name":"Broadcast skip rule"})" ) ),
+      "unknownRule" )
+      << "a reserved name of another feature, in a group that is no system group";
    install( 120, 4, "5" ); // reserved at start-up by its kind, but on demand for want of known rules
    EXPECT_EQ( mismatches(), JsonOut::array() );
    install( 120, 6, "1" ); // its pool covers bit 5, which entry 1 put on port 1
@@ -139,7 +146,8 @@ TEST_F( BatchOnSdk6Twin, ExplainsWhatEntriesLeftBehind ) {
    remove( 89, 6 ); // takes the shared bit off port 6
    const auto found = mismatches();
    ASSERT_EQ( found.size(), 4u ) << found.dump();
-   EXPECT_THAT( found[ 0 ].at( "reason" ).get<std::string>(), HasSubstr( "a newer entry took the port" ) );
+   EXPECT_THAT( found[ 0 ].at( "reason" ).get<std::string>(),
+                HasSubstr( "a newer entry, removed since, took the port" ) );
    EXPECT_THAT( found[ 1 ].at( "reason" ).get<std::string>(), HasSubstr( "one rule has one class ID" ) );
    EXPECT_THAT( found[ 3 ].at( "reason" ).get<std::string>(), HasSubstr( "at this fixed offset" ) );
 }

@@ -59,6 +59,9 @@ class Helpers : public LibraryTest {
       updateBitmap( classId->mask(), mask, 0 );
       helper->setClassIdQualifier( 0, id, entry, classId );
    }
+   Sdk::QualifierFrame wholeValue() {
+      return { .endBit = static_cast<U8>( chip->aclGroup( 0 ).size() - 1 ) };
+   }
    const QuarraSimulator::TcamEntry &tcamEntry() { return chip->tcamEntries().at( entry ); }
 
    void program( U8 bit, const IntfGroupInfo::PtrConst &intfGroup ) {
@@ -127,7 +130,7 @@ TEST_F( Helpers, KeepTheProfilesPortsOfThisChip ) {
 
 TEST_F( Helpers, WriteSourceTrunkMapQualifiersAsAWordAndAMask ) {
    bringUp( "sdk6" );
-   chip->fieldEntryCreate( 0, entry );
+   chip->fieldEntryCreate( 0, entry, { .sourceTrunkMapTable = 9 } );
    group( ifpGroup, { .type = ifpSourceTrunkMap } );
    group( vfpGroup, { .type = vfpSourceTrunkMap } );
    Nodra::MemoryTrace trace;
@@ -147,7 +150,7 @@ TEST_F( Helpers, WriteSourceTrunkMapQualifiersAsAWordAndAMask ) {
 TEST_F( Helpers, WriteAclGroupQualifiersAsListsOfBits ) {
    for ( const std::string variant : { "sdk6", "hsdk" } ) {
       bringUp( variant, { .flexible = 32, .fixed = 48 } );
-      chip->fieldEntryCreate( 0, entry );
+      chip->fieldEntryCreate( 0, entry, wholeValue() );
       group( aclGroup, {} );
       group( 501, { .type = aclGroupFixedWidth } );
       qualify( 501, 8, 8, 4 );
@@ -261,7 +264,7 @@ TEST_F( Helpers, TraceTheirTextsVerbatim ) {
    profile->portIdIs( QuarraModPort( 35, 8 ) );
    const auto expectTraced = [ & ]( const char *variant, const std::vector<std::string> &ends ) {
       bringUp( variant );
-      chip->fieldEntryCreate( 0, entry );
+      chip->fieldEntryCreate( 0, entry, wholeValue() );
       group( aclGroup, {} );
       Nodra::MemoryTrace trace;
       Nodra::traceLevelsIs( "*/0-9" );

@@ -151,6 +151,7 @@ class Lasting {
       forgetEarlierAgents();
       agent_ = std::make_unique<TcamAgent>( *choice_.variant, choice_.chip,
                                             QuarraTcam::quarraTcamPortsManagerFactory( "manager" ) );
+      QuarraLab::showAclGroupsOf( *choice_.variant, agent_->manager().portsHelper(), *chip_ );
    }
 
    template <typename Twin>

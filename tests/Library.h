@@ -80,17 +80,14 @@ class LibraryTest : public ::testing::Test {
       config.fixedBits = static_cast<U8>( sizes.fixed < 0 ? config.fixedBits : sizes.fixed );
       config.sourceTrunkMapBits =
          static_cast<U8>( sizes.sourceTrunkMap < 0 ? config.sourceTrunkMapBits : sizes.sourceTrunkMap );
-      QuarraAgent::forgetEarlierAgents();
       chip.reset();
-      chip = std::make_unique<QuarraSimulator::SimulatedChip>( QuarraLab::chipOptions( variant, config ) );
-      scsd =
-         std::const_pointer_cast<Quarra::QuarraCommonSmData>( QuarraAgent::bringUpChip( variant, config ) );
-      helper = variant.factory( scsd );
-      directory = std::make_shared<QuarraCentral::PortTabWriteRequestDir>();
+      chip = QuarraLab::makeChip( variant, config );
       manager = quarraTcamPortsManagerFactory( "manager of a test" );
-      manager->scsdIs( scsd );
-      manager->portsHelperIs( helper );
-      manager->sourceTrunkMapConfigIs( directory );
+      QuarraAgent::bringUpManager( *manager, variant, config );
+      scsd = std::const_pointer_cast<Quarra::QuarraCommonSmData>( manager->scsd() );
+      helper = manager->portsHelper();
+      directory = manager->sourceTrunkMapConfig();
+      QuarraLab::showAclGroupsOf( variant, helper, *chip );
    }
 
    // Gives the manager its empty spaces, without any group.

@@ -11,8 +11,10 @@ TEST( Records, InterfaceGroupsAreEqualByTheirContents ) {
    EXPECT_EQ( group->hash(), reordered->hash() );
    EXPECT_FALSE( group->isEqual( ports( { 1 } ) ) || group->isEqual( ports( { 1, 3 } ) ) );
    const auto copy = ports( { 7 } );
+   EXPECT_NE( copy->hash(), group->hash() );
    copy->deepCopy( group );
    EXPECT_TRUE( copy->isEqual( group ) ) << "nothing of the old contents is left";
+   EXPECT_EQ( copy->hash(), group->hash() ) << "nor of its hash";
    copy->ethernetIs( true );
    EXPECT_FALSE( copy->isEqual( group ) );
    EXPECT_NE( copy->hash(), group->hash() );

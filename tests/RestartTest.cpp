@@ -54,7 +54,7 @@ std::string matchesOfOthers( Lasting &lasting, TcamGroupId group ) {
    for ( const auto &[ id, entry ] : lasting.agent().entries() ) {
       if ( entry.request.group != group ) {
          for ( const auto &port : choice.chip.ports ) {
-            text += lasting.chip().matches( id, port.port, QuarraLab::ifpTable ) ? '1' : '0';
+            text += lasting.chip().matches( id, port.port ) ? '1' : '0';
          }
       }
    }

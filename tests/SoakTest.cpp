@@ -1,4 +1,12 @@
+#include <csignal>
+#include <fstream>
+#include <thread>
+
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "soak/Child.h"
 #include "soak/Soak.h"
@@ -72,13 +80,21 @@ TEST( VerifyAll, SeesEveryKindOfState ) {
         [ = ]( auto &m ) {
            m.sourceTrunkMapConfig()->postRequest( { 1, port( 1 ), 9 }, 0 );
         } },
-      { "TCAM entries", []( auto & ) { SdkShim->fieldEntryCreate( 0, 8 ); } },
+      { "TCAM entry 1: not installed",
+        []( auto & ) {
+           SdkShim->fieldEntryDestroy( 0, 1 );
+           SdkShim->fieldEntryCreate( 0, 1, { .endBit = 63 } );
+        } },
+      { "TCAM entries", []( auto & ) { SdkShim->fieldEntryCreate( 0, 8, { .endBit = 63 } ); } },
       { "table 9 port 0/1", [ = ]( auto & ) { SdkShim->portTableSet( 0, 9, port( 1 ), 1 ); } },
       { "TCAM entry 1 mask",
         [ = ]( auto &m ) {
            const auto qualifier = m.getClassId( 13, group( m ).requestStatus().begin()->first, 1 );
            qualifier->mask()->set( 63 );
+           SdkShim->fieldEntryDestroy( 0, 1 );
+           SdkShim->fieldEntryCreate( 0, 1, { .endBit = 63 } );
            m.programClassIdQualifierInHw( 0, 13, 1, qualifier );
+           SdkShim->fieldEntryInstall( 0, 1 );
         } },
    };
    for ( const auto &change : changes ) {
@@ -129,6 +145,125 @@ TEST( Children, TellHowTheyEnded ) {
    } );
    EXPECT_TRUE( aborted.aborted() );
    EXPECT_EQ( aborted.output + aborted.errors, "outerr" );
+   const auto more = end( []( std::FILE *output ) {
+      std::fputs( std::string( 1 << 20, 'x' ).c_str(), output ); // more than a pipe holds
+      return 0;
+   } );
+   EXPECT_EQ( more.output.size(), 1u << 20 );
+}
+
+// ---- Soak as a process
+// --------------------------------------------------------------------------------------
+
+SoakOptions oneVariant( U64 operations, double seconds = 0 ) {
+   return { .variants = { QuarraAgent::variantOf( "sdk6" ) },
+            .seed = 3,
+            .operations = operations,
+            .seconds = seconds };
+}
+
+bool hasChildren() {
+   return waitpid( -1, nullptr, WNOHANG ) >= 0;
+}
+
+// A soak of 100 operations made 4,000, one of 1,000,000 made 15,000 more than that.
+TEST( Soak, EndsWithTheEpisodeThatPassesTheNumber ) {
+   auto options = oneVariant( 300 );
+   U64 expected = 0;
+   for ( U64 episode = 0; expected < options.operations; ++episode ) {
+      SeededChoices choices( options.seed * 1000003 + episode );
+      Tally tally;
+      ASSERT_EQ( playEpisode( *options.variants.front(), choices, 180, tally, nullptr ), "" );
+      expected += tally.operations;
+   }
+   for ( const U32 jobs : { 1u, 3u } ) {
+      options.jobs = jobs;
+      const auto result = soak( options, nullptr );
+      EXPECT_TRUE( result.good() ) << result.problem;
+      EXPECT_EQ( result.tally.operations, expected ) << jobs;
+   }
+}
+
+TEST( Soak, EndsWithItsTime ) {
+   const auto result = soak( oneVariant( 0, 0.5 ), nullptr );
+   EXPECT_TRUE( result.good() ) << result.problem;
+   EXPECT_GT( result.tally.operations, 0u );
+   EXPECT_LT( result.seconds, 2.5 ); // a second more than it promises, for a busy machine
+}
+
+// `--ops` near the end of its range became 0 pieces of work: nothing was done, and "Library and model agree".
+TEST( Soak, WhatWasNotDoneIsNoAgreement ) {
+   const auto result = soak( oneVariant( ~U64{ 0 }, 0.000001 ), nullptr );
+   EXPECT_FALSE( result.good() );
+   EXPECT_THAT( result.problem, ::testing::HasSubstr( "0 operations were carried out" ) );
+}
+
+// `sleep 1 & exec quarra-tcam soak`: the sleep's end was taken for the end of a piece of work, and the soak crashed.
+TEST( Soak, LeavesTheChildrenOfOthersAlone ) {
+   const pid_t other = fork();
+   if ( other == 0 ) {
+      _exit( 7 );
+   }
+   EXPECT_TRUE( soak( oneVariant( 50 ), nullptr ).good() );
+   int status = 0;
+   ASSERT_EQ( waitpid( other, &status, 0 ), other );
+   EXPECT_EQ( WEXITSTATUS( status ), 7 );
+}
+
+// With no descriptors left the soak ended in an exception that nobody caught, and its children went on.
+TEST( Soak, WithoutRoomForAProcessSaysSo ) {
+   const auto ending = Child( []( std::FILE *output ) {
+                          const int next = dup( STDERR_FILENO );
+                          close( next );
+                          for ( const int room : { 2, 8 } ) {
+                             const auto files = static_cast<rlim_t>( next + room );
+                             const rlimit limit{ files, files + 100 };
+                             setrlimit( RLIMIT_NOFILE, &limit );
+                             auto options = oneVariant( operationsOfAPiece + 1 );
+                             options.jobs = 4;
+                             const auto result = soak( options, nullptr );
+                             std::fprintf( output, "%d %d\n", result.good(), hasChildren() );
+                          }
+                          return 0;
+                       } ).end();
+   EXPECT_EQ( ending.output, "0 0\n1 0\n" ) << ending.errors;
+}
+
+// An interrupt of the parent left the children running, and told nothing of what they had done.
+TEST( Soak, EndsWithASignalAndTellsWhatItCovered ) {
+   for ( const int signal : { SIGINT, SIGTERM, SIGHUP } ) {
+      std::signal( signal, SIG_DFL ); // whoever runs the tests may ignore it
+      auto options = oneVariant( 0, 60 );
+      options.jobs = 2;
+      const auto result = soak( options, [ & ]( const SoakResult &sofar ) {
+         if ( sofar.tally.operations ) {
+            raise( signal );
+         }
+      } );
+      EXPECT_EQ( result.signal, signal );
+      EXPECT_FALSE( result.good() );
+      EXPECT_GT( result.tally.operations, 0u );
+      EXPECT_LT( result.seconds, 30 );
+      EXPECT_FALSE( hasChildren() );
+   }
+}
+
+// A process that hung was waited for without end.
+TEST( Soak, KillsAProcessThatDoesNotGoOn ) {
+   auto options = oneVariant( 2000 );
+   options.patience = std::chrono::seconds( 1 );
+   bool stopped = false;
+   const auto result = soak( options, [ & ]( const SoakResult & ) {
+      const auto own = std::to_string( getpid() );
+      std::ifstream children( "/proc/" + own + "/task/" + own + "/children" );
+      for ( pid_t child = 0; !stopped && children >> child; stopped = true ) {
+         kill( child, SIGSTOP );
+      }
+   } );
+   ASSERT_TRUE( stopped );
+   ASSERT_TRUE( result.failure );
+   EXPECT_THAT( result.failure->what, ::testing::HasSubstr( "did not go on" ) );
+   EXPECT_FALSE( hasChildren() );
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <set>
+#include <tuple>
 
 #include "agent/RequestChecks.h"
 #include "lab/CostModel.h"
@@ -18,34 +19,6 @@ ChipChoice withPortsOf( const AclConfig &config, ChipChoice choice ) {
    }
    return choice;
 }
-
-// The words of the per-port tables as they read now, to see what an install wrote.
-class PortWords {
- public:
-   explicit PortWords( const Switch &theSwitch ) : switch_( theSwitch ) { read(); }
-
-   // Number of words that read differently than at the last call.
-   U64 changes() {
-      const auto before = words_;
-      read();
-      U64 changed = 0;
-      for ( std::size_t i = 0; i < words_.size(); ++i ) {
-         changed += !( words_[ i ] == before[ i ] );
-      }
-      return changed;
-   }
-
- private:
-   void read() {
-      words_.clear();
-      for ( const auto &port : switch_.ports() ) {
-         words_.push_back( switch_.aclGroup( port ) );
-      }
-   }
-
-   const Switch &switch_;
-   std::vector<Vesk::Bitmap> words_;
-};
 
 } // namespace
 
@@ -113,7 +86,7 @@ void Applied::installOne( PlannedEntry &entry ) {
 void Applied::install() {
    std::set<TcamGroupId> created;
    std::set<std::pair<TcamGroupId, std::vector<QuarraModPort>>> portSets;
-   PortWords words( *switch_ );
+   PortWrites writes( *switch_ );
    for ( auto &entry : entries_ ) {
       if ( created.insert( entry.request.group ).second ) {
          try {
@@ -126,30 +99,36 @@ void Applied::install() {
       // An entry of a port set that is programmed already writes no port words.
       if ( entry.refusedCode.empty() &&
            portSets.emplace( entry.request.group, entry.request.ports ).second ) {
-         costs_.portWords += words.changes();
+         writes.step();
       }
    }
-   costs_.portWords += switch_->agent().portTableWordsWritten();
+   costs_.portWords = writes.count();
 }
 
 void Applied::count() {
    const auto &chip = switch_->agent().chip();
-   std::map<std::pair<TcamGroupId, std::vector<QuarraModPort>>, U64> sharers;
+   std::map<std::pair<TcamGroupId, std::vector<QuarraModPort>>, std::pair<U64, const QuarraAgent::Entry *>>
+      sharers;
    for ( const auto &[ id, entry ] : switch_->agent().entries() ) {
       costs_.qualifierBits = std::max( costs_.qualifierBits, qualifierBits( *switch_, entry.request.group ) );
       costs_.classIds.rows += rowsFor( chip, qualifierBits( *switch_, entry.request.group ) );
       costs_.portBitmaps.rows += rowsFor( chip, chip.portBitmapBits );
       costs_.entryPerPort.rows += rowsFor( chip, portNumberBits ) * entry.request.ports.size();
-      ++sharers[ { entry.request.group, entry.request.ports } ];
+      auto &[ number, sharer ] = sharers[ { entry.request.group, entry.request.ports } ];
+      ++number;
+      sharer = &entry;
    }
    U64 most = 0;
-   for ( const auto &[ portSet, number ] : sharers ) {
-      most = std::max( most, number );
+   const QuarraAgent::Entry *sharer = nullptr; // of the port set that most entries share
+   for ( const auto &[ portSet, item ] : sharers ) {
+      if ( item.first > most ) {
+         std::tie( most, sharer ) = item;
+      }
    }
    costs_.classIds.writes = costs_.classIds.rows + costs_.portWords;
    costs_.portBitmaps.writes = costs_.portBitmaps.rows;
    costs_.entryPerPort.writes = costs_.entryPerPort.rows;
-   costs_.classIds.join = most ? 1 : 0;
+   costs_.classIds.join = sharer ? writesOfAJoin( *switch_, *sharer ) : 0;
    costs_.portBitmaps.join = most * rowsFor( chip, chip.portBitmapBits );
    costs_.entryPerPort.join = most;
 }

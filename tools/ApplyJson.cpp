@@ -87,7 +87,7 @@ JsonOut applyJson( const Applied &applied ) {
    }
    auto mismatches = JsonOut::array();
    for ( const auto &mismatch : applied.mismatches() ) {
-      mismatches.push_back( mismatchJson( ports, mismatch ) );
+      mismatches.push_back( mismatchJson( applied.theSwitch(), ports, mismatch ) );
    }
    const auto &costs = applied.costs();
    auto json = document( applied.allFitAndMatch() );

@@ -14,7 +14,7 @@ namespace {
 using namespace QuarraTcam;
 using Align = TextTable::Align;
 
-constexpr std::size_t listedAtMost = 20; // mismatches, unless all are asked for
+constexpr std::size_t examplesOfACause = 3; // mismatches listed for each cause, unless all are asked for
 
 // Ports by their interface names, runs of neighbours folded: "Ethernet0-Ethernet11, Ethernet40".
 class PortNames {
@@ -280,6 +280,14 @@ std::string refusedPart( const Applied &applied, bool all, bool colour ) {
    return text;
 }
 
+std::string takerOf( const Applied &applied, const Mismatch &mismatch ) {
+   if ( !mismatch.taker.value_or( 0 ) ) {
+      return "";
+   }
+   return fmt::format( ", which {} (entry {}) took", ruleName( applied.entries()[ *mismatch.taker - 1 ] ),
+                       *mismatch.taker );
+}
+
 std::string matchPart( const Applied &applied, const PortNames &names, bool all, bool colour ) {
    const auto installed = applied.entries().size() - applied.refused();
    const auto size = fmt::format( "{} x {}", counted( installed, "entry", "entries" ),
@@ -290,16 +298,23 @@ std::string matchPart( const Applied &applied, const PortNames &names, bool all,
    std::string text = verdict(
       false, fmt::format( "{}: {}", size, counted( applied.mismatches().size(), "mismatch", "mismatches" ) ),
       colour );
-   std::size_t listed = 0;
-   for ( const auto &mismatch : applied.mismatches() ) {
-      if ( listed++ == listedAtMost && !all ) {
-         return text + fmt::format( "  and {} more\n", applied.mismatches().size() - listedAtMost );
+   const auto &variant = applied.theSwitch().agent().variant();
+   for ( const auto &cause :
+         causesOf( applied.mismatches(), all ? applied.mismatches().size() : examplesOfACause ) ) {
+      text += fmt::format( "  group {}: {}, {} ({}, {}): {}\n", cause.first.group.value(),
+                           cause.first.expected ? "an entry does not match its port"
+                                                : "an entry matches a port that is not its own",
+                           counted( cause.mismatches, "time", "times" ),
+                           counted( cause.entries, "entry", "entries" ),
+                           counted( cause.ports, "port", "ports" ), reasonText( variant, cause.first ) );
+      for ( const auto &mismatch : cause.examples ) {
+         text +=
+            fmt::format( "    {} (entry {}) on {}{}\n", ruleName( applied.entries()[ mismatch.entry - 1 ] ),
+                         mismatch.entry, names.name( mismatch.port ), takerOf( applied, mismatch ) );
       }
-      const auto &entry = applied.entries()[ mismatch.entry - 1 ];
-      text += fmt::format(
-         "  {} (entry {}, group {}) {} {}: {}\n", ruleName( entry ), mismatch.entry, mismatch.group.value(),
-         mismatch.expected ? "does not match its port" : "matches a port that is not its own,",
-         names.name( mismatch.port ), mismatch.reason );
+      if ( cause.mismatches > cause.examples.size() ) {
+         text += fmt::format( "    and {} more\n", cause.mismatches - cause.examples.size() );
+      }
    }
    return text;
 }

@@ -152,7 +152,7 @@ JsonOut Batch::check( JsonFields &fields ) {
    const PortsJson ports( theSwitch() );
    auto mismatches = JsonOut::array();
    for ( const auto &mismatch : checkMatches( theSwitch() ) ) {
-      mismatches.push_back( mismatchJson( ports, mismatch ) );
+      mismatches.push_back( mismatchJson( theSwitch(), ports, mismatch ) );
    }
    return { { "mismatches", std::move( mismatches ) } };
 }

@@ -39,6 +39,7 @@ std::span<const CommonOptionRow> commonOptions() {
 
 ChipChoice GlobalOptions::choice() const {
    auto choice = defaultChoice( variant );
+   choice.onlySwitchOfProcess = true;
    for ( const auto &text : failSdkCalls ) {
       choice.failures.push_back( sdkCallFailure( text ) );
    }

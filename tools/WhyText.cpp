@@ -147,9 +147,10 @@ std::string firstDifference( const MatchAnswer &answer ) {
                                                   int{ bit->wanted }, int{ bit->carried } );
 }
 
-std::string reasonOf( const PortReport &report, U32 entry ) {
+std::string reasonOf( const Switch &theSwitch, const PortReport &report, U32 entry ) {
    const auto item = report.mismatches.find( entry );
-   return item == report.mismatches.end() ? std::string() : item->second.reason;
+   return item == report.mismatches.end() ? std::string()
+                                          : reasonText( theSwitch.agent().variant(), item->second );
 }
 
 std::string overviewPart( const Switch &theSwitch, const PortReport &report ) {
@@ -175,8 +176,8 @@ std::string overviewPart( const Switch &theSwitch, const PortReport &report ) {
                    entriesText( theSwitch, entries ), fmt::format( "{}", first->holder.group.value() ),
                    fmt::format( "{}", first->holder.request->classId() ), firstDifference( *first ) } );
       if ( !first->asAsked() ) {
-         reasons +=
-            fmt::format( "  {}: {}\n", entriesText( theSwitch, entries ), reasonOf( report, first->entry ) );
+         reasons += fmt::format( "  {}: {}\n", entriesText( theSwitch, entries ),
+                                 reasonOf( theSwitch, report, first->entry ) );
       }
    }
    std::string text =
@@ -254,7 +255,7 @@ std::string detailsPart( const Switch &theSwitch, const PortReport &report,
          text += holderNow( theSwitch, report, *first );
       }
       if ( !first->asAsked() ) {
-         text += fmt::format( "    Why: {}\n", reasonOf( report, first->entry ) );
+         text += fmt::format( "    Why: {}\n", reasonOf( theSwitch, report, first->entry ) );
       }
    }
    return text;

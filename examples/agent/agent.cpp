@@ -49,8 +49,10 @@ bool install( QuarraTcamPortsManager &manager, unsigned entry, const IntfGroupIn
       return false;
    }
    manager.programClassIdForIntfGroup( aclGroup, key, entry, intfGroup );
-   SdkShim->fieldEntryCreate( 0, entry );
+   const auto hint = manager.createAclGroupBitmapHint( aclGroup );
+   SdkShim->fieldEntryCreate( 0, entry, { .startBit = hint.startBit, .endBit = hint.endBit } );
    manager.programClassIdQualifierInHw( 0, aclGroup, entry, manager.getClassId( aclGroup, key, entry ) );
+   SdkShim->fieldEntryInstall( 0, entry );
    return true;
 }
 

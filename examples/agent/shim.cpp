@@ -24,8 +24,11 @@ class PrintingShim : public Sdk::Shim {
    }
    bcmlt_priority_level_t priorityNormal() const override { return 0; }
    const char *errorText( int ) const override { return "no such thing in this SDK"; }
-   int fieldEntryCreate( int, unsigned entry ) override {
-      return std::printf( "create entry %u\n", entry ) < 0;
+   int fieldEntryCreate( int, unsigned entry, const Sdk::QualifierFrame &frame ) override {
+      return std::printf( "create entry %u on bits %u to %u\n", entry, frame.startBit, frame.endBit ) < 0;
+   }
+   int fieldEntryInstall( int, unsigned entry ) override {
+      return std::printf( "install entry %u\n", entry ) < 0;
    }
    int fieldEntryDestroy( int, unsigned entry ) override {
       return std::printf( "destroy entry %u\n", entry ) < 0;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "QuarraCentral/QuarraModPort.h"
+#include "Sdk/QualifierFrame.h"
 
 namespace Sdk {
 
@@ -13,8 +14,10 @@ using namespace Nodra::Types;
 struct FieldEntry {
    enum class Qualifier { none, aclGroup, interfaceClassPort };
 
+   QualifierFrame frame = {};
+   bool installed = false;
    Qualifier qualifier = Qualifier::none;
-   std::vector<U32> dataBits = {}; // aclGroup: positions, rising
+   std::vector<U32> dataBits = {}; // aclGroup: positions in the ports' value, rising
    std::vector<U32> maskBits = {};
    U32 data = 0; // interfaceClassPort
    U32 mask = 0;

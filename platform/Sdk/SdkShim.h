@@ -4,6 +4,7 @@
 #include "QuarraCentral/QuarraModPort.h"
 #include "Sdk/Bcm.h"
 #include "Sdk/Bcmlt.h"
+#include "Sdk/QualifierFrame.h"
 #include "Sdk/ReadBack.h"
 
 namespace Sdk {
@@ -41,8 +42,10 @@ class NODRA_API Shim {
    virtual void preCall() {}
    virtual void errorHook( int /*code*/ ) {}
 
-   // TCAM entries by id, and words of the port tables. Each returns 0, or a negative code on error.
-   virtual int fieldEntryCreate( int unit, U32 entry ) = 0;
+   // TCAM entries by id, and words of the port tables. Each returns 0, or a negative code on error. An entry
+   // is created, then gets its qualifiers, and matches nothing before it is installed.
+   virtual int fieldEntryCreate( int unit, U32 entry, const QualifierFrame &frame ) = 0;
+   virtual int fieldEntryInstall( int unit, U32 entry ) = 0;
    virtual int fieldEntryDestroy( int unit, U32 entry ) = 0;
    virtual int portTableSet( int unit, U8 table, const QuarraCentral::QuarraModPort &port, U32 value ) = 0;
 

@@ -1,0 +1,180 @@
+#include "lab/MatchReasons.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace QuarraLab {
+
+using namespace QuarraTcam;
+using enum ClassIdType;
+using QuarraAgent::Entry;
+
+namespace {
+
+// Positions of a fixed-width group's bits that a union of its requests tells apart.
+constexpr U32 unionBits = 64;
+
+bool holds( const ClassIdRequestStatus &request, U32 bit, const PoolStatus &pool ) {
+   return bit >= pool.baseOffset() && request.classId() >> ( bit - pool.baseOffset() ) & 1;
+}
+
+} // namespace
+
+MatchReasons::MatchReasons( const Switch &theSwitch ) : switch_( theSwitch ) {
+   for ( const auto &[ id, config ] : classIdTcamGroupsInfo ) {
+      if ( config->classIdPoolBits() ) {
+         fixedOffsets_[ config->classIdType() ] =
+            static_cast<U32>( std::countr_zero( config->classIdPoolBits() ) );
+      }
+   }
+}
+
+// Ports of the switch rise.
+std::size_t MatchReasons::placeOf( const QuarraModPort &port ) const {
+   const auto &ports = switch_.ports();
+   return static_cast<std::size_t>( std::lower_bound( ports.begin(), ports.end(), port ) - ports.begin() );
+}
+
+const MatchReasons::Group &MatchReasons::groupOf( TcamGroupId id ) {
+   const auto known = groups_.find( id );
+   if ( known != groups_.end() ) {
+      return known->second;
+   }
+   Group group{ classIdTcamGroupsInfo.at( id ).get(),
+                switch_.agent().manager().classIdTcamGroupStatus( id ).get(),
+                {} };
+   group.holders.resize( switch_.ports().size() );
+   if ( group.status ) {
+      for ( const auto &[ key, request ] : group.status->requestStatus() ) {
+         const auto &entries = request->entryRef();
+         const Holder holder{ request.get(), *std::min_element( entries.begin(), entries.end() ) };
+         for ( const auto &port : request->intfGroup()->portId() ) {
+            group.holders[ placeOf( port ) ].push_back( holder );
+         }
+      }
+   }
+   return groups_.emplace( id, std::move( group ) ).first->second;
+}
+
+// What the port carries of a pool, as the chip says.
+U64 MatchReasons::poolBits( const Group &group, const PoolStatus &pool, std::size_t portIndex ) const {
+   const auto &port = switch_.ports()[ portIndex ];
+   const U64 mask = ( U64{ 1 } << pool.size() ) - 1;
+   const auto type = group.config->classIdType();
+   if ( type == ifpSourceTrunkMap || type == vfpSourceTrunkMap ) {
+      return switch_.sourceTrunkMapWord( type, port ) >> pool.baseOffset() & mask;
+   }
+   const U32 first =
+      pool.baseOffset() + ( type == aclGroupFixedWidth ? switch_.agent().chip().flexibleBits : U32{ 0 } );
+   const auto value = switch_.chip().aclGroup( port.port() );
+   U64 bits = 0;
+   for ( U32 bit = 0; bit < pool.size() && first + bit < value.size(); ++bit ) {
+      bits |= U64{ value.test( first + bit ) } << bit;
+   }
+   return bits;
+}
+
+MatchReasons::Case MatchReasons::caseOf( const Mismatch &mismatch, const Group &group, const Request &request,
+                                         std::size_t portIndex ) const {
+   const auto &pool = *group.status->poolStatus( request.poolId() );
+   U64 wanted = 0;
+   for ( const auto &[ holder, firstEntry ] : group.holders[ portIndex ] ) {
+      wanted |= holder->poolId() == request.poolId() ? holder->classId() : 0;
+   }
+   if ( request.intfGroup()->ethernet() && mismatch.expected ) {
+      wanted |= request.classId();
+   }
+   const U64 carried = poolBits( group, pool, portIndex );
+   return { mismatch, group, request, portIndex, wanted ^ carried, wanted & ~carried };
+}
+
+bool MatchReasons::inTheRecords( Mismatch &mismatch, const Group &group, const Request &request,
+                                 std::size_t portIndex ) {
+   if ( request.entryRefHas( INVALID_ENTRY_ID ) ) {
+      mismatch.reason = Reason::sameRule;
+      return true;
+   }
+   if ( group.config->classIdPoolWidth() == 1 || !mismatch.expected ) {
+      return false;
+   }
+   mismatch.reason = Reason::portTaken;
+   mismatch.taker = 0;
+   for ( const auto &holder : group.holders[ portIndex ] ) {
+      mismatch.taker = holder.firstEntry;
+   }
+   return true;
+}
+
+// A port gains the shared bit when another group at the offset, or a pool over it, puts it there, and loses it
+// when one of them goes.
+bool MatchReasons::atAFixedOffset( Mismatch &mismatch, const Case &found ) {
+   const auto &pool = *found.group.status->poolStatus( found.request.poolId() );
+   const auto type = found.group.config->classIdType();
+   const auto offset = fixedOffsets_.find( type );
+   if ( offset == fixedOffsets_.end() || offset->second < pool.baseOffset() ||
+        found.differing != U64{ 1 } << ( offset->second - pool.baseOffset() ) ) {
+      return false;
+   }
+   if ( found.group.config->classIdPoolBits() == 0 ) {
+      mismatch.reason = Reason::coveredOffset;
+      mismatch.coveringGroup = mismatch.group;
+      return true;
+   }
+   mismatch.reason = Reason::sharedOffset;
+   for ( const auto &[ other, status ] : switch_.agent().manager().classIdTcamGroupStatus() ) {
+      const auto &group = groupOf( other );
+      if ( group.config->classIdType() != type || group.config->classIdPoolBits() ) {
+         continue;
+      }
+      for ( const auto &[ holder, firstEntry ] : group.holders[ found.portIndex ] ) {
+         if ( holds( *holder, offset->second, *status->poolStatus( holder->poolId() ) ) ) {
+            mismatch.reason = Reason::coveredOffset;
+            mismatch.coveringGroup = other;
+         }
+      }
+   }
+   return true;
+}
+
+// The union of a fixed-width bit compares positions above the flexible bits with positions inside the fixed
+// space: it misses the other class IDs, but where the two spaces begin a word apart. Bits are lost by it, and
+// none is gained.
+bool MatchReasons::lostABit( const Case &found ) const {
+   const auto &config = *found.group.config;
+   return config.classIdType() == aclGroupFixedWidth && config.classIdPoolWidth() > 1 &&
+          switch_.agent().chip().flexibleBits % unionBits != 0 && found.differing &&
+          found.differing == found.missing;
+}
+
+bool MatchReasons::outsideOfEthernet( const Case &found ) const {
+   const auto &range = QuarraAgent::ethernetPortsOf( switch_.agent().variant() );
+   const U16 port = found.mismatch.port.port();
+   return found.request.intfGroup()->ethernet() && found.mismatch.expected &&
+          ( port < range.first || port > range.last );
+}
+
+// An all-ethernet group lists no ports: an entry that does list some is beside the point on all of them.
+void MatchReasons::explain( Mismatch &mismatch, const Entry &entry, std::size_t portIndex ) {
+   const auto &group = groupOf( mismatch.group );
+   const auto &request = *group.status->requestStatus( entry.key );
+   const auto &intfGroup = *request.intfGroup();
+   const bool moved = intfGroup.ethernet() ? !entry.request.ethernet
+                                           : intfGroup.portIdHas( mismatch.port ) != mismatch.expected;
+   if ( moved ) {
+      inTheRecords( mismatch, group, request, portIndex );
+      return;
+   }
+   const auto found = caseOf( mismatch, group, request, portIndex );
+   if ( atAFixedOffset( mismatch, found ) ) {
+      return;
+   }
+   if ( lostABit( found ) ) {
+      mismatch.reason = Reason::bitWithoutOthers;
+   } else if ( outsideOfEthernet( found ) ) {
+      mismatch.reason = Reason::ethernetPorts;
+   } else if ( switch_.chip().failedLookUps().contains( mismatch.port.port() ) ) {
+      mismatch.reason = Reason::failedLookUp;
+   }
+}
+
+} // namespace QuarraLab
