@@ -312,6 +312,7 @@ TEST_P( BatchOnEveryVariant, HasTheGroupsOfItsChip ) {
 TEST_P( BatchOnEveryVariant, StartsOnAChipWithJustTheBitsThatItsRulesNeed ) {
    auto choice = QuarraLab::defaultChoice( GetParam() );
    const auto &needed = choice.variant->generation.startUp;
+   using namespace Nodra::Types;
    const auto codeOf = [ &choice ]( U32 flexible, U32 sourceTrunkMap ) -> std::string {
       choice.chip.flexibleBits = static_cast<U8>( flexible );
       choice.chip.sourceTrunkMapBits = static_cast<U8>( sourceTrunkMap );
