@@ -66,6 +66,13 @@ std::string spaceUse( const QuarraTcamPortsManager &manager, ClassIdType type ) 
    return text.string();
 }
 
+void spaceExists( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config ) {
+   if ( !manager.classIdHwStatusHas( config.classIdType() ) ) {
+      refuse( "noSpace", Text() << "group " << config.tcamGroupId() << ": the chip has no "
+                                << config.classIdType() << " space" );
+   }
+}
+
 } // namespace
 
 const ClassIdTcamGroupConfig &knownGroup( TcamGroupId group ) {
@@ -178,6 +185,7 @@ void keyCanBeReserved( const QuarraTcamPortsManager &manager, const ClassIdTcamG
                                      << std::countr_zero( config.classIdPoolBits() )
                                      << " and belongs to the rules reserved at start-up: name one of them" );
    }
+   spaceExists( manager, config );
    if ( config.classIdType() == aclGroupFixedWidth && !status ) {
       refuse( "groupNotCreated", groupAndEntry( request )
                                     << "a fixed-width group gets its class IDs when it is created" );
@@ -189,11 +197,8 @@ void keyCanBeReserved( const QuarraTcamPortsManager &manager, const ClassIdTcamG
 
 // A search for one bit more than there are finds nothing; for more than that it aborts.
 void spaceIsWideEnough( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config ) {
+   spaceExists( manager, config );
    const auto type = config.classIdType();
-   if ( !manager.classIdHwStatusHas( type ) ) {
-      refuse( "noSpace",
-              Text() << "group " << config.tcamGroupId() << ": the chip has no " << type << " space" );
-   }
    const U32 size = manager.classIdHwStatus( type )->size();
    const bool growsByOneBit = type != aclGroupFixedWidth;
    if ( runBits( config ) > size + ( growsByOneBit ? 1 : 0 ) ) {

@@ -355,6 +355,29 @@ TEST_P( BatchOnEveryVariant, HasTheGroupsOfItsChip ) {
    EXPECT_EQ( groupDump( 15 ).at( "config" ).at( "poolWidth" ), twin ? 1 : hsdk ? 8 : 4 );
 }
 
+// The row of the generation says what start-up reserves: one bit less, and set-up would abort.
+TEST_P( BatchOnEveryVariant, StartsOnAChipWithJustTheBitsThatItsRulesNeed ) {
+   auto choice = QuarraLab::defaultChoice( GetParam() );
+   const auto &needed = choice.variant->generation.startUp;
+   using namespace Nodra::Types;
+   const auto codeOf = [ &choice ]( U32 flexible, U32 sourceTrunkMap ) -> std::string {
+      choice.chip.flexibleBits = static_cast<U8>( flexible );
+      choice.chip.sourceTrunkMapBits = static_cast<U8>( sourceTrunkMap );
+      try {
+         QuarraLab::Switch theSwitch( choice );
+         const auto &spaces = theSwitch.agent().manager().classIdHwStatus();
+         return spaces.begin()->second->count() ? "ok" : "nothing is reserved";
+      } catch ( const QuarraAgent::RequestRefused &refused ) {
+         return refused.code();
+      }
+   };
+   EXPECT_EQ( codeOf( needed.flexible, needed.ifpSourceTrunkMap ), "ok" );
+   EXPECT_EQ( codeOf( needed.flexible - 1, 16 ), "chipTooSmall" );
+   if ( needed.ifpSourceTrunkMap ) {
+      EXPECT_EQ( codeOf( 64, needed.ifpSourceTrunkMap - 1 ), "chipTooSmall" );
+   }
+}
+
 INSTANTIATE_TEST_SUITE_P( Variants, BatchOnEveryVariant, ::testing::ValuesIn( everyVariant() ),
                           []( const auto &variant ) { return variant.param; } );
 
