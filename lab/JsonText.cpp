@@ -207,7 +207,10 @@ JsonOut document( bool ok ) {
 // nlohmann escapes control characters below U+0020 only. The others stand in strings alone, so that their
 // bytes can be replaced in the text.
 std::string jsonText( const JsonOut &json, bool indented ) {
-   const auto text = json.dump( indented ? 3 : -1, ' ', false, JsonOut::error_handler_t::replace );
+   auto text = json.dump( indented ? 3 : -1, ' ', false, JsonOut::error_handler_t::replace );
+   if ( text.find_first_of( "\x7f\xc2" ) == std::string::npos ) {
+      return text; // as mostly; some documents are long
+   }
    std::string escaped;
    escaped.reserve( text.size() );
    for ( std::size_t i = 0; i < text.size(); ++i ) {
