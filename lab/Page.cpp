@@ -114,7 +114,8 @@ class StateLists {
    void addMismatches() {
       std::map<std::pair<U32, std::string>, std::vector<QuarraModPort>> byReason;
       for ( const auto &mismatch : checkMatches( switch_ ) ) {
-         byReason[ { mismatch.entry, mismatch.reason } ].push_back( mismatch.port );
+         byReason[ { mismatch.entry, reasonText( switch_.agent().variant(), mismatch ) } ].push_back(
+            mismatch.port );
       }
       std::map<std::string, std::size_t> reasons;
       for ( const auto &[ key, ports ] : byReason ) {
