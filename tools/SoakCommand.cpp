@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <csignal>
 #include <iostream>
 #include <memory>
 #include <random>
@@ -8,6 +9,7 @@
 #include <unistd.h>
 
 #include "lab/Dump.h"
+#include "lab/TextFile.h"
 #include "soak/Soak.h"
 #include "tools/Command.h"
 #include "tools/TextTable.h"
@@ -18,9 +20,9 @@ namespace {
 using namespace QuarraSoak;
 
 struct SoakCommandOptions {
-   U64 operations = 0; // 0: until the time is over
+   std::optional<U64> operations;
    std::optional<U64> seed;
-   double seconds = 0; // 0: no limit
+   std::optional<double> seconds;
    U32 jobs = std::max( 1u, std::thread::hardware_concurrency() );
    bool print = false; // one episode's history instead
 };
@@ -55,17 +57,19 @@ void drawProgress( const SoakOptions &options, const SoakResult &result ) {
 }
 
 JsonOut resultJson( const SoakOptions &options, const SoakResult &result ) {
-   auto json = document( !result.failure );
+   auto json = document( result.good() );
    json[ "seed" ] = options.seed;
    json[ "operations" ] = result.tally.operations;
    json[ "episodes" ] = result.tally.episodes;
    json[ "seconds" ] = result.seconds;
    json[ "outcomes" ] = result.tally.outcomes;
    json[ "events" ] = JsonOut::object();
-   json[ "failure" ] = nullptr;
    for ( std::size_t i = 0; i < result.tally.events.size(); ++i ) {
       json[ "events" ][ eventNames[ i ] ] = result.tally.events[ i ];
    }
+   json[ "problem" ] = result.problem.empty() ? JsonOut() : JsonOut( result.problem );
+   json[ "signal" ] = result.signal ? JsonOut( result.signal ) : JsonOut();
+   json[ "failure" ] = nullptr;
    if ( const auto &failure = result.failure ) {
       json[ "failure" ] = { { "seed", failure->seed },
                             { "variant", failure->variant->name },
@@ -88,21 +92,56 @@ std::string coverageText( const Tally &tally ) {
 }
 
 std::string failureText( const SoakFailure &failure ) {
-   auto text =
-      fmt::format( "\nLibrary and model part: {}\n\nAgain: quarra-tcam --variant {} soak --seed {} --ops {}\n"
-                   "The history, shortened, for quarra-tcam batch:\n",
-                   failure.what, failure.variant->name, failure.seed, operationsOfAPiece );
+   auto text = fmt::format( "\nLibrary and model part: {}\n\n"
+                            "Again: quarra-tcam --variant {} soak --seed {} --ops {}\n",
+                            failure.what, failure.variant->name, failure.seed, operationsOfAPiece );
+   text += failure.history.empty() ? "Alone, it did not happen again.\n"
+                                   : "The history, shortened, for quarra-tcam batch:\n";
    for ( const auto &line : failure.history ) {
       text += line + "\n";
    }
    return text;
 }
 
-int run( const GlobalOptions &global, const SoakCommandOptions &command, Output &out ) {
+std::string verdictText( const SoakResult &result ) {
+   if ( result.failure ) {
+      return failureText( *result.failure );
+   }
+   if ( result.signal ) {
+      return "Stopped by a signal. Library and model agree so far.\n";
+   }
+   return result.good() ? "Library and model agree.\n" : "";
+}
+
+// An interrupted soak tells what it has covered, and then ends as the signal has it.
+[[noreturn]] void endBySignal( int signal, Output &out ) {
+   out.flush();
+   std::signal( signal, SIG_DFL );
+   std::raise( signal );
+   std::abort(); // not reached: the signal ends the process
+}
+
+int printEpisode( const SoakOptions &options, Output &out ) {
+   SeededChoices choices( options.seed );
+   Tally tally;
+   const auto difference =
+      playEpisode( *options.variants.front(), choices, 200, tally, [ & ]( const auto &line ) {
+         out.print( line + "\n" );
+         out.flush();
+      } );
+   if ( !difference.empty() ) {
+      std::cerr << "quarra-tcam: soak: library and model part: " << oneLine( difference ) << "\n";
+   }
+   return difference.empty() ? exitGood : exitDoesNotFit;
+}
+
+SoakOptions soakOptions( const GlobalOptions &global, const SoakCommandOptions &command ) {
+   constexpr U64 operationsUnlessTold = 100000;
    SoakOptions options{ .variants = {},
-                        .seed = command.seed.value_or( static_cast<U64>( std::random_device()() ) ),
-                        .operations = command.operations,
-                        .seconds = command.seconds,
+                        .seed = command.seed ? *command.seed : std::random_device()(),
+                        .operations =
+                           command.operations.value_or( command.seconds ? 0 : operationsUnlessTold ),
+                        .seconds = command.seconds.value_or( 0 ),
                         .jobs = command.jobs };
    for ( const auto &variant : QuarraAgent::variants() ) {
       if ( !global.variantChosen || variant.name == global.variant ) {
@@ -112,12 +151,20 @@ int run( const GlobalOptions &global, const SoakCommandOptions &command, Output 
    if ( options.variants.empty() ) {
       defaultChoice( global.variant ); // says which variants there are
    }
+   return options;
+}
+
+int run( const GlobalOptions &global, const SoakCommandOptions &command, Output &out ) {
+   const auto options = soakOptions( global, command );
    if ( command.print ) {
-      SeededChoices choices( options.seed );
-      Tally tally;
-      const auto difference = playEpisode( *options.variants.front(), choices, 200, tally,
-                                           [ & ]( const std::string &line ) { out.print( line + "\n" ); } );
-      return difference.empty() ? exitGood : exitDoesNotFit;
+      return printEpisode( options, out );
+   }
+   // First of all, for whoever has to end it the hard way.
+   if ( global.json ) {
+      std::cerr << fmt::format( "seed {}\n", options.seed );
+   } else {
+      out.print( fmt::format( "seed {}\n\n", options.seed ) );
+      out.flush();
    }
    const bool bar = isatty( STDERR_FILENO );
    const auto result = soak( options, [ & ]( const SoakResult &sofar ) {
@@ -136,9 +183,26 @@ int run( const GlobalOptions &global, const SoakCommandOptions &command, Output 
                               grouped( result.tally.operations ), grouped( result.tally.episodes ),
                               result.seconds, grouped( static_cast<U64>( rateOf( result ) ) ),
                               options.seed ) +
-                 ( result.failure ? failureText( *result.failure ) : "Library and model agree.\n" ) );
+                 verdictText( result ) );
    }
-   return result.failure ? exitDoesNotFit : exitGood;
+   if ( !result.problem.empty() ) {
+      std::cerr << "quarra-tcam: soak: " << oneLine( result.problem ) << "\n";
+   }
+   if ( result.signal && !result.failure ) {
+      endBySignal( result.signal, out );
+   }
+   return result.good() ? exitGood : exitDoesNotFit;
+}
+
+// No number passes every comparison, "nan" among them.
+CLI::Validator secondsUpTo( double most ) {
+   return { [ most ]( const std::string &text ) {
+              double seconds = 0;
+              const bool good = CLI::detail::lexical_cast( text, seconds ) && seconds > 0 && seconds <= most;
+              return good ? std::string()
+                          : fmt::format( "{}: expected a number of seconds above 0, up to {}", text, most );
+           },
+            "SECONDS" };
 }
 
 Command::Run addOptions( CLI::App &app ) {
@@ -146,23 +210,27 @@ Command::Run addOptions( CLI::App &app ) {
    app.footer(
       "Without --variant, on all variants in turn. When library and model part, prints the seed and a\n"
       "shortened history that `quarra-tcam batch` replays, and exits with 1." );
-   app.add_option( "--ops", soak->operations, "How many operations; 100000 when there is no --time" )
-      ->type_name( "N" );
-   app.add_option( "--seed", soak->seed, "Seed; a random one when not given, printed at the end" )
+   constexpr U64 mostOperations = 1'000'000'000'000;
+   constexpr double mostSeconds = 1e9;
+   auto *const operations =
+      app.add_option( "--ops", soak->operations,
+                      "How many operations, to the end of the episode that passes them; 100000 when "
+                      "there is no --time" )
+         ->type_name( "N" )
+         ->check( CLI::Range( U64{ 1 }, mostOperations ) );
+   app.add_option( "--seed", soak->seed, "Seed; a random one when not given; printed first" )
       ->type_name( "S" );
-   app.add_option( "--time", soak->seconds, "At most so many seconds" )
-      ->type_name( "T" )
-      ->check( CLI::PositiveNumber );
-   app.add_option( "--jobs", soak->jobs, "Processes at a time; every core when not given" )
-      ->type_name( "J" )
-      ->check( CLI::Range( 1, 256 ) );
-   app.add_flag( "--print", soak->print, "Print the history of one episode, for `quarra-tcam batch`" );
-   return [ soak ]( const GlobalOptions &global, Output &out ) {
-      if ( soak->operations == 0 && soak->seconds <= 0 ) {
-         soak->operations = 100000;
-      }
-      return run( global, *soak, out );
-   };
+   auto *const seconds = app.add_option( "--time", soak->seconds, "At most so many seconds" )
+                            ->type_name( "T" )
+                            ->check( secondsUpTo( mostSeconds ) );
+   auto *const jobs = app.add_option( "--jobs", soak->jobs, "Processes at a time; every core when not given" )
+                         ->type_name( "J" )
+                         ->check( CLI::Range( 1, 256 ) );
+   app.add_flag( "--print", soak->print, "Print the history of one episode, for `quarra-tcam batch`" )
+      ->excludes( operations )
+      ->excludes( seconds )
+      ->excludes( jobs );
+   return [ soak ]( const GlobalOptions &global, Output &out ) { return run( global, *soak, out ); };
 }
 
 } // namespace
