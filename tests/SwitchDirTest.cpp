@@ -94,8 +94,7 @@ TEST_P( SwitchDirTest, AKilledProcessLeavesTheSwitchWhole ) {
          return 0;
       } );
       usleep( time );
-      kill( child.process(), SIGKILL );
-      const auto ending = child.end();
+      const auto ending = child.kill();
       U32 answered = 0;
       std::istringstream lines( ending.output );
       for ( U32 entry = 0; lines >> entry; ) {
