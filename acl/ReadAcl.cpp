@@ -76,6 +76,15 @@ const AclFormatRow &rowOf( AclFormat format ) {
    return *std::ranges::find( formats, format, &AclFormatRow::format );
 }
 
+// A forced format does not make another file one of it: read so, it would have no rules. What a config_db.json lacks,
+// its reader tells; an empty list changes nothing.
+bool isOf( AclFormat format, const Json &json ) {
+   const auto *row =
+      std::ranges::find( recognisers, format, &std::pair<AclFormat, bool ( * )( const Json & )>::first );
+   const bool emptyList = json.is_array() && json.empty();
+   return format == AclFormat::configDb || emptyList || row->second( json );
+}
+
 std::string formatNames() {
    std::vector<std::string_view> names;
    std::ranges::transform( formats, std::back_inserter( names ), &AclFormatRow::name );
@@ -119,6 +128,11 @@ void AclReader::addJson( const std::string &file, Json json, std::vector<Complai
    if ( wantsList ? !json.is_array() : !json.is_object() ) {
       complaints_.addFatal( whole, fmt::format( "expected {}, got {}", wantsList ? "a list" : "a JSON object",
                                                 typeName( json ) ) );
+      return;
+   }
+   if ( !isOf( *format, json ) ) {
+      complaints_.addFatal( whole, fmt::format( "expected what the format {} has, got {} without it",
+                                                rowOf( *format ).name, typeName( json ) ) );
       return;
    }
    if ( *format != AclFormat::configDb ) {

@@ -115,6 +115,22 @@ TEST( AclRowOperations, ThatAreNotUnderstoodAreToldAndLeftOut ) {
               "c: rows need a config_db.json before them" );
 }
 
+// A file of RFC 8519 under --format openconfig was read as no rules, with exit code 0.
+TEST( AclFormats, ForcedUponAFileOfAnotherAreRefused ) {
+   const auto told = []( const char *text, AclFormat format ) {
+      const auto reading = parseAcl( { { "f", text } }, format );
+      return reading.usable() ? "taken" : reading.complaints.front().text();
+   };
+   EXPECT_EQ( told( R"({"acls":{}})", AclFormat::openConfig ),
+              "f: expected what the format openconfig has, got an object without it" );
+   EXPECT_EQ( told( R"({"ACL_TABLE":{}})", AclFormat::rfc8519 ),
+              "f: expected what the format rfc8519 has, got an object without it" );
+   EXPECT_EQ( told( R"([{"OP":"SET"}])", AclFormat::jsonPatch ),
+              "f: expected what the format json-patch has, got a list without it" );
+   EXPECT_EQ( told( R"({"acls":{}})", AclFormat::configDb ), "f: expected a table ACL_TABLE" );
+   EXPECT_EQ( told( R"({"acls":{}})", AclFormat::rfc8519 ), "taken" );
+}
+
 // To copy or compare a document nested endlessly would exhaust the stack.
 TEST( AclChange, DeepNestingEndsInAnAnswer ) {
    std::string lists( 80, '[' );
