@@ -216,8 +216,9 @@ TEST( Soak, WithoutRoomForAProcessSaysSo ) {
                           const int next = dup( STDERR_FILENO );
                           close( next );
                           for ( const int room : { 2, 8 } ) {
-                             const auto files = static_cast<rlim_t>( next + room );
-                             const rlimit limit{ files, files + 100 };
+                             rlimit limit{};
+                             getrlimit( RLIMIT_NOFILE, &limit );
+                             limit.rlim_cur = static_cast<rlim_t>( next + room );
                              setrlimit( RLIMIT_NOFILE, &limit );
                              auto options = oneVariant( operationsOfAPiece + 1 );
                              options.jobs = 4;
