@@ -257,8 +257,8 @@ TEST( Soak, KillsAProcessThatDoesNotGoOn ) {
    const auto result = soak( options, [ & ]( const SoakResult & ) {
       const auto own = std::to_string( getpid() );
       std::ifstream children( "/proc/" + own + "/task/" + own + "/children" );
-      for ( pid_t child = 0; !stopped && children >> child; stopped = true ) {
-         kill( child, SIGSTOP );
+      for ( pid_t child = 0; children >> child; stopped = true ) {
+         kill( child, SIGSTOP ); // each time, should somebody else let it go on
       }
    } );
    ASSERT_TRUE( stopped );
