@@ -226,9 +226,7 @@ class Auditor {
       agent_.manager().programClassIdQualifierInHw(
          static_cast<U32>( unit_ ), group, entry,
          agent_.manager().getClassId( group, installed.key, entry ) );
-      if ( other || !found || !found->installed ) {
-         SDK_CALL( SdkShim->fieldEntryInstall( unit_, entry ) );
-      }
+      SDK_CALL( SdkShim->fieldEntryInstall( unit_, entry ) );
    }
 
    const TcamAgent &agent_;

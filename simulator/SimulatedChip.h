@@ -48,8 +48,8 @@ struct ChipOptions {
    std::vector<U32> loopbackPorts = {};
 };
 
-// A TCAM entry and the one qualifier it may carry, of the kind that its frame is for. Before the entry is
-// installed a second qualifier replaces the first; afterwards it is refused.
+// A TCAM entry and the one qualifier it may carry, of the kind that its frame is for. A second qualifier
+// replaces the first: at once before the entry is installed, afterwards when it is installed again.
 struct TcamEntry {
    enum class Kind { none, aclGroup, interfaceClassPort };
 
@@ -111,7 +111,7 @@ class QUARRA_SIMULATOR_API SimulatedChip : public Sdk::Shim {
    // Fails for entry 0 and for a frame that the chip has not (parameter), and for an entry that is there
    // (exists).
    int fieldEntryCreate( int unit, U32 entry, const Sdk::QualifierFrame &frame ) override;
-   // Fails for an entry that is not there (not found), and for one that is installed (exists).
+   // Fails for an entry that is not there (not found), and for one that is installed as it is (exists).
    int fieldEntryInstall( int unit, U32 entry ) override;
    // Fails for an entry that is not there (not found).
    int fieldEntryDestroy( int unit, U32 entry ) override;

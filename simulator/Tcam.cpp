@@ -49,22 +49,29 @@ int Tcam::install( U32 entry ) {
    if ( item == entries_.end() ) {
       return Code::notFound;
    }
+   if ( auto changed = waiting_.extract( entry ) ) {
+      item->second = changed.mapped();
+      return Code::ok;
+   }
    return std::exchange( item->second.installed, true ) ? Code::exists : Code::ok;
 }
 
 int Tcam::destroy( U32 entry ) {
+   waiting_.erase( entry );
    return entries_.erase( entry ) ? Code::ok : Code::notFound;
 }
 
-Tcam::Place Tcam::place( U32 entry, Kind kind ) {
+int Tcam::takes( U32 entry, Kind kind ) const {
    const auto item = entries_.find( entry );
    if ( item == entries_.end() ) {
-      return { Code::notFound };
+      return Code::notFound;
    }
-   if ( item->second.installed || kindOf( item->second.frame ) != kind ) {
-      return { Code::conflict };
-   }
-   return { Code::ok, &item->second };
+   return kindOf( item->second.frame ) == kind ? Code::ok : Code::conflict;
+}
+
+TcamEntry &Tcam::written( U32 entry ) {
+   auto &held = entries_.at( entry );
+   return held.installed ? waiting_.try_emplace( entry, held ).first->second : held;
 }
 
 int Tcam::qualifyInterfaceClassPort( U32 entry, U32 data, U32 mask ) {
@@ -74,11 +81,12 @@ int Tcam::qualifyInterfaceClassPort( U32 entry, U32 data, U32 mask ) {
    if ( mask >> sourceTrunkMapBits_ || data & ~mask ) {
       return Code::parameter;
    }
-   const auto [ code, qualified ] = place( entry, Kind::interfaceClassPort );
-   if ( qualified ) {
-      qualified->kind = Kind::interfaceClassPort;
-      qualified->data = data;
-      qualified->mask = mask;
+   const int code = takes( entry, Kind::interfaceClassPort );
+   if ( code == Code::ok ) {
+      auto &qualified = written( entry );
+      qualified.kind = Kind::interfaceClassPort;
+      qualified.data = data;
+      qualified.mask = mask;
    }
    return code;
 }
@@ -88,18 +96,18 @@ int Tcam::qualifyAclGroup( U32 entry, U32 dataCount, const U32 *data, U32 maskCo
         !std::includes( mask, mask + maskCount, data, data + dataCount ) ) {
       return Code::parameter;
    }
-   const auto [ code, qualified ] = place( entry, Kind::aclGroup );
-   if ( !qualified ) {
+   if ( const int code = takes( entry, Kind::aclGroup ) ) {
       return code;
    }
-   const auto &frame = qualified->frame;
+   const auto frame = entries_.at( entry ).frame;
    if ( mask[ 0 ] + U64{ frame.firstBit } < frame.startBit ||
         mask[ maskCount - 1 ] + U64{ frame.firstBit } > frame.endBit ) {
       return Code::parameter;
    }
-   qualified->kind = Kind::aclGroup;
-   qualified->dataBits = bitsOfValue( frame, dataCount, data );
-   qualified->maskBits = bitsOfValue( frame, maskCount, mask );
+   auto &qualified = written( entry );
+   qualified.kind = Kind::aclGroup;
+   qualified.dataBits = bitsOfValue( frame, dataCount, data );
+   qualified.maskBits = bitsOfValue( frame, maskCount, mask );
    return Code::ok;
 }
 

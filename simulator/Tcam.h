@@ -19,8 +19,8 @@ class Tcam {
    int destroy( U32 entry );
 
    // Fails when the chip has no class-ID bits (unavailable), when data or mask lie outside of them or data
-   // outside of the mask (parameter), when there is no such entry (not found), and when it is installed or its
-   // frame is the ACL-group value (conflict).
+   // outside of the mask (parameter), when there is no such entry (not found), and when its frame is the
+   // ACL-group value (conflict).
    int qualifyInterfaceClassPort( U32 entry, U32 data, U32 mask );
 
    // The same with lists of bits, which must be there and rise, inside of what the frame lets the qualifier
@@ -31,21 +31,20 @@ class Tcam {
 
    // Past the SDK: no check.
    void entryIs( U32 entry, const TcamEntry &held ) { entries_.insert_or_assign( entry, held ); }
-   void entryDel( U32 entry ) { entries_.erase( entry ); }
+   void entryDel( U32 entry ) { destroy( entry ); }
 
  private:
    bool has( const Sdk::QualifierFrame &frame ) const;
 
-   // The entry, when it can take a qualifier of the kind; else why not.
-   struct Place {
-      int code;
-      TcamEntry *entry = nullptr;
-   };
-   Place place( U32 entry, TcamEntry::Kind kind );
+   // Whether there is an entry that takes a qualifier of the kind; and the one to write, which is a copy that
+   // waits where the entry is installed.
+   int takes( U32 entry, TcamEntry::Kind kind ) const;
+   TcamEntry &written( U32 entry );
 
    U32 aclGroupBits_;
    U32 sourceTrunkMapBits_;
    std::map<U32, TcamEntry> entries_;
+   std::map<U32, TcamEntry> waiting_; // installed ones with a new qualifier, for their next installation
 };
 
 } // namespace QuarraSimulator

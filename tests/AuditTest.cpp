@@ -88,7 +88,7 @@ TEST_P( AuditTest, EntriesThatAreGoneStrangeOrWrongAreNamedAndMended ) {
    EXPECT_NE( audited.drifts[ 1 ].expected, audited.drifts[ 1 ].found );
    EXPECT_EQ( audited.drifts[ 2 ].kind, Kind::entryUnknown );
    EXPECT_EQ( audited.drifts[ 2 ].entry, 999u );
-   repaired( 2 + 1 + 1 ); // made and qualified, qualified, destroyed
+   repaired( 3 + 2 + 1 ); // made, qualified and installed; qualified and installed; destroyed
 }
 
 TEST_P( AuditTest, BitsOfPortsAreNamedAndOnlyThoseAreWritten ) {

@@ -137,7 +137,7 @@ TEST_F( Sdk6Chip, ARefusedQualifierLeavesTheEntryAsItWas ) {
 }
 
 // An entry was created without a qualifier, and matched every port until it got one.
-TEST_F( Sdk6Chip, AnEntryMatchesNothingBeforeItIsInstalledAndTakesNoQualifierAfter ) {
+TEST_F( Sdk6Chip, AnEntryMatchesAsItWasInstalledLast ) {
    ASSERT_EQ( setGroup( 1, { 5 } ), Code::ok );
    ASSERT_EQ( chip.fieldEntryCreate( unit, 7, wholeValue ), Code::ok );
    EXPECT_FALSE( chip.matches( 7, { 0, 6 } ) );
@@ -145,8 +145,13 @@ TEST_F( Sdk6Chip, AnEntryMatchesNothingBeforeItIsInstalledAndTakesNoQualifierAft
    ASSERT_EQ( qualify( { 1 }, { 1, 2 } ), Code::ok ) << "it takes the place of the first";
    EXPECT_FALSE( chip.matches( 7, { 0, 5 } ) );
    ASSERT_EQ( chip.fieldEntryInstall( unit, 7 ), Code::ok );
-   EXPECT_EQ( qualify( { 2 }, { 2 } ), Code::conflict );
    EXPECT_EQ( chip.fieldEntryInstall( unit, 7 ), Code::exists );
+   EXPECT_EQ( qualify( { 2 }, { 2 } ), Code::ok );
+   EXPECT_TRUE( chip.matches( 7, { 0, 5 } ) ) << "the new qualifier waits";
+   EXPECT_EQ( chip.fieldEntryInstall( unit, 7 ), Code::ok );
+   EXPECT_FALSE( chip.matches( 7, { 0, 5 } ) );
+   EXPECT_EQ( qualify( { 1 }, { 1, 2 } ), Code::ok );
+   EXPECT_EQ( chip.fieldEntryInstall( unit, 7 ), Code::ok );
    EXPECT_EQ( chip.fieldEntryInstall( unit, 8 ), Code::notFound );
    EXPECT_EQ( chip.fieldEntryInstall( unit + 1, 7 ), Code::unit );
    EXPECT_TRUE( chip.matches( 7, { 0, 5 } ) );
