@@ -138,7 +138,8 @@ void OpenConfigReader::findSets( const YangNode &acl ) {
 
 // A table goes by the set's name, and by its type, too, where that alone tells two sets apart.
 std::string OpenConfigReader::tableName( const SetKey &key ) const {
-   const auto &[ name, type ] = key;
+   const auto &name = key.first;
+   const auto &type = key.second;
    const auto others =
       std::ranges::count_if( sets_, [ & ]( const auto &set ) { return set.first.first == name; } );
    return others > 1 && !type.empty() ? name + "/" + type : name;
