@@ -171,6 +171,7 @@ class Model {
    void givePoolsBack( U16 group );
    void giveBack( Space space, const ModelPool &pool );
    bool covers( const PortSet &set, const Port &port ) const;
+   bool covers( U16 group, U32 bit ) const; // by one of its pools
    bool matches( U32 entry, const Port &port ) const;
    std::set<Rule> rulesBehind( const ModelRequest &request, const Holder &holder, const Port &port ) const;
    void addWordRules( const ModelRequest &request, const Holder &holder, const Port &port,

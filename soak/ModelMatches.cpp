@@ -84,6 +84,14 @@ std::set<Rule> Model::rulesBehind( const ModelRequest &request, const Holder &ho
    return rules;
 }
 
+bool Model::covers( U16 id, U32 bit ) const {
+   const auto state = states_.find( id );
+   return state != states_.end() &&
+          std::any_of( state->second.pools.begin(), state->second.pools.end(), [ & ]( const auto &pool ) {
+             return pool.base <= bit && bit < pool.base + pool.width;
+          } );
+}
+
 // Of a word, several groups may have a bit: fixed-offset groups all the same one, and pools that lie over it.
 void Model::addWordRules( const ModelRequest &request, const Holder &holder, const Port &port,
                           std::set<Rule> &rules ) const {
@@ -98,6 +106,11 @@ void Model::addWordRules( const ModelRequest &request, const Holder &holder, con
    for ( U32 bit = pool.base; bit < pool.base + pool.width; ++bit ) {
       if ( const auto writer = writers_.find( { own.space, port, bit } ); writer != writers_.end() ) {
          add( writer->second );
+         // The match check has no memory: for a pool that took the bit along when it went, it names the groups
+         // at the offset.
+         if ( own.poolBits && !covers( writer->second, bit ) ) {
+            rules.insert( Rule::sharedOffset );
+         }
       }
    }
    for ( const auto &[ id, state ] : states_ ) {
