@@ -20,7 +20,7 @@ bool Model::matches( U32 entry, const Port &port ) const {
       return carriers != aclGroupBits_.end() && carriers->second.contains( port.port() );
    };
    return std::all_of( mask.begin(), mask.end(),
-                       [ & ]( U32 bit ) { return carried( bit ) == data.contains( bit ); } );
+                       [ &, &bits = data ]( U32 bit ) { return carried( bit ) == bits.contains( bit ); } );
 }
 
 std::vector<ModelMismatch> Model::mismatches() const {
@@ -29,8 +29,9 @@ std::vector<ModelMismatch> Model::mismatches() const {
    std::vector<ModelMismatch> found;
    for ( const auto &[ id, request ] : entries_ ) {
       const auto &state = states_.at( request.group );
-      const auto &holder = *std::find_if( state.holders.begin(), state.holders.end(),
-                                          [ & ]( auto &item ) { return item.entries.contains( id ); } );
+      const auto &holder =
+         *std::find_if( state.holders.begin(), state.holders.end(),
+                        [ entry = id ]( auto &item ) { return item.entries.contains( entry ); } );
       for ( const auto &port : ports ) {
          // The CPU's port is not compared for all ethernet ports.
          if ( request.wanted.ethernet && chip_.cpuPorts.contains( port ) ) {
