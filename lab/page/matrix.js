@@ -95,7 +95,8 @@ class Matrix {
     this.drawRowNames(context, view);
     this.drawColumnNames(context, view);
     context.fillStyle = this.colour("--ground");
-    context.fillRect(0, 0, this.head.width, this.head.height);
+    // Hides labels that were scrolled away; the first label of a narrow column reaches over a little.
+    context.fillRect(0, 0, this.head.width - 4, this.head.height);
   }
 
   // Indexes of the cells in view.
