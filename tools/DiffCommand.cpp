@@ -30,6 +30,7 @@ SwitchState readState( const GlobalOptions &global, const DiffOptions &options, 
    }
    auto subject = options.subject;
    subject.files = { file };
+   subject.onlySwitchOfProcess = false; // the other state may be one, too
    return stateOf( Subject( global, subject ).theSwitch() );
 }
 

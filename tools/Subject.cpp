@@ -57,7 +57,9 @@ Subject::Subject( const GlobalOptions &global, const SubjectOptions &options ) {
    if ( options.bindings ) {
       addBindings( config );
    }
-   applied_ = std::make_unique<Applied>( std::move( config ), global.choice(), map );
+   auto choice = global.choice();
+   choice.onlySwitchOfProcess = options.onlySwitchOfProcess;
+   applied_ = std::make_unique<Applied>( std::move( config ), choice, map );
    if ( const auto refused = applied_->refused() ) {
       std::cerr << fmt::format(
          "quarra-tcam: {} of {} did not fit and {} not on the switch; `apply` tells why\n", refused,

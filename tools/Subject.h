@@ -15,6 +15,7 @@ struct SubjectOptions {
    std::vector<std::string> files;
    std::vector<std::string> map; // "TYPE=GROUP"
    bool bindings = false;
+   bool onlySwitchOfProcess = true; // no other one is asked by this command
 
    // Adds --config, --map and --bindings.
    void addTo( CLI::App &app );
