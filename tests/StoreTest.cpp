@@ -144,11 +144,16 @@ TEST_F( StoreTest, AStoreOfAnotherChipOrVariantIsRefused ) {
       const AgentStore store( agent, Store::open( path, {} ) );
    };
    with( "sdk6", 0, [ & ]( auto &agent ) { const AgentStore store( agent, path, {} ); } );
-   for ( const auto &[ variant, flexibleBits, code ] :
-         { std::tuple( "hsdk", 0, "storeOfAnother" ), std::tuple( "testSdk6", 0, "storeOfAnother" ),
-           std::tuple( "sdk6", 32, "storeOfAnother" ), std::tuple( "sdk6", 0, "ok" ) } ) {
-      with( variant, static_cast<U8>( flexibleBits ), [ & ]( auto &agent ) {
-         EXPECT_EQ( refusalOf( [ & ] { takeOver( agent ); } ), code ) << variant;
+   struct Opening {
+      const char *variant;
+      U8 flexibleBits;
+      const char *code;
+   };
+   for ( const auto &opening :
+         { Opening{ "hsdk", 0, "storeOfAnother" }, Opening{ "testSdk6", 0, "storeOfAnother" },
+           Opening{ "sdk6", 32, "storeOfAnother" }, Opening{ "sdk6", 0, "ok" } } ) {
+      with( opening.variant, opening.flexibleBits, [ & ]( auto &agent ) {
+         EXPECT_EQ( refusalOf( [ & ] { takeOver( agent ); } ), opening.code ) << opening.variant;
       } );
    }
    with( "sdk6", 0, [ & ]( auto &agent ) {

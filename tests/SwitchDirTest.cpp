@@ -83,7 +83,7 @@ TEST_P( SwitchDirTest, TheChipsTablesGrowWithItsEntries ) {
 // Killed wherever it may be: the next process finds a switch, with all that was answered and at most one more.
 TEST_P( SwitchDirTest, AKilledProcessLeavesTheSwitchWhole ) {
    U32 most = 0;
-   for ( const useconds_t time : { 2000, 6000, 15000, 30000, 60000, 90000 } ) {
+   for ( const useconds_t time : { 2000u, 6000u, 15000u, 30000u, 60000u, 90000u } ) {
       QuarraSoak::Child child( [ & ]( std::FILE *output ) {
          const auto theSwitch = open();
          for ( U32 entry = static_cast<U32>( theSwitch->agent().entries().size() ) + 1;; ++entry ) {
