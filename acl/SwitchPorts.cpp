@@ -221,9 +221,9 @@ Warnings SwitchPorts::sharedMembers() const {
    }
    for ( const auto &[ member, names ] : channelsOf ) {
       if ( names.size() > 1 ) {
-         const auto place = std::ranges::find( draft_.members, member, &DraftMember::port )->place;
-         sentences.emplace_back( Place{ place.file, "PORTCHANNEL_MEMBER" },
-                                 fmt::format( "{} is a member of {}", member, joinNames( names ) ) );
+         Place place = std::ranges::find( draft_.members, member, &DraftMember::port )->place;
+         place.path = "PORTCHANNEL_MEMBER";
+         sentences.emplace_back( place, fmt::format( "{} is a member of {}", member, joinNames( names ) ) );
       }
    }
    return sentences;
