@@ -46,7 +46,7 @@ REST = '*-' + ':'.join(part for tests in TESTS[:3] + TESTS[4:] for part in tests
 SWAPS = {'==': '!=', '!=': '==', '<': '<=', '<=': '<', '>': '>=', '>=': '>', '&&': '||', '||': '&&', '+': '-',
          '-': '+', '*': '+', '%': '/', '&': '|', '|': '&', '+=': '-=', '|=': '&=', '&=': '|=', '<<': '>>', '>>': '<<'}
 OPERATOR = re.compile(r'(?<= )(' + '|'.join(re.escape(o) for o in sorted(SWAPS, key=len, reverse=True)) + r')(?= )')
-NUMBER = re.compile(r'(?<![\w.\"])(0x[0-9a-fA-F]+|\d+)(?![\w.\"])')
+NUMBER = re.compile(r'(?<![\w.\"])(0x[0-9a-fA-F]+|0|[1-9]\d*)(?![\w.\"])')
 STATEMENT = re.compile(r'^ +(?!return|const |auto |using |case |default|break|struct |static |constexpr |\})'
                        r'[\w:+*!][^;{}]*;$', re.M)
 LEAVE = re.compile(r'^ +(continue|break);$', re.M)
@@ -107,6 +107,12 @@ def words(command):
     return shlex.split(command.split(' && ')[1] if command.startswith(': && ') else command)
 
 
+def environment_of(test):
+    """The start of a command that sets what the test wants in its environment."""
+    return ['env'] + [setting for wanted in test['properties'] if wanted['name'] == 'ENVIRONMENT'
+                      for setting in wanted['value']]
+
+
 class Build:
     def __init__(self, directory):
         self.directory = directory
@@ -119,7 +125,8 @@ class Build:
         listed = json.loads(subprocess.run(['ctest', '--show-only=json-v1'], cwd=directory, check=True,
                                            capture_output=True, text=True).stdout)['tests']
         command = str(directory / 'bin/quarra-tcam')
-        self.tool_tests = [test['command'] for test in listed if command in test.get('command', [])]
+        self.tool_tests = [environment_of(test) + test['command'] for test in listed
+                           if command in test.get('command', [])]
         self.limits = {}
 
     def compile(self, path, source, place):
@@ -165,21 +172,22 @@ class Build:
         return str(made if made.exists() else self.directory / 'bin' / name)
 
     def run(self, command, place, seconds):
-        """Whether the command fails, a timeout included."""
+        """None when the command passes, else how it ended."""
         environment = dict(os.environ, LD_LIBRARY_PATH=str(place), GTEST_FAIL_FAST='1', GTEST_BRIEF='1',
                            QUARRA_TCAM=self.programme('quarra-tcam', place), QUARRA_CASES_PERCENT=CASES_PERCENT,
                            ASAN_OPTIONS=f'hard_rss_limit_mb={MEGABYTES}')
-        limit = None if 'sanit' in self.directory.name else lambda: resource.setrlimit(
+        unlimited = 'sanit' in self.directory.name or any(word.endswith('page.py') for word in command)  # a browser
+        limit = None if unlimited else lambda: resource.setrlimit(
             resource.RLIMIT_AS, (MEGABYTES << 20, MEGABYTES << 20))
         # A session of its own, so that the tests' own child processes go with them.
         run = subprocess.Popen(command, cwd=ROOT, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL, preexec_fn=limit, start_new_session=True)
         try:
-            return run.wait(seconds) != 0
+            return 'killed' if run.wait(seconds) else None
         except subprocess.TimeoutExpired:
             os.killpg(run.pid, signal.SIGKILL)
             run.wait()
-            return True
+            return 'timed out'
 
     def steps(self, place):
         """(name, commands) of the tests, in the order in which they run."""
@@ -201,9 +209,10 @@ class Build:
                     raise SystemExit(f'the tests fail without a mutant: {shlex.join(command)}')
             self.limits[name] = 60 + 10 * (time.monotonic() - start)
 
-    def notices(self, place):
-        return any(self.run(command, place, self.limits[name])
-                   for name, commands in self.steps(place) for command in commands)
+    def verdict(self, place):
+        ends = (self.run(command, place, self.limits[name])
+                for name, commands in self.steps(place) for command in commands)
+        return next(filter(None, ends), 'survived')
 
 
 def judge(build, number, mutant):
@@ -214,7 +223,7 @@ def judge(build, number, mutant):
     try:
         if not build.compile(path, source[:start] + new + source[end:], place):
             return 'not built'
-        return 'killed' if build.notices(place) else 'survived'
+        return build.verdict(place)
     finally:
         shutil.rmtree(place)
 
@@ -252,7 +261,7 @@ def main():
     (PLACE / f'{options.of}.list').write_text(listed)
     build = Build(ROOT / options.build)
     build.rehearse()
-    verdicts = {'killed': 0, 'survived': 0, 'not built': 0}
+    verdicts = {'killed': 0, 'timed out': 0, 'survived': 0, 'not built': 0}
     log = open(PLACE / f'{options.of}-{options.seed}.txt', 'w')
 
     def say(line, shown=True):
@@ -266,9 +275,9 @@ def main():
         for job in concurrent.futures.as_completed(jobs):
             verdicts[job.result()] += 1
             say(job.result().ljust(10) + describe(jobs[job]), shown=job.result() == 'survived')
-    judged = max(1, verdicts['killed'] + verdicts['survived'])
+    noticed = verdicts['killed'] + verdicts['timed out']
     say(', '.join(f'{verdict} {number}' for verdict, number in verdicts.items()) +
-        f': {100 * verdicts["killed"] / judged:.1f} % killed')
+        f': {100 * noticed / max(1, noticed + verdicts["survived"]):.1f} % noticed')
 
 
 if __name__ == '__main__':
