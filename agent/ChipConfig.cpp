@@ -15,41 +15,69 @@ using QuarraCentral::QuarraModPort;
 // Positions in the ACL-group value that a union of requests tells apart.
 constexpr U32 unionBits = 64;
 
-[[noreturn]] void bad( const ChipConfig &config, const std::string &what ) {
-   throw RequestRefused( "badChip", "chip " + config.profile + ": " + what );
-}
+// What is wrong with a chip, each a message.
+class Problems {
+ public:
+   explicit Problems( const ChipConfig &config ) : chip_( "chip " + config.profile + ": " ) {}
 
-void checkBits( const ChipConfig &config, const GenerationLimits &limits ) {
-   if ( config.flexibleBits > limits.flexibleBits ) {
-      bad( config, ( Nodra::Text() << "aclGroupFlexibleWidth " << config.flexibleBits << ": expected 0 to "
-                                   << limits.flexibleBits )
-                      .string() );
+   void expect( bool good, const Nodra::Text &otherwise ) {
+      if ( !good ) {
+         found_.push_back( chip_ + otherwise.string() );
+      }
    }
-   if ( U32{ config.flexibleBits } + config.fixedBits > limits.aclGroupBits ) {
-      bad( config, ( Nodra::Text() << "aclGroupFlexibleWidth " << config.flexibleBits
-                                   << " and aclGroupFixedWidth " << config.fixedBits << ": expected at most "
-                                   << limits.aclGroupBits << " together" )
-                      .string() );
-   }
+   std::vector<std::string> take() { return std::move( found_ ); }
+
+ private:
+   std::string chip_;
+   std::vector<std::string> found_;
+};
+
+void checkBits( const ChipConfig &config, const GenerationLimits &limits, Problems &problems ) {
+   problems.expect( config.flexibleBits <= limits.flexibleBits,
+                    Nodra::Text() << "aclGroupFlexibleWidth " << config.flexibleBits << ": expected 0 to "
+                                  << limits.flexibleBits );
+   problems.expect( U32{ config.flexibleBits } + config.fixedBits <= limits.aclGroupBits,
+                    Nodra::Text() << "aclGroupFlexibleWidth " << config.flexibleBits
+                                  << " and aclGroupFixedWidth " << config.fixedBits << ": expected at most "
+                                  << limits.aclGroupBits << " together" );
    constexpr U32 sourceTrunkMapWordBits = 16;
-   if ( config.sourceTrunkMapBits > sourceTrunkMapWordBits ) {
-      bad( config, ( Nodra::Text() << "sourceTrunkMap " << config.sourceTrunkMapBits << ": expected 0 to "
-                                   << sourceTrunkMapWordBits )
-                      .string() );
-   }
+   problems.expect( config.sourceTrunkMapBits <= sourceTrunkMapWordBits,
+                    Nodra::Text() << "sourceTrunkMap " << config.sourceTrunkMapBits << ": expected 0 to "
+                                  << sourceTrunkMapWordBits );
+   problems.expect( config.tcamRowBits != 0, Nodra::Text() << "tcamRowBits 0: expected at least 1" );
 }
 
 // A fixed-width union compares positions above the flexible bits with positions inside the fixed space,
 // modulo 64. With a flexible space that ends in the last pool's width below 64, bits of one pool would stand
 // for each other.
-void checkFixedUnion( const ChipConfig &config ) {
+void checkFixedUnion( const ChipConfig &config, Problems &problems ) {
    constexpr U32 widestPool = 8;
-   if ( config.fixedBits && config.flexibleBits > unionBits - widestPool &&
-        config.flexibleBits < unionBits ) {
-      bad( config, ( Nodra::Text() << "aclGroupFlexibleWidth " << config.flexibleBits
-                                   << ": beside a fixed-width space expected at most "
-                                   << unionBits - widestPool << ", or " << unionBits )
-                      .string() );
+   problems.expect( !config.fixedBits || config.flexibleBits <= unionBits - widestPool ||
+                       config.flexibleBits >= unionBits,
+                    Nodra::Text() << "aclGroupFlexibleWidth " << config.flexibleBits
+                                  << ": beside a fixed-width space expected at most "
+                                  << unionBits - widestPool << ", or " << unionBits );
+}
+
+// Per-port words are kept by port number alone, so no two ports of the chip may share one.
+void checkPorts( const Generation &generation, const ChipConfig &config, Problems &problems ) {
+   const U32 numbers = portNumbers( generation, config );
+   std::map<U16, QuarraModPort> seen;
+   const auto check = [ & ]( const QuarraModPort &port ) {
+      problems.expect( port.modId() != ModId( ModId::null ) && port.port() < numbers,
+                       Nodra::Text() << "port " << port << ": expected a module below " << ModId::null
+                                     << " and a port below " << numbers );
+      problems.expect( port.modId().value() <= generation.limits.lastModule,
+                       Nodra::Text() << "port " << port << ": system ports belong to module 0" );
+      const auto [ item, added ] = seen.emplace( port.port(), port );
+      problems.expect( added, Nodra::Text() << "ports " << item->second << " and " << port
+                                            << ": the chip keeps one ACL-group value for a port number" );
+   };
+   for ( const auto &port : config.ports ) {
+      check( port.port );
+   }
+   for ( const auto &port : config.cpuPorts ) {
+      check( port );
    }
 }
 
@@ -92,41 +120,23 @@ U32 portNumbers( const Generation &generation, const ChipConfig &config ) {
    return limits.systemPortBits ? std::min( U32{ 1 } << config.portBits, limits.ports ) : limits.ports;
 }
 
-// Per-port words are kept by port number alone, so no two ports of the chip may share one.
-void checkChip( const Variant &variant, const ChipConfig &config ) {
+std::vector<std::string> chipProblems( const Variant &variant, const ChipConfig &config ) {
    const auto &limits = variant.generation.limits;
-   checkBits( config, limits );
-   checkFixedUnion( config );
+   Problems problems( config );
+   checkBits( config, limits, problems );
+   checkFixedUnion( config, problems );
    if ( limits.systemPortBits && ( config.portBits == 0 || config.portBits > limits.systemPortBits ) ) {
-      bad( config,
-           ( Nodra::Text() << "portBits " << config.portBits << ": expected 1 to " << limits.systemPortBits )
-              .string() );
+      problems.expect( false, Nodra::Text() << "portBits " << config.portBits << ": expected 1 to "
+                                            << limits.systemPortBits );
+   } else {
+      checkPorts( variant.generation, config, problems );
    }
-   if ( config.tcamRowBits == 0 ) {
-      bad( config, "tcamRowBits 0: expected at least 1" );
-   }
-   const U32 numbers = portNumbers( variant.generation, config );
-   std::map<U16, QuarraModPort> seen;
-   auto check = [ & ]( const QuarraModPort &port ) {
-      if ( port.modId() == ModId( ModId::null ) || port.port() >= numbers ) {
-         bad( config, ( Nodra::Text() << "port " << port << ": expected a module below " << ModId::null
-                                      << " and a port below " << numbers )
-                         .string() );
-      }
-      if ( port.modId().value() > limits.lastModule ) {
-         bad( config, ( Nodra::Text() << "port " << port << ": system ports belong to module 0" ).string() );
-      }
-      if ( const auto [ item, added ] = seen.emplace( port.port(), port ); !added ) {
-         bad( config, ( Nodra::Text() << "ports " << item->second << " and " << port
-                                      << ": the chip keeps one ACL-group value for a port number" )
-                         .string() );
-      }
-   };
-   for ( const auto &port : config.ports ) {
-      check( port.port );
-   }
-   for ( const auto &port : config.cpuPorts ) {
-      check( port );
+   return problems.take();
+}
+
+void checkChip( const Variant &variant, const ChipConfig &config ) {
+   if ( const auto problems = chipProblems( variant, config ); !problems.empty() ) {
+      throw RequestRefused( badChip, problems.front() );
    }
 }
 

@@ -43,7 +43,12 @@ U32 portNumbers( const Generation &generation, const ChipConfig &config );
 // Interface name of a port that nobody named: "Port5", "Port2/5" outside module 0.
 std::string portName( const QuarraCentral::QuarraModPort &port );
 
-// Throws RequestRefused with code "badChip" when the chip cannot be one of this variant.
+// Why the chip cannot be one of this variant, each reason a message; empty when it can. With the code under
+// which they are refused.
+inline constexpr char badChip[] = "badChip";
+std::vector<std::string> chipProblems( const Variant &variant, const ChipConfig &config );
+
+// Throws RequestRefused with the first of them.
 void checkChip( const Variant &variant, const ChipConfig &config );
 
 } // namespace QuarraAgent

@@ -97,7 +97,9 @@ ChipChoice readChip( JsonFields &fields, const ChipChoice &before ) {
       chip.cpuPorts = fields.ports( "cpuPorts" );
    }
    if ( fields.goodSoFar() ) {
-      fields.attempt( [ & ] { checkChip( *choice.variant, chip ); } );
+      for ( const auto &problem : chipProblems( *choice.variant, chip ) ) {
+         fields.attempt( [ & ] { throw RequestRefused( badChip, problem ); } );
+      }
    }
    return choice;
 }

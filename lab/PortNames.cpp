@@ -61,6 +61,11 @@ std::string PortNames::list( const std::vector<QuarraModPort> &ports ) const {
    return text.empty() ? "none" : text;
 }
 
+std::string PortNames::list( const QuarraTcam::IntfGroupInfo &intfGroup ) const {
+   return intfGroup.ethernet() ? "all ethernet"
+                               : list( { intfGroup.portId().begin(), intfGroup.portId().end() } );
+}
+
 const QuarraModPort *PortNames::lookUp( const std::string &text ) const {
    const auto item = ports_.find( text );
    return item == ports_.end() ? nullptr : &item->second;

@@ -21,6 +21,9 @@ class PortNames {
    // Rising ports, runs of neighbours folded: "Ethernet0-Ethernet11, Ethernet40"; "none" when there is none.
    std::string list( const std::vector<QuarraModPort> &ports ) const;
 
+   // The same of those that a class ID was asked for; "all ethernet" stands for them all.
+   std::string list( const QuarraTcam::IntfGroupInfo &intfGroup ) const;
+
    // The port of that interface name, or of that number: "2" in module 0, "1/2" in module 1. Throws
    // RequestRefused ("unknownPort") with the names that there are.
    QuarraModPort find( const std::string &text ) const;

@@ -1,5 +1,8 @@
 #include <cstdlib>
 #include <memory>
+#include <set>
+
+#include <fmt/format.h>
 
 #include "acl/ReadAcl.h"
 #include "tools/ApplyReport.h"
@@ -35,6 +38,19 @@ void addBindings( AclConfig &config ) {
    }
 }
 
+void warnOfUnusedTypes( const GroupMap &map, AclConfig &config ) {
+   std::set<std::string> types;
+   for ( const auto &table : config.tables ) {
+      types.insert( table.type );
+   }
+   for ( const auto &[ type, group ] : map ) {
+      if ( !types.contains( type ) ) {
+         config.warnings.push_back(
+            fmt::format( "--map {}={}: no table has this type", type, group.value() ) );
+      }
+   }
+}
+
 int run( const GlobalOptions &global, const ApplyOptions &options, Output &out ) {
    const auto choice = global.choice();
    GroupMap map;
@@ -49,6 +65,7 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
    if ( options.bindings ) {
       addBindings( config );
    }
+   warnOfUnusedTypes( map, config );
    const Applied applied( std::move( config ), choice, map, std::move( complaints ) );
    if ( !options.html.empty() ) {
       writePage( options.html, applied.theSwitch(), applied.config().file, notesOf( applied ) );

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "lab/CostModel.h"
+#include "lab/PortNames.h"
 #include "lab/TextFile.h"
 #include "tools/TextTable.h"
 
@@ -15,41 +16,6 @@ using namespace QuarraTcam;
 using Align = TextTable::Align;
 
 constexpr std::size_t examplesOfACause = 3; // mismatches listed for each cause, unless all are asked for
-
-// Ports by their interface names, runs of neighbours folded: "Ethernet0-Ethernet11, Ethernet40".
-class PortNames {
- public:
-   explicit PortNames( const Applied &applied ) {
-      for ( const auto &port : applied.theSwitch().agent().chip().ports ) {
-         names_.emplace( port.port, shortName( port.intf ) );
-      }
-   }
-
-   std::string name( const QuarraModPort &port ) const {
-      const auto item = names_.find( port );
-      return item == names_.end() ? QuarraAgent::portName( port ) : item->second;
-   }
-
-   template <typename Ports>
-   std::string list( const Ports &ports ) const {
-      std::string text;
-      for ( auto first = ports.begin(); first != ports.end(); ) {
-         auto last = first;
-         while ( std::next( last ) != ports.end() && std::next( last )->port() == last->port() + 1 ) {
-            ++last;
-         }
-         text.append( text.empty() ? "" : ", " ).append( name( *first ) );
-         if ( last != first ) {
-            text.append( "-" ).append( name( *last ) );
-         }
-         first = std::next( last );
-      }
-      return text.empty() ? "none" : text;
-   }
-
- private:
-   std::map<QuarraModPort, std::string> names_;
-};
 
 std::string heading( const std::string &text, bool colour ) {
    return colour ? fmt::format( "\n\033[1m{}\033[0m\n", text ) : fmt::format( "\n{}\n", text );
@@ -73,10 +39,6 @@ std::string tablesPart( const Applied &applied, const PortNames &names ) {
    TextTable table(
       { { "table" }, { "type" }, { "group", Align::right }, { "rules", Align::right }, { "ports" } } );
    std::string leftOut;
-   std::map<std::string, QuarraModPort> portOf;
-   for ( const auto &port : applied.theSwitch().agent().chip().ports ) {
-      portOf.emplace( port.intf, port.port );
-   }
    for ( const auto &acl : applied.config().tables ) {
       if ( !acl.leftOut.empty() ) {
          leftOut +=
@@ -86,7 +48,7 @@ std::string tablesPart( const Applied &applied, const PortNames &names ) {
       }
       std::vector<QuarraModPort> ports;
       for ( const auto &name : acl.ports ) {
-         ports.push_back( portOf.at( name ) );
+         ports.push_back( names.find( name ) );
       }
       table.row( { acl.name, acl.type, fmt::format( "{}", applied.groupOf( acl ).value() ),
                    fmt::format( "{}", acl.rules.size() ), names.list( ports ) } );
@@ -150,8 +112,7 @@ std::string classIdsPart( const Applied &applied, const PortNames &names ) {
                       fmt::format( "{}", request->poolId() ), fmt::format( "{}", request->classId() ),
                       bitsOf( *request, *status->poolStatus( request->poolId() ) ),
                       fmt::format( "{}", entries ), usersOf( applied, *request ),
-                      request->intfGroup()->ethernet() ? "all ethernet"
-                                                       : names.list( request->intfGroup()->portId() ) } );
+                      names.list( *request->intfGroup() ) } );
       }
    }
    return table.empty() ? "  none in use\n" : table.text();
@@ -322,7 +283,7 @@ std::string matchPart( const Applied &applied, const PortNames &names, bool all,
 } // namespace
 
 std::string applyReport( const Applied &applied, bool colour, bool all ) {
-   const PortNames names( applied );
+   const PortNames names( applied.theSwitch() );
    const auto &agent = applied.theSwitch().agent();
    const auto installed = applied.entries().size() - applied.refused();
    std::string text =

@@ -15,7 +15,7 @@ enum ExitCode {
    exitGood = 0,
    exitDoesNotFit = 1, // or does not match, or did not happen though it was asked for
    exitBadInput = 2,
-   exitNotWritten = 4, // standard output did not take all of it
+   exitNotWritten = 4, // standard output, or a file, did not take all of it
 };
 
 // Options that several commands take.

@@ -1,13 +1,19 @@
 #include "tools/Output.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <system_error>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
+#include "lab/TextFile.h"
+
 namespace QuarraTool {
 namespace {
+
+using QuarraLab::oneLine;
 
 // Whoever lends us the descriptor may have set it not to wait.
 bool canBeTriedAgain( int descriptor ) {
@@ -19,10 +25,21 @@ bool canBeTriedAgain( int descriptor ) {
    return errno == EINTR;
 }
 
+void writeTo( const std::string &path, std::string_view text, const std::string &name ) {
+   const int descriptor = open( path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666 );
+   if ( descriptor < 0 ) {
+      throw OutputError( name, errno );
+   }
+   Output out( descriptor, name );
+   out.print( text );
+   out.close();
+}
+
 } // namespace
 
-OutputError::OutputError( int error )
-   : std::runtime_error( "standard output: cannot be written: " + std::generic_category().message( error ) ),
+OutputError::OutputError( const std::string &where, int error )
+   : std::runtime_error( oneLine( where ) +
+                         ": cannot be written: " + std::generic_category().message( error ) ),
      readerIsGone_( error == EPIPE ) {}
 
 void Output::print( std::string_view text ) {
@@ -42,7 +59,7 @@ void Output::flush() {
       } else if ( !canBeTriedAgain( descriptor_ ) ) {
          const int error = errno;
          kept_.clear();
-         throw OutputError( error );
+         throw OutputError( name_, error );
       }
    }
    kept_.clear();
@@ -51,7 +68,28 @@ void Output::flush() {
 void Output::close() {
    flush();
    if ( ::close( descriptor_ ) != 0 && errno != EINTR ) {
-      throw OutputError( errno );
+      throw OutputError( name_, errno );
+   }
+}
+
+void writeFile( const std::string &file, std::string_view text ) {
+   namespace fs = std::filesystem;
+   std::error_code error;
+   if ( fs::exists( file, error ) && !fs::is_regular_file( file, error ) ) {
+      writeTo( file, text, file );
+      return;
+   }
+   const auto path = fs::weakly_canonical( file, error ); // a link stays one
+   const auto draft = path.string() + ".new";
+   try {
+      writeTo( draft, text, file );
+      fs::rename( draft, path, error );
+      if ( error ) {
+         throw OutputError( file, error.value() );
+      }
+   } catch ( const OutputError & ) {
+      fs::remove( draft, error );
+      throw;
    }
 }
 

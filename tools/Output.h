@@ -3,13 +3,14 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace QuarraTool {
 
-// Something that was printed did not arrive. what() is one line.
+// Something that was printed or written did not arrive. what() is one line.
 class OutputError : public std::runtime_error {
  public:
-   explicit OutputError( int error ); // an errno
+   OutputError( const std::string &where, int error ); // an errno
 
    // Whoever read has gone: no fault of anybody, so nothing is said about it.
    bool readerIsGone() const { return readerIsGone_; }
@@ -23,7 +24,8 @@ class OutputError : public std::runtime_error {
 // forks, flushes first. What is kept when an Output goes without close() is lost.
 class Output {
  public:
-   explicit Output( int descriptor ) : descriptor_( descriptor ) {}
+   explicit Output( int descriptor, std::string name = "standard output" )
+      : descriptor_( descriptor ), name_( std::move( name ) ) {}
    Output( const Output & ) = delete;
    Output &operator=( const Output & ) = delete;
 
@@ -36,7 +38,12 @@ class Output {
 
  private:
    int descriptor_;
+   std::string name_; // for messages
    std::string kept_;
 };
+
+// Writes a file as a whole: when it throws OutputError, what was there before is still there. What is no file,
+// like a device, is written to as it stands.
+void writeFile( const std::string &file, std::string_view text );
 
 } // namespace QuarraTool

@@ -1,15 +1,12 @@
 #include "tools/Subject.h"
 
-#include <cerrno>
-#include <cstdio>
 #include <iostream>
-#include <system_error>
 
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <unistd.h>
 
+#include "tools/Output.h"
 #include "tools/TextTable.h"
 
 namespace QuarraTool {
@@ -93,28 +90,7 @@ PageNotes notesOf( const Applied &applied ) {
 
 void writePage( const std::string &file, const Switch &theSwitch, const std::string &title,
                 const PageNotes &notes ) {
-   const auto page = pageHtml( pageDocument( theSwitch, title, { pageState( theSwitch, "now", notes ) } ) );
-   const auto refuse = [ & ]( int error ) -> void {
-      throw InputError(
-         fmt::format( "{}: cannot be written: {}", file, std::generic_category().message( error ) ) );
-   };
-   // Beside the file first, so that a full disk leaves what was there.
-   const auto draft = file + ".new";
-   std::FILE *const stream = std::fopen( draft.c_str(), "wb" );
-   if ( !stream ) {
-      refuse( errno );
-   }
-   const bool written = std::fwrite( page.data(), 1, page.size(), stream ) == page.size();
-   int error = errno;
-   if ( std::fclose( stream ) != 0 && written ) {
-      error = errno;
-   } else if ( written && std::rename( draft.c_str(), file.c_str() ) == 0 ) {
-      return;
-   } else if ( written ) {
-      error = errno;
-   }
-   unlink( draft.c_str() );
-   refuse( error );
+   writeFile( file, pageHtml( pageDocument( theSwitch, title, { pageState( theSwitch, "now", notes ) } ) ) );
 }
 
 } // namespace QuarraTool

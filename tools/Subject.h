@@ -41,7 +41,7 @@ class Subject {
 // What the page of an applied configuration tells beside its switch.
 PageNotes notesOf( const Applied &applied );
 
-// Writes the page of a switch. Throws InputError when it cannot be written; there is no half a file then.
+// Writes the page of a switch. Throws OutputError when it cannot be written; there is no half a file then.
 void writePage( const std::string &file, const Switch &theSwitch, const std::string &title,
                 const PageNotes &notes );
 

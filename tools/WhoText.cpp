@@ -11,11 +11,6 @@ using namespace QuarraTcam;
 using enum QuarraTcam::ClassIdType;
 using Align = TextTable::Align;
 
-std::string portsText( const PortNames &names, const IntfGroupInfo &intfGroup ) {
-   return intfGroup.ethernet() ? "all ethernet"
-                               : names.list( { intfGroup.portId().begin(), intfGroup.portId().end() } );
-}
-
 } // namespace
 
 std::string bitText( const Switch &theSwitch, const BitReport &report ) {
@@ -43,7 +38,7 @@ std::string bitText( const Switch &theSwitch, const BitReport &report ) {
       for ( const auto &holder : report.holders ) {
          table.row( { fmt::format( "{}", holder.group.value() ),
                       fmt::format( "{}", holder.request->classId() ), numbersText( holder.bits() ),
-                      usersText( theSwitch, holder ), portsText( names, *holder.request->intfGroup() ) } );
+                      usersText( theSwitch, holder ), names.list( *holder.request->intfGroup() ) } );
       }
       text += "\nClass IDs that set it\n" + table.text();
    }
@@ -65,7 +60,7 @@ std::string tableText( const Switch &theSwitch, const TableReport &report ) {
                    std::string( stringValue( classIdTcamGroupsInfo.at( holder.group )->classIdType() ) ),
                    fmt::format( "{}", holder.pool->poolId() ), fmt::format( "{}", holder.request->classId() ),
                    numbersText( holder.bits() ), numbersText( entries ), usersText( theSwitch, holder ),
-                   portsText( names, *holder.request->intfGroup() ) } );
+                   names.list( *holder.request->intfGroup() ) } );
    }
    return fmt::format( "table {} uses {}\n", oneLine( report.table ),
                        counted( report.shares.size(), "class ID", "class IDs" ) ) +

@@ -43,6 +43,18 @@ done
 expect "a reader that is gone, SIGPIPE ignored" 4 '' \
    bash -c 'trap "" PIPE; ( sleep 0.1; exec "$0" groups ) | true; exit "${PIPESTATUS[0]}"' "$tool"
 
+# A file that was asked for. The incident: a page took the place of the device that it was to be written to.
+cp scenarios/overlap.json "$folder/kept"
+expect "a page onto a full disk" 4 '^quarra-tcam: /proc/self/fd/3: cannot be written: No space' \
+   bash -c '"$0" apply scenarios/overlap.json --html /proc/self/fd/3 3>/dev/full >/dev/null' "$tool"
+expect "a page onto standard output" 0 '' \
+   bash -c '"$0" why Ethernet0 -c scenarios/overlap.json --html /proc/self/fd/3 3>&1 >/dev/null | grep -q "</html>"' "$tool"
+expect "a page into no folder" 4 '^quarra-tcam: .*/none/page: cannot be written: No such' \
+   bash -c '"$0" apply scenarios/overlap.json --html "$1/none/page" >/dev/null' "$tool" "$folder"
+expect "a page whose draft cannot be made" 4 '^quarra-tcam: .*/kept: cannot be written: ' \
+   bash -c 'mkdir "$1/kept.new"; "$0" apply scenarios/overlap.json --html "$1/kept" >/dev/null' "$tool" "$folder"
+cmp -s scenarios/overlap.json "$folder/kept" || { echo "a page that could not be written took the file's place"; failed=1; }
+
 # Standard input that is none.
 expect "batch of a folder" 2 '^quarra-tcam: standard input: cannot be read: Is a directory$' \
    bash -c 'exec "$0" batch - </tmp' "$tool"
