@@ -57,6 +57,8 @@ class Assembler {
    };
    static constexpr std::size_t none = ~std::size_t( 0 );
 
+   void checkName( const char *what, const std::string &name, const Place &place, const Subject &subject );
+   void checkNames();
    void merge( const DraftTable &more );
    void addTable( Table &table );
    void addRule( const DraftRule &draft );
@@ -94,6 +96,7 @@ AclConfig Assembler::assemble() {
    for ( const auto &[ place, sentence ] : draft_.warnings ) {
       warn( place, sentence );
    }
+   checkNames();
    for ( const DraftTable &table : draft_.tables ) {
       merge( table );
    }
@@ -113,6 +116,29 @@ AclConfig Assembler::assemble() {
       } );
    }
    return std::move( config_ );
+}
+
+// A name goes with every entry of its rule, into messages, the store and the page.
+void Assembler::checkName( const char *what, const std::string &name, const Place &place,
+                           const Subject &subject ) {
+   constexpr std::size_t most = 1024;
+   if ( name.size() > most ) {
+      complaints_.add(
+         place, fmt::format( "the name of a {} has at most {} bytes, this one {}", what, most, name.size() ),
+         subject );
+   }
+}
+
+void Assembler::checkNames() {
+   for ( const auto &port : draft_.ports ) {
+      checkName( "port", port.name, port.place, {} );
+   }
+   for ( const auto &table : draft_.tables ) {
+      checkName( "table", table.name, table.place, { table.name, "" } );
+   }
+   for ( const auto &rule : draft_.rules ) {
+      checkName( "rule", rule.name, rule.place, { rule.table, rule.name } );
+   }
 }
 
 // A table may stand in several files, each with a part of it. What two of them say must agree.

@@ -238,15 +238,15 @@ TEST( Tolerated, NamesWithControlCharactersAreOneLineInTheReport ) {
 
 // A table's name of 100 KB was padded into 100 MB of columns, and the line that refused the deletion of a group named
 // each of its 100,000 entries. A byte of Latin-1 that terminals obey came through as it was.
-TEST( Tolerated, NamesWithoutEndAreShortInTheReport ) {
-   const std::string name( 100'000, 'x' );
+TEST( Tolerated, LongNamesAreShortInTheReport ) {
+   const std::string name( 1024, 'x' ); // no longer one is taken
    const auto text = R"({"PORT":{"E":{}},"ACL_TABLE":{")" + name +
                      R"(":{"type":"V","ports":["E"]}, "W":{"type":"V","ports":["E"]}},
       "ACL_RULE":{")" +
                      name + "|" + name + R"(":{},"W|R":{}}})";
    const Applied applied( parseConfigDb( text, "a.json" ), defaultChoice( "testSdk6" ), { { "V", 2 } } );
    for ( const auto &line : reportedLines( applied ) ) {
-      EXPECT_LT( line.size(), 4100u );
+      EXPECT_LT( line.size(), 500u );
    }
    EXPECT_EQ( applyJson( applied ).at( "tables" )[ 1 ].at( "name" ), name ) << "whole in the document";
 }
