@@ -8,6 +8,7 @@ here=$(cd "$(dirname "$0")/.." && pwd)
 
 if [ ! -e "$cache/complete" ]; then
    rm -rf "$cache"
+   mkdir -p "$cache"
    debootstrap --variant=minbase bookworm "$cache/root" http://deb.debian.org/debian >/dev/null
    touch "$cache/complete"
 fi

@@ -121,12 +121,12 @@ TEST_P( GeneratedLines, AreCarriedOutOrRefused ) {
 
 INSTANTIATE_TEST_SUITE_P( Seeds, GeneratedLines, ::testing::Range( 1u, 9u ) );
 
-// ---- Configurations --------------------------------------------------------------------------------------
+// ---- Configurations, in every format --------------------------------------------------------------------------------------
 
 // "" when the text is refused as it should be, or applied.
 std::string problemOf( const std::string &text, const QuarraAgent::Variant &variant, unsigned &taken ) {
    try {
-      auto config = parseConfigDb( text, "generated" );
+      auto config = parseAcl( { { "generated", text } } ).orRefuse();
       ++taken;
       const Applied applied( std::move( config ), defaultChoice( std::string( variant.name ) ), {} );
       for ( const auto &entry : applied.entries() ) {
@@ -152,7 +152,10 @@ class GeneratedConfigurations : public ::testing::TestWithParam<unsigned> {};
 
 TEST_P( GeneratedConfigurations, AreAppliedOrRefused ) {
    const auto seed = GetParam();
-   const auto good = textsIn( "fuzz/corpus/Configuration" );
+   auto good = textsIn( "fuzz/corpus/Configuration" );
+   for ( const auto &text : textsIn( "fuzz/corpus/AclFormats" ) ) {
+      good.push_back( text );
+   }
    Mutations mutations( seed, good );
    unsigned taken = 0;
    for ( unsigned number = 0; number < casesOfASeed; ++number ) {
