@@ -57,6 +57,8 @@ std::string reasonName( Reason reason ) {
       return "sharedOffset";
    case Reason::coveredOffset:
       return "coveredOffset";
+   case Reason::offsetCleared:
+      return "offsetCleared";
    case Reason::bitWithoutOthers:
       return "bitWithoutOthers";
    case Reason::ethernetPorts:
@@ -84,6 +86,11 @@ std::string reasonText( const QuarraAgent::Variant &variant, const Mismatch &mis
    case Reason::coveredOffset:
       return fmt::format( "the pool of group {} lies over the bit of the fixed-offset groups",
                           mismatch.coveringGroup->value() );
+   case Reason::offsetCleared:
+      return fmt::format(
+         "another class ID over the fixed-offset bit of group {} left the port, and took the bit "
+         "along",
+         group );
    case Reason::bitWithoutOthers:
       return fmt::format(
          "a bit of fixed-width group {} is programmed without the ports of its other class IDs", group );

@@ -11,10 +11,11 @@ namespace QuarraLab {
 // The rules of the system by which an entry matches other ports than it was asked for. Each is given only
 // where it was tested: where the port's value differs from what the entry's key stands for as the rule has it.
 enum class Reason {
-   sameRule,         // one rule has one class ID: a newer entry of it asked for other ports
-   portTaken,        // a port carries one class ID of a group of wide pools: a newer entry took the port
-   sharedOffset,     // the groups at one fixed offset share their bit
-   coveredOffset,    // a pool lies over the bit of the fixed-offset groups, which the search does not know of
+   sameRule,      // one rule has one class ID: a newer entry of it asked for other ports
+   portTaken,     // a port carries one class ID of a group of wide pools: a newer entry took the port
+   sharedOffset,  // the groups at one fixed offset share their bit
+   coveredOffset, // a pool lies over the bit of the fixed-offset groups, which the search does not know of
+   offsetCleared, // a class ID over the bit of the fixed-offset groups left the port, and took the bit along
    bitWithoutOthers, // a bit of a fixed-width group is programmed without the ports of its other class IDs
    ethernetPorts,    // "all ethernet ports" is a range of ports, and the port lies outside
    failedLookUp,     // a look-up of the port's table entry failed, and was taken for a missing entry

@@ -106,7 +106,7 @@ bool MatchReasons::inTheRecords( Mismatch &mismatch, const Group &group, const R
 }
 
 // A port gains the shared bit when another group at the offset, or a pool over it, puts it there, and loses it
-// when one of them goes.
+// when one of them leaves the port. Who left is in no record any more.
 bool MatchReasons::atAFixedOffset( Mismatch &mismatch, const Case &found ) {
    const auto &pool = *found.group.status->poolStatus( found.request.poolId() );
    const auto type = found.group.config->classIdType();
@@ -118,6 +118,10 @@ bool MatchReasons::atAFixedOffset( Mismatch &mismatch, const Case &found ) {
    if ( found.group.config->classIdPoolBits() == 0 ) {
       mismatch.reason = Reason::coveredOffset;
       mismatch.coveringGroup = mismatch.group;
+      return true;
+   }
+   if ( found.missing ) {
+      mismatch.reason = Reason::offsetCleared;
       return true;
    }
    mismatch.reason = Reason::sharedOffset;

@@ -26,10 +26,35 @@ QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
    return options;
 }
 
+namespace {
+
+// A chip that tells somebody of each call before it is made.
+class ToldBefore : public QuarraSimulator::SimulatedChip {
+ public:
+   ToldBefore( QuarraSimulator::ChipOptions options, std::function<void()> tell )
+      : SimulatedChip( std::move( options ) ), tell_( std::move( tell ) ) {}
+
+   void preCall() override { tell_(); }
+
+ private:
+   const std::function<void()> tell_;
+};
+
+} // namespace
+
 std::unique_ptr<QuarraSimulator::SimulatedChip> makeChip( const QuarraAgent::Variant &variant,
                                                           const QuarraAgent::ChipConfig &config ) {
    QuarraAgent::forgetEarlierAgents();
    return std::make_unique<QuarraSimulator::SimulatedChip>( chipOptions( variant, config ) );
+}
+
+std::vector<QuarraModPort> portsOf( const QuarraAgent::ChipConfig &config ) {
+   std::vector<QuarraModPort> ports = config.cpuPorts;
+   for ( const auto &port : config.ports ) {
+      ports.push_back( port.port );
+   }
+   std::sort( ports.begin(), ports.end() );
+   return ports;
 }
 
 void showAclGroupsOf( const QuarraAgent::Variant &variant,
@@ -45,22 +70,30 @@ Switch::Switch( const ChipChoice &choice ) {
    start( choice );
 }
 
-Switch::Switch( std::unique_ptr<SwitchDir> dir ) : dir_( std::move( dir ) ) {
-   start( dir_->choice() );
+Switch::Switch( std::unique_ptr<SwitchDir> dir, const SdkHooks &hooks ) : dir_( std::move( dir ) ) {
+   start( dir_->choice(), hooks );
 }
 
 Switch::~Switch() = default;
 
-void Switch::start( const ChipChoice &choice ) {
+void Switch::start( const ChipChoice &choice, const SdkHooks &hooks ) {
    const auto &variant = *choice.variant;
    const auto &config = choice.chip;
    QuarraAgent::checkChip( variant, config );
-   chip_ = makeChip( variant, config );
+   if ( hooks.beforeCall ) {
+      QuarraAgent::forgetEarlierAgents();
+      chip_ = std::make_unique<ToldBefore>( chipOptions( variant, config ), hooks.beforeCall );
+   } else {
+      chip_ = makeChip( variant, config );
+   }
    for ( const auto &failure : choice.failures ) {
       chip_->failCall( failure.nth, failure.code, failure.function );
    }
    if ( dir_ ) {
-      dir_->start( *chip_ );
+      dir_->start( *chip_, hooks.afterCall );
+   }
+   if ( hooks.beforeStart ) {
+      hooks.beforeStart( *chip_ );
    }
    agent_ = std::make_unique<TcamAgent>( variant, config,
                                          choice.onlySwitchOfProcess
@@ -70,11 +103,7 @@ void Switch::start( const ChipChoice &choice ) {
       dir_->start( *agent_ );
    }
    showAclGroupsOf( variant, agent_->manager().portsHelper(), *chip_ );
-   for ( const auto &port : config.ports ) {
-      ports_.push_back( port.port );
-   }
-   ports_.insert( ports_.end(), config.cpuPorts.begin(), config.cpuPorts.end() );
-   std::sort( ports_.begin(), ports_.end() );
+   ports_ = portsOf( config );
 }
 
 U32 Switch::sourceTrunkMapWord( ClassIdType type, const QuarraModPort &port ) const {

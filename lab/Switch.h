@@ -18,9 +18,21 @@ QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
                                           const QuarraAgent::ChipConfig &config );
 
 class SwitchDir;
+
+// Is told of a switch's SDK calls from the first one on, those of its start among them. Each may be empty.
+struct SdkHooks {
+   // Once: the chip holds what it held, and the agent comes next. The chip may be kept and asked.
+   std::function<void( const QuarraSimulator::SimulatedChip &chip )> beforeStart = {};
+   std::function<void()> beforeCall = {};
+   QuarraSimulator::Observer afterCall = {};
+};
+
 // A new one of these, in a process that has forgotten its earlier agents. There must be no other chip.
 std::unique_ptr<QuarraSimulator::SimulatedChip> makeChip( const QuarraAgent::Variant &variant,
                                                           const QuarraAgent::ChipConfig &config );
+
+// All ports of a chip, the CPU's among them, rising.
+std::vector<QuarraModPort> portsOf( const QuarraAgent::ChipConfig &config );
 
 // On a variant whose helper keeps the ports' ACL-group values itself, makes them the chip's.
 void showAclGroupsOf( const QuarraAgent::Variant &variant,
@@ -36,7 +48,7 @@ class Switch {
    explicit Switch( const ChipChoice &choice );
 
    // The switch of a directory, as it was when it was last used. Throws StoreRefused.
-   explicit Switch( std::unique_ptr<SwitchDir> dir );
+   explicit Switch( std::unique_ptr<SwitchDir> dir, const SdkHooks &hooks = {} );
    ~Switch();
 
    TcamAgent &agent() { return *agent_; }
@@ -58,7 +70,7 @@ class Switch {
    const SwitchDir *dir() const { return dir_.get(); }
 
  private:
-   void start( const ChipChoice &choice );
+   void start( const ChipChoice &choice, const SdkHooks &hooks = {} );
 
    std::unique_ptr<QuarraSimulator::SimulatedChip> chip_;
    std::unique_ptr<TcamAgent> agent_;

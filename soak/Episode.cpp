@@ -16,6 +16,9 @@ void Tally::add( const Tally &other ) {
    for ( const auto &[ outcome, count ] : other.outcomes ) {
       outcomes[ outcome ] += count;
    }
+   for ( const auto &[ place, count ] : other.places ) {
+      places[ place ] += count;
+   }
 }
 
 std::string Tally::line() const {
@@ -23,8 +26,11 @@ std::string Tally::line() const {
    for ( const U64 count : events ) {
       text += fmt::format( " {}", count );
    }
-   for ( const auto &[ outcome, count ] : outcomes ) {
-      text += fmt::format( " {} {}", outcome, count );
+   text += fmt::format( " {}", outcomes.size() );
+   for ( const auto *counts : { &outcomes, &places } ) {
+      for ( const auto &[ word, count ] : *counts ) {
+         text += fmt::format( " {} {}", word, count );
+      }
    }
    return text;
 }
@@ -40,9 +46,14 @@ std::optional<Tally> Tally::ofLine( const std::string &line ) {
    if ( word != "tally" || !in ) {
       return std::nullopt;
    }
+   std::size_t outcomes = 0;
+   in >> outcomes;
    U64 sum = 0;
-   for ( U64 count = 0; in >> word >> count; sum += count ) {
+   for ( U64 count = 0; tally.outcomes.size() < outcomes && in >> word >> count; sum += count ) {
       tally.outcomes[ word ] = count;
+   }
+   for ( U64 count = 0; in >> word >> count; ) {
+      tally.places[ word ] = count;
    }
    return sum == tally.operations ? std::optional( tally ) : std::nullopt;
 }
@@ -127,11 +138,15 @@ std::string playEpisode( const QuarraAgent::Variant &variant, Choices &choices, 
    return Episode( choice, choices, tally, record, end ).play( maxOperations );
 }
 
-std::string replay( const History &history ) {
+ChipChoice chipOf( const History &history ) {
    const auto json = QuarraLab::parseJson( history.front() );
    QuarraLab::JsonFields fields( json, "history" );
    fields.value( "op" );
-   Trial trial( readChip( fields, QuarraLab::defaultChoice( "testSdk6" ) ) );
+   return readChip( fields, QuarraLab::defaultChoice( "testSdk6" ) );
+}
+
+std::string replay( const History &history ) {
+   Trial trial( chipOf( history ) );
    for ( std::size_t i = 1; i < history.size(); ++i ) {
       const auto difference = trial.carryOut( Operation::ofLine( history[ i ] ) );
       if ( !difference.empty() ) {

@@ -11,9 +11,11 @@ namespace QuarraSoak {
 using Clock = std::chrono::steady_clock;
 
 struct Tally {
-   U64 operations = 0;
-   U64 episodes = 0;                         // each on a chip of its own, and back to the state after set-up
-   std::map<std::string, U64> outcomes = {}; // operations by "ok" or the refusal's code
+   U64 operations = 0; // where processes die: their deaths
+   U64 episodes = 0;   // each on a chip of its own, and back to the state after set-up
+   std::map<std::string, U64>
+      outcomes = {}; // operations by "ok" or the refusal's code; deaths by what followed
+   std::map<std::string, U64> places = {}; // deaths by where they were, and what else happened to the store
    std::vector<U64> events = std::vector<U64>( static_cast<std::size_t>( Event::count ) );
 
    void add( const Tally &other );
@@ -34,6 +36,9 @@ std::string playEpisode( const QuarraAgent::Variant &variant, Choices &choices, 
 
 // The lines that playEpisode records: the chip, then the operations.
 using History = std::vector<std::string>;
+
+// The chip of the first line.
+ChipChoice chipOf( const History &history );
 
 // Gives the first difference, or an empty text.
 std::string replay( const History &history );

@@ -86,7 +86,15 @@ struct Qualifier {
 enum class Outcome { done, refused, noRoom };
 
 // Rules of the system by which an entry does not match exactly what it was asked for; docs/known-behaviours.md.
-enum class Rule { portTaken, bitWithoutOthers, sharedOffset, coveredOffset, sameRule, ethernetPorts };
+enum class Rule {
+   portTaken,
+   bitWithoutOthers,
+   sharedOffset,
+   coveredOffset,
+   offsetCleared,
+   sameRule,
+   ethernetPorts
+};
 
 struct ModelMismatch {
    U32 entry;
@@ -171,11 +179,11 @@ class Model {
    void givePoolsBack( U16 group );
    void giveBack( Space space, const ModelPool &pool );
    bool covers( const PortSet &set, const Port &port ) const;
-   bool covers( U16 group, U32 bit ) const; // by one of its pools
    bool matches( U32 entry, const Port &port ) const;
    std::set<Rule> rulesBehind( const ModelRequest &request, const Holder &holder, const Port &port ) const;
    void addWordRules( const ModelRequest &request, const Holder &holder, const Port &port,
                       std::set<Rule> &rules ) const;
+   std::set<U16> holdersOfBit( Space space, const Port &port, U32 bit, U16 except ) const;
    std::set<U32> takersOf( const GroupState &state, const Port &port ) const;
    void happened( Event event ) { ++events_[ static_cast<int>( event ) ]; }
 

@@ -85,12 +85,19 @@ std::set<Rule> Model::rulesBehind( const ModelRequest &request, const Holder &ho
    return rules;
 }
 
-bool Model::covers( U16 id, U32 bit ) const {
-   const auto state = states_.find( id );
-   return state != states_.end() &&
-          std::any_of( state->second.pools.begin(), state->second.pools.end(), [ & ]( const auto &pool ) {
-             return pool.base <= bit && bit < pool.base + pool.width;
-          } );
+// Other groups whose class IDs put the bit on the port.
+std::set<U16> Model::holdersOfBit( Space space, const Port &port, U32 bit, U16 except ) const {
+   std::set<U16> groups;
+   for ( const auto &[ id, state ] : states_ ) {
+      for ( const auto &other : state.holders ) {
+         const U32 base = poolOf( state, other ).base;
+         if ( id != except && groups_.at( id ).space == space && covers( other.programmed, port ) &&
+              bit >= base && U32{ other.classId } >> ( bit - base ) & 1 ) {
+            groups.insert( id );
+         }
+      }
+   }
+   return groups;
 }
 
 // Of a word, several groups may have a bit: fixed-offset groups all the same one, and pools that lie over it.
@@ -98,28 +105,22 @@ void Model::addWordRules( const ModelRequest &request, const Holder &holder, con
                           std::set<Rule> &rules ) const {
    const auto &own = groups_.at( request.group );
    const auto &pool = poolOf( states_.at( request.group ), holder );
-   const auto add = [ & ]( U16 id ) {
-      const bool fixed = groups_.at( id ).poolBits != 0;
-      if ( id != request.group && ( fixed || own.poolBits ) ) {
-         rules.insert( fixed && own.poolBits ? Rule::sharedOffset : Rule::coveredOffset );
-      }
-   };
+   const auto isFixed = [ & ]( U16 id ) { return groups_.at( id ).poolBits != 0; };
    for ( U32 bit = pool.base; bit < pool.base + pool.width; ++bit ) {
-      if ( const auto writer = writers_.find( { own.space, port, bit } ); writer != writers_.end() ) {
-         add( writer->second );
-         // The match check has no memory: for a pool that took the bit along when it went, it names the groups
-         // at the offset.
-         if ( own.poolBits && !covers( writer->second, bit ) ) {
-            rules.insert( Rule::sharedOffset );
+      const auto writer = writers_.find( { own.space, port, bit } );
+      const bool byAnother = writer != writers_.end() && writer->second != request.group;
+      const auto holders = holdersOfBit( own.space, port, bit, request.group );
+      if ( !own.poolBits ) {
+         if ( ( byAnother && isFixed( writer->second ) ) || std::ranges::any_of( holders, isFixed ) ) {
+            rules.insert( Rule::coveredOffset );
          }
-      }
-   }
-   for ( const auto &[ id, state ] : states_ ) {
-      for ( const auto &other : state.holders ) {
-         const auto &itsPool = poolOf( state, other );
-         if ( groups_.at( id ).space == own.space && other.programmed.ports.contains( port ) &&
-              itsPool.base < pool.base + pool.width && pool.base < itsPool.base + itsPool.width ) {
-            add( id );
+      } else if ( covers( request.wanted, port ) ) {
+         if ( byAnother ) {
+            rules.insert( Rule::offsetCleared );
+         }
+      } else {
+         for ( const U16 id : holders ) {
+            rules.insert( isFixed( id ) ? Rule::sharedOffset : Rule::coveredOffset );
          }
       }
    }

@@ -1,15 +1,20 @@
 #include "soak/Soak.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <list>
 #include <sstream>
 #include <system_error>
 
 #include <fmt/format.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include "soak/Child.h"
+#include "soak/CrashEpisode.h"
 #include "soak/Interrupts.h"
 
 namespace QuarraSoak {
@@ -17,14 +22,44 @@ namespace {
 
 constexpr U32 operationsOfAnEpisode = 180;
 
+// How a kind of soak goes.
+struct Kind {
+   U32 operationsOfAPiece;
+   std::string ( *play )( const QuarraAgent::Variant &variant, Choices &choices, Tally &tally,
+                          const Record &record, Clock::time_point end, const std::string &scratch );
+   std::string ( *replay )( const History &history, const std::string &scratch );
+};
+
+constexpr Kind plain = { operationsOfAPiece,
+                         []( const auto &variant, auto &choices, auto &tally, const auto &record, auto end,
+                             const auto & ) {
+                            return playEpisode( variant, choices, operationsOfAnEpisode, tally, record, end );
+                         },
+                         []( const History &history, const std::string & ) { return replay( history ); } };
+constexpr Kind withDeaths = { deathsOfAPiece, playCrashEpisode, replayCrash };
+
+// A process of one's own has a directory of its own.
+std::string ownScratch( const std::string &path ) {
+   return path + "/" + std::to_string( getpid() );
+}
+
+// What a piece of work is made of.
+struct Work {
+   const Kind &kind;
+   const QuarraAgent::Variant &variant;
+   U64 seed;
+   std::string scratch;
+};
+
 // Episodes until the piece's operations are done; `ended` gets the tally of each.
-std::string playPiece( const QuarraAgent::Variant &variant, U64 seed, U64 operations, Clock::time_point end,
+std::string playPiece( const Work &work, U64 operations, Clock::time_point end,
                        const std::function<void( const Tally & )> &ended, const Record &record ) {
+   const auto scratch = ownScratch( work.scratch );
    U64 done = 0;
    for ( U64 episode = 0; done < operations && Clock::now() < end; ++episode ) {
-      SeededChoices choices( seed * 1000003 + episode );
+      SeededChoices choices( work.seed * 1000003 + episode );
       Tally tally;
-      if ( auto difference = playEpisode( variant, choices, operationsOfAnEpisode, tally, record, end );
+      if ( auto difference = work.kind.play( work.variant, choices, tally, record, end, scratch );
            !difference.empty() ) {
          return difference;
       }
@@ -63,20 +98,16 @@ std::string whatHappened( const Ending &ending ) {
 // Episodes that one process plays.
 struct Piece {
    U64 number;
-   U64 seed;
-   const QuarraAgent::Variant *variant;
+   Work work;
    Child child;
 
-   Piece( const SoakOptions &options, U64 numberOfPiece, U64 operations, Clock::time_point end )
-      : number( numberOfPiece ),
-        seed( options.seed + number ),
-        variant( options.variants[ number % options.variants.size() ] ),
-        child( [ & ]( std::FILE *output ) {
+   Piece( const Work &workOfPiece, U64 numberOfPiece, U64 operations, Clock::time_point end )
+      : number( numberOfPiece ), work( workOfPiece ), child( [ & ]( std::FILE *output ) {
            const auto tell = [ & ]( const Tally &tally ) {
               std::fprintf( output, "%s\n", tally.line().c_str() );
               std::fflush( output );
            };
-           const auto difference = playPiece( *variant, seed, operations, end, tell, nullptr );
+           const auto difference = playPiece( work, operations, end, tell, nullptr );
            std::fputs( difference.c_str(), output );
            return difference.empty() ? 0 : 1;
         } ) {}
@@ -86,10 +117,10 @@ struct Piece {
 class Inquiry {
  public:
    Inquiry( const SoakOptions &options, const Piece &piece )
-      : patience_( options.patience ), seed_( piece.seed ), variant_( *piece.variant ) {}
+      : patience_( options.patience ), work_( piece.work ) {}
 
    SoakFailure failure( const Ending &ending ) const {
-      SoakFailure failure{ seed_, &variant_, whatHappened( ending ), history() };
+      SoakFailure failure{ work_.seed, &work_.variant, whatHappened( ending ), history() };
       const auto fails = [ & ]( const History &history ) {
          return !Interrupts::seen() && !replayed( history ).clean();
       };
@@ -107,7 +138,7 @@ class Inquiry {
  private:
    Ending replayed( const History &history ) const {
       return Child( [ & ]( std::FILE *output ) {
-                const auto difference = replay( history );
+                const auto difference = work_.kind.replay( history, ownScratch( work_.scratch ) );
                 std::fputs( difference.c_str(), output );
                 return difference.empty() ? 0 : 1;
              } )
@@ -119,7 +150,7 @@ class Inquiry {
       const auto ending =
          Child( [ & ]( std::FILE *output ) {
             playPiece(
-               variant_, seed_, operationsOfAPiece, Clock::time_point::max(), []( const Tally & ) {},
+               work_, work_.kind.operationsOfAPiece, Clock::time_point::max(), []( const Tally & ) {},
                [ & ]( const std::string &line ) {
                   std::fputs( ( line + "\n" ).c_str(), output );
                   std::fflush( output );
@@ -137,8 +168,7 @@ class Inquiry {
    }
 
    const std::chrono::seconds patience_;
-   const U64 seed_;
-   const QuarraAgent::Variant &variant_;
+   const Work &work_;
 };
 
 class Soak {
@@ -156,6 +186,8 @@ class Soak {
    bool enough() const { return options_.operations && result_.tally.operations >= options_.operations; }
 
    const SoakOptions &options_;
+   const Kind &kind_;
+   std::optional<Scratch> scratch_; // where processes die
    const std::function<void( const SoakResult & )> &progress_;
    const Clock::time_point start_ = Clock::now();
    const Clock::time_point end_;
@@ -182,9 +214,11 @@ Clock::time_point endOf( const SoakOptions &options, Clock::time_point start ) {
 
 Soak::Soak( const SoakOptions &options, const std::function<void( const SoakResult & )> &progress )
    : options_( options ),
+     kind_( options.deaths ? withDeaths : plain ),
      progress_( progress ),
      end_( endOf( options, start_ ) ),
-     allPieces_( options.operations ? ( options.operations - 1 ) / operationsOfAPiece + 1 : ~U64{ 0 } ) {}
+     allPieces_( options.operations ? ( options.operations - 1 ) / kind_.operationsOfAPiece + 1
+                                    : ~U64{ 0 } ) {}
 
 bool Soak::mayStart() const {
    return pieces_ < allPieces_ && result_.good() && !enough() && Clock::now() < end_;
@@ -193,10 +227,15 @@ bool Soak::mayStart() const {
 // With no room for another process, those that run have to do.
 void Soak::startPieces() {
    try {
+      if ( options_.deaths && !scratch_ ) {
+         scratch_.emplace();
+      }
       while ( mayStart() && running_.size() < options_.jobs ) {
-         const U64 before = pieces_ * operationsOfAPiece;
-         const U64 left = options_.operations ? options_.operations - before : operationsOfAPiece;
-         running_.emplace_back( options_, pieces_, std::min<U64>( left, operationsOfAPiece ), end_ );
+         const U64 whole = kind_.operationsOfAPiece;
+         const U64 left = options_.operations ? options_.operations - pieces_ * whole : whole;
+         const Work work{ kind_, *options_.variants[ pieces_ % options_.variants.size() ],
+                          options_.seed + pieces_, scratch_ ? scratch_->path() : "" };
+         running_.emplace_back( work, pieces_, std::min( left, whole ), end_ );
          accounts_[ pieces_++ ];
       }
    } catch ( const std::system_error &error ) {
@@ -252,7 +291,7 @@ void Soak::stopLatePieces() {
       } else if ( now > end_ && now - end_ > grace ) {
          if ( silence > stuck ) {
             result_.problem = fmt::format( "a process did not end in time: --variant {} soak --seed {}",
-                                           piece->variant->name, piece->seed );
+                                           piece->work.variant.name, piece->work.seed );
          }
       } else {
          ++piece;
@@ -307,6 +346,24 @@ SoakResult Soak::run() {
 }
 
 } // namespace
+
+// What is written there need not outlive the machine.
+Scratch::Scratch() {
+   std::error_code none;
+   const char *const chosen = std::getenv( "TMPDIR" );
+   const std::filesystem::path memory = "/dev/shm";
+   const auto base =
+      !chosen && access( memory.c_str(), W_OK ) == 0 ? memory : std::filesystem::temp_directory_path( none );
+   path_ = ( base / "quarra-soak-XXXXXX" ).string();
+   if ( !mkdtemp( path_.data() ) ) {
+      throw std::system_error( errno, std::generic_category(), "directory " + path_ );
+   }
+}
+
+Scratch::~Scratch() {
+   std::error_code ignored;
+   std::filesystem::remove_all( path_, ignored );
+}
 
 SoakResult soak( const SoakOptions &options, const std::function<void( const SoakResult & )> &progress ) {
    return Soak( options, progress ).run();

@@ -2,12 +2,27 @@
 
 #include "soak/Episode.h"
 
-// Episodes without end, in processes of their own. What happens depends on the seed and the number of operations
+// Episodes without end, in processes of their own: plain ones, or ones over which further processes die. What happens depends on the seed and the number of operations
 // alone, not on the machine or on how many processes share the work.
 namespace QuarraSoak {
 
+// A directory of its own, in memory where there is such a file system, that goes with this object.
+class Scratch {
+ public:
+   Scratch(); // throws std::system_error
+   Scratch( const Scratch & ) = delete;
+   Scratch &operator=( const Scratch & ) = delete;
+   ~Scratch();
+
+   const std::string &path() const { return path_; }
+
+ private:
+   std::string path_;
+};
+
 struct SoakOptions {
    std::vector<const QuarraAgent::Variant *> variants; // in turn
+   bool deaths = false;                                // of processes, which count as operations then
    U64 seed = 0;
    U64 operations = 0; // to the end of the episode that passes them; 0: until the time is over
    double seconds = 0; // at most; 0: no limit
@@ -36,7 +51,8 @@ struct SoakResult {
 // Ends at the first failure. `progress` is called now and then.
 SoakResult soak( const SoakOptions &options, const std::function<void( const SoakResult & )> &progress );
 
-// Operations of one piece of work, which one process carries out.
+// Operations of one piece of work, which one process carries out; and deaths of one.
 inline constexpr U32 operationsOfAPiece = 4000;
+inline constexpr U32 deathsOfAPiece = 500;
 
 } // namespace QuarraSoak

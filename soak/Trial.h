@@ -1,10 +1,21 @@
 #pragma once
 
+#include "soak/Matches.h"
 #include "soak/Operations.h"
 #include "soak/Verify.h"
 #include "soak/Watch.h"
 
 namespace QuarraSoak {
+
+using Hint = std::optional<std::pair<U8, U8>>;
+
+// Carries an operation out; gives "ok" or the refusal's code.
+std::string carryOut( Switch &theSwitch, const Operation &operation, Hint &hint );
+Outcome carryOut( Model &model, const Operation &operation, Hint &hint );
+
+// Whether an operation ended as the model has it; an empty text, or what is different.
+std::string compareOutcomes( const std::string &outcome, const Hint &hint, Outcome expected,
+                             const Hint &expectedHint );
 
 // A switch and the model of it, side by side.
 class Trial {
@@ -16,9 +27,8 @@ class Trial {
    // or an empty text.
    std::string carryOut( const Operation &operation );
 
-   // Compares what entries match and should not, or the other way round, with the model: where, and by which
-   // rule of the system. Gives the first difference, or an empty text.
-   std::string compareMatches() const;
+   // Compares what entries match with the model. Gives the first difference, or an empty text.
+   std::string compareMatches() const { return QuarraSoak::compareMatches( model_, switch_ ); }
 
    // Whether library and chip are what they were after set-up; empty when they are.
    std::string leftBehind() const;
@@ -29,8 +39,6 @@ class Trial {
    const std::string &outcome() const { return outcome_; }
 
  private:
-   std::string onTheSwitch( const Operation &operation, std::optional<std::pair<U8, U8>> &hint );
-   Outcome onTheModel( const Operation &operation, std::optional<std::pair<U8, U8>> &hint );
    std::string stateText() const;
 
    Switch switch_;

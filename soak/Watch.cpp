@@ -6,16 +6,30 @@
 
 namespace QuarraSoak {
 
-Watch::Watch( Switch &theSwitch ) : switch_( theSwitch ) {
-   const auto &ports = switch_.ports();
-   for ( std::size_t place = 0; place < ports.size(); ++place ) {
-      places_.emplace( ports[ place ].port(), place );
+Watch::Watch( const QuarraSimulator::SimulatedChip &chip, const QuarraAgent::Variant &variant,
+              std::vector<Port> ports )
+   : chip_( chip ), variant_( variant ), ports_( std::move( ports ) ) {
+   for ( std::size_t place = 0; place < ports_.size(); ++place ) {
+      places_.emplace( ports_[ place ].port(), place );
    }
-   switch_.chip().observerIs( [ this ]( const auto &seen ) { look( seen ); } );
+   for ( const auto &[ entry, held ] : chip_.tcamEntries() ) {
+      for ( std::size_t place = 0; place < ports_.size(); ++place ) {
+         lookAt( entry, place, true );
+      }
+   }
+   changes_.clear();
+}
+
+Watch::Watch( Switch &theSwitch )
+   : Watch( theSwitch.chip(), theSwitch.agent().variant(), theSwitch.ports() ) {
+   observed_ = &theSwitch.chip();
+   observed_->observerIs( [ this ]( const auto &seen ) { look( seen ); } );
 }
 
 Watch::~Watch() {
-   switch_.chip().observerIs( {} );
+   if ( observed_ ) {
+      observed_->observerIs( {} );
+   }
 }
 
 void Watch::begin( U16 group, U32 entry ) {
@@ -27,8 +41,8 @@ void Watch::begin( U16 group, U32 entry ) {
 
 void Watch::lookAt( U32 entry, std::size_t place, bool named ) {
    auto &row = rows_[ entry ];
-   row.resize( switch_.ports().size() );
-   const bool now = switch_.chip().matches( entry, switch_.ports()[ place ] );
+   row.resize( ports_.size() );
+   const bool now = chip_.matches( entry, ports_[ place ] );
    if ( now != row[ place ] ) {
       row[ place ] = now;
       changes_.push_back( { calls_, entry, place, named } );
@@ -37,17 +51,17 @@ void Watch::lookAt( U32 entry, std::size_t place, bool named ) {
 
 // Values that a helper keeps itself change without an SDK call.
 bool Watch::seesPortsOf( U32 entry ) const {
-   return !switch_.agent().variant().aclGroupOf || switch_.chip().tcamEntries().at( entry ).kind ==
-                                                      QuarraSimulator::TcamEntry::Kind::interfaceClassPort;
+   return !variant_.aclGroupOf ||
+          chip_.tcamEntries().at( entry ).kind == QuarraSimulator::TcamEntry::Kind::interfaceClassPort;
 }
 
 void Watch::look( const QuarraSimulator::SdkCallSeen &seen ) {
    ++calls_;
    if ( seen.entry ) {
-      for ( std::size_t place = 0; place < switch_.ports().size(); ++place ) {
+      for ( std::size_t place = 0; place < ports_.size(); ++place ) {
          lookAt( seen.entry, place, true );
       }
-      if ( !switch_.chip().tcamEntries().contains( seen.entry ) ) {
+      if ( !chip_.tcamEntries().contains( seen.entry ) ) {
          rows_.erase( seen.entry );
       }
    }
@@ -73,7 +87,7 @@ std::string Watch::end( const Model &model ) {
    const auto &groups = model.groups();
    const auto *const own = groups.contains( group_ ) ? &groups.at( group_ ) : nullptr;
    for ( const auto &[ call, entry, place, named ] : changes_ ) {
-      const auto &port = switch_.ports()[ place ];
+      const auto &port = ports_[ place ];
       const U32 changed = times.at( { entry, place } );
       bool good = changed == 1;
       if ( entry == entry_ ) {

@@ -16,12 +16,19 @@ using QuarraLab::Switch;
 // that changes hands.
 class Watch {
  public:
-   // Watches the switch's chip as long as it lives. Entries whose values the chip does not hold, on the SDK6 twin,
-   // are not looked at.
+   // Is to be told of the chip's calls. Entries whose values the chip does not hold, on the SDK6 twin, are not
+   // looked at.
+   Watch( const QuarraSimulator::SimulatedChip &chip, const QuarraAgent::Variant &variant,
+          std::vector<Port> ports );
+
+   // Watches the switch's chip as long as it lives.
    explicit Watch( Switch &theSwitch );
    Watch( const Watch & ) = delete;
    Watch &operator=( const Watch & ) = delete;
    ~Watch();
+
+   // After a call of the SDK.
+   void look( const QuarraSimulator::SdkCallSeen &seen );
 
    // Before a request on an entry (0: on none) of a group.
    void begin( U16 group, U32 entry );
@@ -30,7 +37,7 @@ class Watch {
    std::string end( const Model &model );
 
  private:
-   using Row = std::vector<bool>; // by port, as in Switch::ports()
+   using Row = std::vector<bool>; // by port, as in ports_
 
    struct Change {
       std::size_t call;
@@ -39,13 +46,15 @@ class Watch {
       bool named; // by a call on the entry itself
    };
 
-   void look( const QuarraSimulator::SdkCallSeen &seen );
    bool seesPortsOf( U32 entry ) const;
    void lookAt( U32 entry, std::size_t port, bool named );
 
-   Switch &switch_;
-   std::multimap<U32, std::size_t> places_; // of ports, by number
-   std::map<U32, Row> rows_;                // by entry
+   const QuarraSimulator::SimulatedChip &chip_;
+   const QuarraAgent::Variant &variant_;
+   const std::vector<Port> ports_;
+   QuarraSimulator::SimulatedChip *observed_ = nullptr; // until the end, where it is observed by this alone
+   std::multimap<U32, std::size_t> places_;             // of ports, by number
+   std::map<U32, Row> rows_;                            // by entry
    std::vector<Change> changes_;
    std::size_t calls_ = 0; // of the request
    U16 group_ = 0;

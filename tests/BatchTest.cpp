@@ -116,7 +116,7 @@ TEST_F( BatchOnSdk6Twin, PostsSourceTrunkMapWordsToTheChip ) {
    remove( 120, 6 );
    install( 89, 5, "3", rillway );
    EXPECT_EQ( mismatches().size(), 3u ) << "groups 88 and 89 share a bit: each matches the other's ports";
-   EXPECT_THAT( mismatches()[ 0 ].at( "reason" ).get<std::string>(), HasSubstr( "at this fixed offset" ) );
+   EXPECT_THAT( mismatches()[ 0 ].at( "reason" ).get<std::string>(), HasSubstr( "took the bit along" ) );
 }
 
 TEST_F( BatchOnSdk6Twin, AllEthernetPortsNeedOneBit ) {
@@ -149,7 +149,7 @@ TEST_F( BatchOnSdk6Twin, ExplainsWhatEntriesLeftBehind ) {
    EXPECT_THAT( found[ 0 ].at( "reason" ).get<std::string>(),
                 HasSubstr( "a newer entry, removed since, took the port" ) );
    EXPECT_THAT( found[ 1 ].at( "reason" ).get<std::string>(), HasSubstr( "one rule has one class ID" ) );
-   EXPECT_THAT( found[ 3 ].at( "reason" ).get<std::string>(), HasSubstr( "at this fixed offset" ) );
+   EXPECT_THAT( found[ 3 ].at( "reason" ).get<std::string>(), HasSubstr( "took the bit along" ) );
 }
 
 // A chip without ports once aborted here: its module had no unit.

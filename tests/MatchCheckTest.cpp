@@ -115,6 +115,21 @@ TEST( MatchCheck, TellsALostBitFromOneThatAFailedLookUpLeft ) {
    }
 }
 
+// A pool of group 120 over the fixed offset took the bit off a port of group 102's entry as an entry of its own lost the
+// port; the groups at the offset were blamed, of which there was no other.
+TEST( MatchCheck, TellsAnOffsetBitThatWasTakenAlongFromASharedOne ) {
+   SmallSwitch lab( "testSdk6" );
+   lab.install( 120, 1, { 1, 3 } );
+   lab.installRule( 102, 2, { 1, 2, 3 }, "PBMP_E_ALL for a Rillway group" );
+   lab.install( 120, 3, { 3 } );
+   EXPECT_THAT( found( *lab ), ::testing::IsSupersetOf( { "1 on 3: portTaken by 3", "2 on 1: offsetCleared",
+                                                          "2 on 3: offsetCleared" } ) );
+   lab.installRule( 102, 4, { 1, 2, 3, 4 }, "PBMP_E_ALL for a Rillway group" );
+   EXPECT_THAT( found( *lab ),
+                ::testing::Not( ::testing::Contains( ::testing::HasSubstr( "offsetCleared" ) ) ) )
+      << "a newer entry of the rule put the bit there again";
+}
+
 TEST( MatchCheck, ComparesTheCpusPortForListsOnly ) {
    for ( const auto &variant : QuarraAgent::variants() ) {
       SCOPED_TRACE( variant.name );

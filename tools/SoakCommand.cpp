@@ -24,6 +24,7 @@ struct SoakCommandOptions {
    std::optional<U64> seed;
    std::optional<double> seconds;
    U32 jobs = std::max( 1u, std::thread::hardware_concurrency() );
+   bool crash = false;
    bool print = false; // one episode's history instead
 };
 
@@ -67,6 +68,7 @@ JsonOut resultJson( const SoakOptions &options, const SoakResult &result ) {
    for ( std::size_t i = 0; i < result.tally.events.size(); ++i ) {
       json[ "events" ][ eventNames[ i ] ] = result.tally.events[ i ];
    }
+   json[ "deaths" ] = result.tally.places.empty() ? JsonOut::object() : JsonOut( result.tally.places );
    json[ "problem" ] = result.problem.empty() ? JsonOut() : JsonOut( result.problem );
    json[ "signal" ] = result.signal ? JsonOut( result.signal ) : JsonOut();
    json[ "failure" ] = nullptr;
@@ -80,7 +82,7 @@ JsonOut resultJson( const SoakOptions &options, const SoakResult &result ) {
 }
 
 std::string coverageText( const Tally &tally ) {
-   TextTable outcomes( { { "outcome" }, { "operations", TextTable::Align::right } } );
+   TextTable outcomes( { { "outcome" }, { "times", TextTable::Align::right } } );
    for ( const auto &[ outcome, count ] : tally.outcomes ) {
       outcomes.row( { outcome, grouped( count ) } );
    }
@@ -88,14 +90,23 @@ std::string coverageText( const Tally &tally ) {
    for ( std::size_t i = 0; i < tally.events.size(); ++i ) {
       events.row( { eventNames[ i ], grouped( tally.events[ i ] ) } );
    }
-   return events.text() + "\n" + outcomes.text();
+   if ( tally.places.empty() ) {
+      return events.text() + "\n" + outcomes.text();
+   }
+   TextTable places( { { "died" }, { "times", TextTable::Align::right } } );
+   for ( const auto &[ place, count ] : tally.places ) {
+      places.row( { place, grouped( count ) } );
+   }
+   return events.text() + "\n" + places.text() + "\n" + outcomes.text();
 }
 
-std::string failureText( const SoakFailure &failure ) {
+std::string failureText( const SoakOptions &options, const SoakFailure &failure ) {
    auto text = fmt::format( "\nLibrary and model part: {}\n\n"
-                            "Again: quarra-tcam --variant {} soak --seed {} --ops {}\n",
-                            failure.what, failure.variant->name, failure.seed, operationsOfAPiece );
+                            "Again: quarra-tcam --variant {} soak{} --seed {} --ops {}\n",
+                            failure.what, failure.variant->name, options.deaths ? " --crash" : "",
+                            failure.seed, options.deaths ? deathsOfAPiece : operationsOfAPiece );
    text += failure.history.empty() ? "Alone, it did not happen again.\n"
+           : options.deaths        ? "The history, shortened; the death is over its last line:\n"
                                    : "The history, shortened, for quarra-tcam batch:\n";
    for ( const auto &line : failure.history ) {
       text += line + "\n";
@@ -103,9 +114,9 @@ std::string failureText( const SoakFailure &failure ) {
    return text;
 }
 
-std::string verdictText( const SoakResult &result ) {
+std::string verdictText( const SoakOptions &options, const SoakResult &result ) {
    if ( result.failure ) {
-      return failureText( *result.failure );
+      return failureText( options, *result.failure );
    }
    if ( result.signal ) {
       return "Stopped by a signal. Library and model agree so far.\n";
@@ -137,10 +148,13 @@ int printEpisode( const SoakOptions &options, Output &out ) {
 
 SoakOptions soakOptions( const GlobalOptions &global, const SoakCommandOptions &command ) {
    constexpr U64 operationsUnlessTold = 100000;
+   constexpr U64 deathsUnlessTold = 10000;
    SoakOptions options{ .variants = {},
+                        .deaths = command.crash,
                         .seed = command.seed ? *command.seed : std::random_device()(),
-                        .operations =
-                           command.operations.value_or( command.seconds ? 0 : operationsUnlessTold ),
+                        .operations = command.operations.value_or( command.seconds ? 0
+                                                                   : command.crash ? deathsUnlessTold
+                                                                                   : operationsUnlessTold ),
                         .seconds = command.seconds.value_or( 0 ),
                         .jobs = command.jobs };
    for ( const auto &variant : QuarraAgent::variants() ) {
@@ -179,11 +193,11 @@ int run( const GlobalOptions &global, const SoakCommandOptions &command, Output 
       out.print( jsonText( resultJson( options, result ), global.pretty ) + "\n" );
    } else {
       out.print( coverageText( result.tally ) +
-                 fmt::format( "\n{} operations in {} episodes, {:.0f} s, {}/s, seed {}\n",
-                              grouped( result.tally.operations ), grouped( result.tally.episodes ),
-                              result.seconds, grouped( static_cast<U64>( rateOf( result ) ) ),
-                              options.seed ) +
-                 verdictText( result ) );
+                 fmt::format( "\n{} {} in {} episodes, {:.0f} s, {}/s, seed {}\n",
+                              grouped( result.tally.operations ), options.deaths ? "deaths" : "operations",
+                              grouped( result.tally.episodes ), result.seconds,
+                              grouped( static_cast<U64>( rateOf( result ) ) ), options.seed ) +
+                 verdictText( options, result ) );
    }
    if ( !result.problem.empty() ) {
       std::cerr << "quarra-tcam: soak: " << oneLine( result.problem ) << "\n";
@@ -226,10 +240,15 @@ Command::Run addOptions( CLI::App &app ) {
    auto *const jobs = app.add_option( "--jobs", soak->jobs, "Processes at a time; every core when not given" )
                          ->type_name( "J" )
                          ->check( CLI::Range( 1, 256 ) );
+   auto *const crash =
+      app.add_flag( "--crash", soak->crash,
+                    "Let processes die before and after every SDK call and every commit of the store, and "
+                    "compare what the next process makes of it; N counts deaths then, 10000 of them" );
    app.add_flag( "--print", soak->print, "Print the history of one episode, for `quarra-tcam batch`" )
       ->excludes( operations )
       ->excludes( seconds )
-      ->excludes( jobs );
+      ->excludes( jobs )
+      ->excludes( crash );
    return [ soak ]( const GlobalOptions &global, Output &out ) { return run( global, *soak, out ); };
 }
 
