@@ -80,11 +80,20 @@ std::string compareOutcomes( const std::string &outcome, const Hint &hint, Outco
    return hint == expectedHint ? "" : "another hint than the model's";
 }
 
-Trial::Trial( const ChipChoice &choice )
-   : switch_( choice ), model_( modelOf( switch_ ) ), watch_( switch_ ), stateAtStart_( stateText() ) {}
+Trial::Trial( const ChipChoice &choice, bool remembersStart )
+   : switch_( choice ),
+     model_( modelOf( switch_ ) ),
+     watch_( switch_ ),
+     stateAtStart_( remembersStart ? stateText() : "" ) {}
 
 std::string Trial::stateText() const {
    return dumpSpaces( switch_ ).dump() + dumpGroups( switch_ ).dump() + switch_.chip().digest();
+}
+
+void Trial::carryOutUnseen( const Operation &operation ) {
+   Hint unread;
+   QuarraSoak::carryOut( switch_, operation, unread );
+   QuarraSoak::carryOut( model_, operation, unread );
 }
 
 std::string Trial::carryOut( const Operation &operation ) {

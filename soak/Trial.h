@@ -20,8 +20,12 @@ std::string compareOutcomes( const std::string &outcome, const Hint &hint, Outco
 // A switch and the model of it, side by side.
 class Trial {
  public:
-   // Throws RequestRefused when the chip cannot be one of the variant.
-   explicit Trial( const ChipChoice &choice );
+   // Throws RequestRefused when the chip cannot be one of the variant. Remembers the state after set-up, which takes
+   // longer than all else, where it is to be asked what is left behind.
+   explicit Trial( const ChipChoice &choice, bool remembersStart = true );
+
+   // Carries the operation out on both, and compares nothing.
+   void carryOutUnseen( const Operation &operation );
 
    // Carries the operation out on both and compares the outcomes and all state. Gives the first difference,
    // or an empty text.

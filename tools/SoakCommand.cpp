@@ -10,7 +10,7 @@
 
 #include "lab/Dump.h"
 #include "lab/TextFile.h"
-#include "soak/Soak.h"
+#include "soak/Exhaustive.h"
 #include "tools/Command.h"
 #include "tools/TextTable.h"
 
@@ -25,6 +25,8 @@ struct SoakCommandOptions {
    std::optional<double> seconds;
    U32 jobs = std::max( 1u, std::thread::hardware_concurrency() );
    bool crash = false;
+   std::optional<U32> depth; // of every history
+   U32 restartOneIn = 20;
    bool print = false; // one episode's history instead
 };
 
@@ -57,6 +59,20 @@ void drawProgress( const SoakOptions &options, const SoakResult &result ) {
              << std::flush;
 }
 
+// What ended the work, if anything did.
+void addEnd( JsonOut &json, const std::string &problem, int signal,
+             const std::optional<SoakFailure> &failure ) {
+   json[ "problem" ] = problem.empty() ? JsonOut() : JsonOut( problem );
+   json[ "signal" ] = signal ? JsonOut( signal ) : JsonOut();
+   json[ "failure" ] = nullptr;
+   if ( failure ) {
+      json[ "failure" ] = { { "seed", failure->seed },
+                            { "variant", failure->variant->name },
+                            { "what", failure->what },
+                            { "history", failure->history } };
+   }
+}
+
 JsonOut resultJson( const SoakOptions &options, const SoakResult &result ) {
    auto json = document( result.good() );
    json[ "seed" ] = options.seed;
@@ -69,15 +85,7 @@ JsonOut resultJson( const SoakOptions &options, const SoakResult &result ) {
       json[ "events" ][ eventNames[ i ] ] = result.tally.events[ i ];
    }
    json[ "deaths" ] = result.tally.places.empty() ? JsonOut::object() : JsonOut( result.tally.places );
-   json[ "problem" ] = result.problem.empty() ? JsonOut() : JsonOut( result.problem );
-   json[ "signal" ] = result.signal ? JsonOut( result.signal ) : JsonOut();
-   json[ "failure" ] = nullptr;
-   if ( const auto &failure = result.failure ) {
-      json[ "failure" ] = { { "seed", failure->seed },
-                            { "variant", failure->variant->name },
-                            { "what", failure->what },
-                            { "history", failure->history } };
-   }
+   addEnd( json, result.problem, result.signal, result.failure );
    return json;
 }
 
@@ -146,10 +154,23 @@ int printEpisode( const SoakOptions &options, Output &out ) {
    return difference.empty() ? exitGood : exitDoesNotFit;
 }
 
+std::vector<const QuarraAgent::Variant *> chosenVariants( const GlobalOptions &global ) {
+   std::vector<const QuarraAgent::Variant *> chosen;
+   for ( const auto &variant : QuarraAgent::variants() ) {
+      if ( !global.variantChosen || variant.name == global.variant ) {
+         chosen.push_back( &variant );
+      }
+   }
+   if ( chosen.empty() ) {
+      defaultChoice( global.variant ); // says which variants there are
+   }
+   return chosen;
+}
+
 SoakOptions soakOptions( const GlobalOptions &global, const SoakCommandOptions &command ) {
    constexpr U64 operationsUnlessTold = 100000;
    constexpr U64 deathsUnlessTold = 10000;
-   SoakOptions options{ .variants = {},
+   SoakOptions options{ .variants = chosenVariants( global ),
                         .deaths = command.crash,
                         .seed = command.seed ? *command.seed : std::random_device()(),
                         .operations = command.operations.value_or( command.seconds ? 0
@@ -157,18 +178,108 @@ SoakOptions soakOptions( const GlobalOptions &global, const SoakCommandOptions &
                                                                                    : operationsUnlessTold ),
                         .seconds = command.seconds.value_or( 0 ),
                         .jobs = command.jobs };
-   for ( const auto &variant : QuarraAgent::variants() ) {
-      if ( !global.variantChosen || variant.name == global.variant ) {
-         options.variants.push_back( &variant );
-      }
-   }
-   if ( options.variants.empty() ) {
-      defaultChoice( global.variant ); // says which variants there are
-   }
    return options;
 }
 
+// ---- Every history to a depth
+// -------------------------------------------------------------------------------
+
+JsonOut exhaustiveJson( const ExhaustiveOptions &options, const ExhaustiveResult &result ) {
+   auto json = document( result.good() );
+   json[ "depth" ] = options.depth;
+   json[ "whole" ] = result.whole;
+   json[ "states" ] = result.states();
+   json[ "seconds" ] = result.seconds;
+   json[ "worlds" ] = JsonOut::array();
+   for ( const auto &world : result.worlds ) {
+      json[ "worlds" ].push_back( { { "variant", world.variant->name },
+                                    { "world", world.world },
+                                    { "groups", world.groups },
+                                    { "operations", world.operations },
+                                    { "depth", world.depth },
+                                    { "states", world.states },
+                                    { "histories", world.histories },
+                                    { "restarts", world.restarts } } );
+   }
+   addEnd( json, result.problem, result.signal, result.failure );
+   return json;
+}
+
+std::string worldsText( const ExhaustiveResult &result ) {
+   constexpr auto right = TextTable::Align::right;
+   TextTable table( { { "variant" },
+                      { "world" },
+                      { "groups" },
+                      { "operations", right },
+                      { "depth", right },
+                      { "states", right },
+                      { "histories", right },
+                      { "with restarts", right } } );
+   U64 histories = 0;
+   for ( const auto &world : result.worlds ) {
+      table.row( { std::string( world.variant->name ), world.world, world.groups,
+                   std::to_string( world.operations ), std::to_string( world.depth ), grouped( world.states ),
+                   grouped( world.histories ), grouped( world.restarts ) } );
+      histories += world.histories;
+   }
+   return table.text() + fmt::format( "\n{} different states, {} histories, {:.0f} s\n",
+                                      grouped( result.states() ), grouped( histories ), result.seconds );
+}
+
+std::string verdictText( const ExhaustiveOptions &options, const ExhaustiveResult &result ) {
+   if ( result.failure ) {
+      auto text =
+         fmt::format( "\nLibrary and model part: {}\n\nThe shortest history, for quarra-tcam batch:\n",
+                      result.failure->what );
+      for ( const auto &line : result.failure->history ) {
+         text += line + "\n";
+      }
+      return text;
+   }
+   if ( result.signal ) {
+      return "Stopped by a signal. Library and model agree so far.\n";
+   }
+   return !result.good() ? ""
+          : result.whole
+             ? fmt::format( "Library and model agree on every history of {} operations.\n", options.depth )
+             : "Library and model agree on every history of the depths given.\n";
+}
+
+int runExhaustive( const GlobalOptions &global, const SoakCommandOptions &command, Output &out ) {
+   const ExhaustiveOptions options{ .variants = chosenVariants( global ),
+                                    .depth = *command.depth,
+                                    .states = command.operations.value_or( 0 ),
+                                    .seconds = command.seconds.value_or( 0 ),
+                                    .jobs = command.jobs,
+                                    .restartOneIn = command.restartOneIn };
+   const bool bar = isatty( STDERR_FILENO );
+   const auto result = exhaust( options, [ & ]( const ExhaustiveResult &sofar ) {
+      if ( bar ) {
+         std::cerr << fmt::format( "\r{} states  {:.0f} s ", grouped( sofar.states() ), sofar.seconds )
+                   << std::flush;
+      }
+   } );
+   if ( bar ) {
+      std::cerr << "\n";
+   }
+   out.print( global.json ? jsonText( exhaustiveJson( options, result ), global.pretty ) + "\n"
+                          : worldsText( result ) + verdictText( options, result ) );
+   if ( !result.problem.empty() ) {
+      std::cerr << "quarra-tcam: soak: " << oneLine( result.problem ) << "\n";
+   }
+   if ( result.signal && !result.failure ) {
+      endBySignal( result.signal, out );
+   }
+   return result.good() ? exitGood : exitDoesNotFit;
+}
+
+// ---- The command
+// --------------------------------------------------------------------------------------------
+
 int run( const GlobalOptions &global, const SoakCommandOptions &command, Output &out ) {
+   if ( command.depth ) {
+      return runExhaustive( global, command, out );
+   }
    const auto options = soakOptions( global, command );
    if ( command.print ) {
       return printEpisode( options, out );
@@ -244,11 +355,26 @@ Command::Run addOptions( CLI::App &app ) {
       app.add_flag( "--crash", soak->crash,
                     "Let processes die before and after every SDK call and every commit of the store, and "
                     "compare what the next process makes of it; N counts deaths then, 10000 of them" );
+   constexpr U32 deepest = 20;
+   auto *const exhaustive =
+      app.add_option(
+            "--exhaustive", soak->depth,
+            "Carry out every history of D operations on chips of a few bits and two ports instead; N "
+            "is the number of different states that is enough" )
+         ->type_name( "D" )
+         ->check( CLI::Range( U32{ 1 }, deepest ) )
+         ->excludes( crash );
+   app.add_option( "--restart-one-in", soak->restartOneIn,
+                   "Reach one of so many new states once more, with a restart after each operation; 20" )
+      ->type_name( "M" )
+      ->check( CLI::Range( U32{ 1 }, U32{ 1'000'000 } ) )
+      ->needs( exhaustive );
    app.add_flag( "--print", soak->print, "Print the history of one episode, for `quarra-tcam batch`" )
       ->excludes( operations )
       ->excludes( seconds )
       ->excludes( jobs )
-      ->excludes( crash );
+      ->excludes( crash )
+      ->excludes( exhaustive );
    return [ soak ]( const GlobalOptions &global, Output &out ) { return run( global, *soak, out ); };
 }
 

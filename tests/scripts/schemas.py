@@ -71,6 +71,8 @@ for variant in variants:
             check("apply", json.loads(run([*here, "apply", "-j", *more, file], (0, 1))), f"apply {file} on {variant}")
     check("apply", json.loads(run([*here, "apply", "-j", "--keep-going", "-"], (1,), input=damaged)), f"apply on {variant}")
     check("soak", json.loads(run([*here, "soak", "-j", "--ops", "100", "--seed", "1", "--jobs", "1"])), "soak")
+    check("soak", json.loads(run([*here, "soak", "-j", "--crash", "--ops", "5", "--seed", "1", "--jobs", "1"])), "soak --crash")
+    check("soak-exhaustive", json.loads(run([*here, "soak", "-j", "--exhaustive", "1", "--jobs", "1"])), "soak --exhaustive")
     for seed in "123":
         history = run([*here, "soak", "--print", "--seed", seed]).splitlines()
         lines = [line for number, line in enumerate(history) for line in
