@@ -2,6 +2,7 @@
 #include <fstream>
 #include <thread>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -213,12 +214,14 @@ TEST( Soak, LeavesTheChildrenOfOthersAlone ) {
 // With no descriptors left the soak ended in an exception that nobody caught, and its children went on.
 TEST( Soak, WithoutRoomForAProcessSaysSo ) {
    const auto ending = Child( []( std::FILE *output ) {
-                          const int next = dup( STDERR_FILENO );
-                          close( next );
                           for ( const int room : { 2, 8 } ) {
+                             int end = 0; // of the numbers, so many of which are free
+                             for ( int free = 0; free < room; ++end ) {
+                                free += fcntl( end, F_GETFD ) < 0;
+                             }
                              rlimit limit{};
                              getrlimit( RLIMIT_NOFILE, &limit );
-                             limit.rlim_cur = static_cast<rlim_t>( next + room );
+                             limit.rlim_cur = static_cast<rlim_t>( end );
                              setrlimit( RLIMIT_NOFILE, &limit );
                              auto options = oneVariant( operationsOfAPiece + 1 );
                              options.jobs = 4;
