@@ -60,5 +60,22 @@ TEST( Records, OfRequestsAreIndexedAsLongAsTheyBelongToTheGroup ) {
               std::tuple( key( "a" ), 3u ) );
 }
 
+// A request that let go of an entry stayed in the index behind an older one, and came back when that one went.
+TEST( Records, OfAnEntryInSeveralRequestsFollowInTheirOrder ) {
+   const auto group = classIdTcamGroupStatusFactory( 7 );
+   const auto first = group->requestStatusIs( key( "a" ) );
+   const auto second = group->requestStatusIs( key( "b" ) );
+   const auto third = group->requestStatusIs( key( "c" ) );
+   for ( const auto &request : { third, second, first } ) {
+      request->entryRefIs( 1 );
+   }
+   EXPECT_EQ( group->requestOfEntry( 1 ), first.get() );
+   second->entryRefDel( 1 );
+   first->entryRefDel( 1 );
+   EXPECT_EQ( group->requestOfEntry( 1 ), third.get() );
+   third->entryRefDel( 1 );
+   EXPECT_EQ( group->requestOfEntry( 1 ), nullptr );
+}
+
 } // namespace
 } // namespace QuarraTest

@@ -124,8 +124,9 @@ TEST_F( UsageTest, RunsAndHoldersAreCounted ) {
    EXPECT_EQ( usageOfGroup( 16 ).at( "classIds" ), 1 );
    EXPECT_EQ( usageOfGroup( 16 ).at( "entries" ), 2 );
    ASSERT_EQ( full.at( "tables" ).size(), 4u ) << "no table, OFFICE in two groups, PRINTERS";
-   const auto office = memberOf( full.at( "tables" ), "table", "PRINTERS" );
-   EXPECT_EQ( office.at( "shared" ), 1 ) << "with OFFICE";
+   const auto printers = memberOf( full.at( "tables" ), "table", "PRINTERS" );
+   EXPECT_EQ( printers.at( "shared" ), 1 ) << "with OFFICE";
+   EXPECT_EQ( printers.at( "entries" ), 1 );
    remove( 16, 1 );
    remove( 16, 2 );
    space = memberOf( ok( R"({"op":"usage"})" ).at( "spaces" ), "space", "aclGroupFlexibleWidth" );
