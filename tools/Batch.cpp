@@ -2,7 +2,10 @@
 
 #include <fmt/format.h>
 
+#include "agent/StoreRefused.h"
 #include "agent/SystemAclFeatures.h"
+#include "lab/SwitchDir.h"
+#include "tools/OpenSwitch.h"
 
 namespace QuarraTool {
 
@@ -75,19 +78,35 @@ JsonOut idOf( JsonFields &fields ) {
 
 Switch &Batch::theSwitch() {
    if ( !switch_ ) {
-      switch_ = std::make_unique<Switch>( choice_ );
+      make();
    }
    return *switch_;
+}
+
+Batch::Batch( std::unique_ptr<Switch> lasting )
+   : choice_( lasting->dir()->choice() ), switch_( std::move( lasting ) ) {}
+
+void Batch::make() {
+   switch_ = make_ ? make_( choice_ ) : std::make_unique<Switch>( choice_ );
 }
 
 JsonOut Batch::chip( JsonFields &fields ) {
    const auto choice = readChip( fields, choice_ );
    fields.finish();
-   if ( lineNumber_ != 1 || switch_ ) {
+   if ( lineNumber_ != 1 || ( switch_ && !switch_->dir() ) ) {
       throw RequestRefused( "chipIsSet", "chip: only the first line may choose the chip" );
    }
-   switch_ = std::make_unique<Switch>( choice );
-   choice_ = choice;
+   if ( switch_ ) {
+      checkSameSwitch( *switch_, choice, "the line" );
+   } else {
+      const auto before = std::exchange( choice_, choice );
+      try {
+         make();
+      } catch ( const RequestRefused & ) {
+         choice_ = before;
+         throw;
+      }
+   }
    return { { "variant", choice.variant->name },
             { "profile", choice.chip.profile },
             { "portCount", choice.chip.ports.size() } };
@@ -192,6 +211,11 @@ JsonOut Batch::answer( const std::string &line ) {
    try {
       said = carryOut( line, id );
    } catch ( const RequestRefused &refused ) {
+      const bool ofStore = dynamic_cast<const QuarraAgent::StoreRefused *>( &refused );
+      if ( ofStore && !switch_ ) {
+         throw;
+      }
+      storeFailed_ |= ofStore;
       good = false;
       said = { { "error",
                  { { "code", refused.code() }, { "message", refused.what() }, { "line", lineNumber_ } } } };

@@ -17,6 +17,11 @@ const CommonOptionRow rows[] = {
      } },
    { CommonOption::chip, "--chip", "Chip file: a JSON object that changes the variant's default chip", "FILE",
      false, []( GlobalOptions &global, const std::string &value ) { global.chipFile = value; } },
+   { CommonOption::switchDir, "--switch",
+     "A switch that lasts: its directory, made with its first use as --variant and --chip say", "DIR", false,
+     []( GlobalOptions &global, const std::string &value ) { global.switchDir = value; } },
+   { CommonOption::sync, "--sync", "With --switch: every change survives a loss of power, too", nullptr, true,
+     []( GlobalOptions &global, const std::string & ) { global.sync = true; } },
    { CommonOption::failSdkCall, "--fail-sdk-call",
      "Let the n-th SDK call fail (from the start of set-up): N, N:CODE or FUNCTION:N[:CODE]", "CALL", true,
      []( GlobalOptions &global, const std::string &value ) { global.failSdkCalls.push_back( value ); } },
@@ -37,12 +42,18 @@ std::span<const CommonOptionRow> commonOptions() {
    return rows;
 }
 
+std::vector<SdkCallFailure> GlobalOptions::failures() const {
+   std::vector<SdkCallFailure> failures;
+   for ( const auto &text : failSdkCalls ) {
+      failures.push_back( sdkCallFailure( text ) );
+   }
+   return failures;
+}
+
 ChipChoice GlobalOptions::choice() const {
    auto choice = defaultChoice( variant );
    choice.onlySwitchOfProcess = true;
-   for ( const auto &text : failSdkCalls ) {
-      choice.failures.push_back( sdkCallFailure( text ) );
-   }
+   choice.failures = failures();
    return chipFile ? readChipFile( *chipFile, choice ) : choice;
 }
 

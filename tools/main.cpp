@@ -11,6 +11,7 @@
 #include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/Version.h"
 #include "acl/Complaints.h"
+#include "agent/StoreRefused.h"
 #include "lab/TextFile.h"
 #include "tools/Command.h"
 #include "tools/CommonOptions.h"
@@ -41,7 +42,9 @@ constexpr auto examples =
    "  quarra-tcam --trace QuarraTcamPortsManager/1-3 apply acl.json     what the library does, step by "
    "step\n\n"
    "Exit codes: 0 all is well, and all output was written; 1 something does not fit, does not match or did\n"
-   "not happen; 2 bad input or options, nothing applied; 4 standard output could not be written.\n";
+   "not happen; 2 bad input or options, nothing applied; 4 standard output could not be written; 5 the "
+   "switch\n"
+   "that lasts cannot be used, or did not take a write.\n";
 
 // Traces quote names of the input, which may hold what a terminal obeys.
 class ErrorTrace : public Nodra::TraceSink {
@@ -248,6 +251,9 @@ int CommandLine::run( int argc, char **argv, Output &out ) {
       complain( errors.lines() );
    } catch ( const InputError &error ) {
       complain( error.what() );
+   } catch ( const QuarraAgent::StoreRefused &refused ) {
+      complain( refused.code() + ": " + refused.what() );
+      return exitNoSwitch;
    } catch ( const QuarraAgent::RequestRefused &refused ) {
       complain( refused.code() + ": " + refused.what() );
    } catch ( const std::bad_alloc & ) {
