@@ -68,6 +68,7 @@ class Switch {
 
    // Of a switch that lasts; null of one in memory.
    const SwitchDir *dir() const { return dir_.get(); }
+   SwitchDir *dir() { return dir_.get(); }
 
  private:
    void start( const ChipChoice &choice, const SdkHooks &hooks = {} );

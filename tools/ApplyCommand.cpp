@@ -7,6 +7,7 @@
 #include "acl/ReadAcl.h"
 #include "tools/ApplyReport.h"
 #include "tools/Command.h"
+#include "tools/OpenSwitch.h"
 #include "tools/SdkCalls.h"
 #include "tools/Subject.h"
 
@@ -51,8 +52,16 @@ void warnOfUnusedTypes( const GroupMap &map, AclConfig &config ) {
    }
 }
 
+Applied applyOn( const GlobalOptions &global, AclConfig config, const GroupMap &map,
+                 std::vector<AclComplaint> complaints ) {
+   if ( !global.switchDir ) {
+      return Applied( std::move( config ), global.choice(), map, std::move( complaints ) );
+   }
+   const auto ports = chipPortsOf( config );
+   return Applied( std::move( config ), openOrMakeSwitch( global, &ports ), map, std::move( complaints ) );
+}
+
 int run( const GlobalOptions &global, const ApplyOptions &options, Output &out ) {
-   const auto choice = global.choice();
    GroupMap map;
    for ( const auto &text : options.map ) {
       addToMap( map, text );
@@ -65,8 +74,12 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
    if ( options.bindings ) {
       addBindings( config );
    }
+<<<<<<< HEAD
    warnOfUnusedTypes( map, config );
    const Applied applied( std::move( config ), choice, map, std::move( complaints ) );
+=======
+   const auto applied = applyOn( global, std::move( config ), map, std::move( complaints ) );
+>>>>>>> 7fd5e19 (apply makes a switch that lasts hold what the file says; check, dump, audit, repair, restart, switch, damage, --cold)
    if ( !options.html.empty() ) {
       writePage( options.html, applied.theSwitch(), applied.config().file, notesOf( applied ) );
    }
@@ -96,9 +109,12 @@ std::string formatNames() {
 
 Command::Run addOptions( CLI::App &app ) {
    const auto options = std::make_shared<ApplyOptions>();
-   app.footer( "Every rule becomes one TCAM entry. The map from table types to TCAM groups on the SDK6\n"
-               "variants is L3=13, L3V6=14, L3V4V6=59, MIRROR=42, MIRRORV6=43, MIRROR_DSCP=52, PFCWD=55,\n"
-               "MCLAG=56, CTRLPLANE=108 and OTHER=132 for every other type; docs/tool.md has the others." );
+   app.footer(
+      "Every rule becomes one TCAM entry. With --switch, the switch holds what the configuration says\n"
+      "afterwards: entries of earlier configurations that are gone are removed, those that changed are\n"
+      "moved, all others are not touched. The map from table types to TCAM groups on the SDK6\n"
+      "variants is L3=13, L3V6=14, L3V4V6=59, MIRROR=42, MIRRORV6=43, MIRROR_DSCP=52, PFCWD=55,\n"
+      "MCLAG=56, CTRLPLANE=108 and OTHER=132 for every other type; docs/tool.md has the others." );
    app.add_option( "FILE", options->files,
                    "The configuration; - for standard input. Ports and bindings may stand in one file, rules "
                    "in another" )
@@ -121,7 +137,8 @@ Command::Run addOptions( CLI::App &app ) {
 const Command applyCommand = { "apply",
                                "Install the ACL rules of a config_db.json and check them",
                                { CommonOption::json, CommonOption::pretty, CommonOption::statistics,
-                                 CommonOption::variant, CommonOption::chip, CommonOption::failSdkCall,
+                                 CommonOption::variant, CommonOption::chip, CommonOption::switchDir,
+                                 CommonOption::sync, CommonOption::cold, CommonOption::failSdkCall,
                                  CommonOption::trace },
                                addOptions };
 

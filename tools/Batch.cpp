@@ -140,6 +140,7 @@ JsonOut Batch::install( JsonFields &fields ) {
          "ports", [ this ]( const std::string &name ) { return PortsJson( theSwitch() ).find( name ); } );
    }
    request.rule = ruleOf( fields, request.group );
+   request.label = fields.optionalText( "label" ).value_or( "" );
    fields.finish();
    const auto installed = theSwitch().agent().install( request );
    return { { "key", keyJson( installed.key ) },

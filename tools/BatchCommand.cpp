@@ -14,7 +14,7 @@ Batch batchOn( const GlobalOptions &global ) {
    if ( !global.switchDir ) {
       return Batch( global.choice() );
    }
-   if ( SwitchDir::isThere( *global.switchDir ) ) {
+   if ( global.cold || SwitchDir::isThere( *global.switchDir ) ) {
       return Batch( openOrMakeSwitch( global ) );
    }
    return Batch( global.choice(),
@@ -50,8 +50,8 @@ Command::Run addOptions( CLI::App &app ) {
 const Command batchCommand = { "batch",
                                "Answer JSON lines, one operation a line",
                                { CommonOption::statistics, CommonOption::variant, CommonOption::chip,
-                                 CommonOption::switchDir, CommonOption::sync, CommonOption::failSdkCall,
-                                 CommonOption::trace },
+                                 CommonOption::switchDir, CommonOption::sync, CommonOption::cold,
+                                 CommonOption::failSdkCall, CommonOption::trace },
                                addOptions };
 
 } // namespace QuarraTool

@@ -22,6 +22,11 @@ const CommonOptionRow rows[] = {
      []( GlobalOptions &global, const std::string &value ) { global.switchDir = value; } },
    { CommonOption::sync, "--sync", "With --switch: every change survives a loss of power, too", nullptr, true,
      []( GlobalOptions &global, const std::string & ) { global.sync = true; } },
+   { CommonOption::cold, "--cold",
+     "With --switch: start anew where its store is damaged, newer or gone. The chip's entries go first, then "
+     "its "
+     "bits, then the entries come back",
+     nullptr, true, []( GlobalOptions &global, const std::string & ) { global.cold = true; } },
    { CommonOption::failSdkCall, "--fail-sdk-call",
      "Let the n-th SDK call fail (from the start of set-up): N, N:CODE or FUNCTION:N[:CODE]", "CALL", true,
      []( GlobalOptions &global, const std::string &value ) { global.failSdkCalls.push_back( value ); } },
@@ -40,6 +45,21 @@ std::string CommonOptionRow::longName() const {
 
 std::span<const CommonOptionRow> commonOptions() {
    return rows;
+}
+
+std::vector<SdkCallFailure> GlobalOptions::failures() const {
+   std::vector<SdkCallFailure> failures;
+   for ( const auto &text : failSdkCalls ) {
+      failures.push_back( sdkCallFailure( text ) );
+   }
+   return failures;
+}
+
+ChipChoice GlobalOptions::choice() const {
+   auto choice = defaultChoice( variant );
+   choice.onlySwitchOfProcess = true;
+   choice.failures = failures();
+   return chipFile ? readChipFile( *chipFile, choice ) : choice;
 }
 
 void addCommonOption( CLI::App &app, const CommonOptionRow &row, GlobalOptions &global ) {

@@ -6,6 +6,7 @@
 
 #include "lab/Switch.h"
 #include "lab/TextFile.h"
+#include "tools/TextTable.h"
 
 namespace QuarraTool {
 namespace {
@@ -68,10 +69,10 @@ void checkSame( const std::string &path, const ChipChoice &is, const ChipChoice 
    }
    const auto ports = portsOf( asked.chip );
    if ( withPorts && ports != portsOf( is.chip ) && ports != portsOf( shippedChip( asked ) ) ) {
-      refuse( path, what + " says other ports than it has" );
+      refuse( path, "its ports are not those that " + what + " says" );
    }
    if ( is.chip.cpuPorts != asked.chip.cpuPorts ) {
-      refuse( path, what + " says other CPU ports than it has" );
+      refuse( path, "its CPU ports are not those that " + what + " says" );
    }
 }
 
@@ -97,6 +98,10 @@ StoreOptions optionsOf( const GlobalOptions &global ) {
 
 std::unique_ptr<Switch> start( std::unique_ptr<SwitchDir> dir ) {
    auto theSwitch = std::make_unique<Switch>( std::move( dir ) );
+   if ( const auto text = coldText( theSwitch->dir()->coldStarted() ); !text.empty() ) {
+      std::cerr << fmt::format( "quarra-tcam: switch {}: {}\n", oneLine( theSwitch->dir()->path() ),
+                                messageLine( text ) );
+   }
    if ( const auto text = restartedText( theSwitch->dir()->restarted() ); !text.empty() ) {
       std::cerr << fmt::format( "quarra-tcam: switch {}: {}\n", oneLine( theSwitch->dir()->path() ),
                                 messageLine( text ) );
@@ -104,7 +109,48 @@ std::unique_ptr<Switch> start( std::unique_ptr<SwitchDir> dir ) {
    return theSwitch;
 }
 
+// The options go before what the switch was; what they do not say is as it was, where that can be read.
+ChipChoice coldChoice( const GlobalOptions &global, const std::vector<ChipPort> *ports,
+                       const std::optional<StoreIdentity> &kept ) {
+   const auto *variant = kept ? variantOf( kept->variant ) : nullptr;
+   const bool sameVariant = variant && ( !global.variantChosen || global.variant == variant->name );
+   auto choice = sameVariant ? ChipChoice{ variant, kept->chip } : defaultChoice( global.variant );
+   if ( global.chipFile ) {
+      choice = readChipFile( *global.chipFile, choice );
+   }
+   if ( kept ) {
+      choice.chip.ports = kept->chip.ports;
+   } else if ( ports ) {
+      choice.chip.ports = *ports;
+   }
+   choice.failures = global.failures();
+   return choice;
+}
+
 } // namespace
+
+std::string coldText( const std::optional<ColdStarted> &cold ) {
+   if ( !cold ) {
+      return {};
+   }
+   auto text =
+      fmt::format( "started cold: {} left the chip, {} {} back", counted( cold->taken, "entry", "entries" ),
+                   cold->back, cold->back == 1 ? "is" : "are" );
+   if ( cold->unreadable ) {
+      text +=
+         fmt::format( "; {} of the store could not be read", counted( cold->unreadable, "row", "rows" ) );
+   }
+   if ( cold->chipWasReset ) {
+      text += "; the chip's tables were of no use, too, and were emptied";
+   }
+   if ( !cold->refused.empty() ) {
+      const auto &first = cold->refused.front();
+      text +=
+         fmt::format( "; {} refused, the first: {}: {}",
+                      counted( cold->refused.size(), "entry is", "entries are" ), first.code, first.message );
+   }
+   return cold->why.empty() ? text : text + "; the store was of no use: " + cold->why;
+}
 
 void mustBeThere( const std::string &path ) {
    if ( !SwitchDir::isThere( path ) ) {
@@ -134,11 +180,22 @@ std::unique_ptr<Switch> openSwitch( const std::string &path, const StoreOptions 
 }
 
 std::unique_ptr<Switch> openSwitch( const GlobalOptions &global ) {
-   mustBeThere( *global.switchDir );
+   if ( !global.switchDir ) {
+      throw InputError( "which switch? --switch DIR is missing" );
+   }
+   if ( !global.cold ) {
+      mustBeThere( *global.switchDir );
+   }
    return openOrMakeSwitch( global );
 }
 
 std::unique_ptr<Switch> openOrMakeSwitch( const GlobalOptions &global, const std::vector<ChipPort> *ports ) {
+   if ( global.cold ) {
+      const SwitchDir::Chooser chooser = [ & ]( const auto &kept ) {
+         return coldChoice( global, ports, kept );
+      };
+      return start( std::make_unique<SwitchDir>( *global.switchDir, chooser, optionsOf( global ) ) );
+   }
    const bool isThere = SwitchDir::isThere( *global.switchDir );
    auto choice = isThere ? defaultChoice( global.variant ) : global.choice();
    if ( isThere ) {

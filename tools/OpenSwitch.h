@@ -10,7 +10,7 @@
 // RequestRefused ("storeOfAnother"). A request over which an earlier process died is told on standard error.
 namespace QuarraTool {
 
-// One that is there. A question makes none.
+// One that is there. A question makes none. Throws InputError where the options name none.
 std::unique_ptr<Switch> openSwitch( const GlobalOptions &global );
 
 // Throws StoreRefused ("storeMissing") where there is none.
@@ -29,6 +29,9 @@ std::unique_ptr<Switch> makeSwitch( const GlobalOptions &global, const ChipChoic
 
 // That a switch which is there is what `asked` says; `what` says it ("--chip").
 void checkSameSwitch( const Switch &theSwitch, const ChipChoice &asked, const std::string &what );
+
+// "started cold: 31 entries left the chip, 30 are back; ...", or nothing.
+std::string coldText( const std::optional<ColdStarted> &cold );
 
 // "the installation of entry 7 of group 13 (OFFICE|R1), over which a process died, is undone", or nothing.
 std::string restartedText( const QuarraAgent::Restarted &restarted );

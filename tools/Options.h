@@ -20,7 +20,18 @@ enum ExitCode {
 };
 
 // Options that several commands take.
-enum class CommonOption { json, pretty, statistics, variant, chip, switchDir, sync, failSdkCall, trace };
+enum class CommonOption {
+   json,
+   pretty,
+   statistics,
+   variant,
+   chip,
+   switchDir,
+   sync,
+   cold,
+   failSdkCall,
+   trace
+};
 
 // What they say.
 struct GlobalOptions {
@@ -32,6 +43,7 @@ struct GlobalOptions {
    std::optional<std::string> chipFile;
    std::optional<std::string> switchDir;  // of a switch that lasts (tools/OpenSwitch.h)
    bool sync = false;                     // it survives a loss of power, too
+   bool cold = false;                     // it starts anew
    std::vector<std::string> failSdkCalls; // "N", "N:CODE", "FUNCTION:N[:CODE]"
    std::vector<std::string> trace;        // "HANDLE/LEVELS[,...]"
 

@@ -22,8 +22,9 @@ namespace {
 using namespace QuarraTool;
 
 const Command *const commands[] = {
-   &applyCommand, &batchCommand, &whyCommand,    &whoCommand,   &usageCommand,
-   &diffCommand,  &soakCommand,  &groupsCommand, &chipsCommand,
+   &applyCommand,  &batchCommand, &checkCommand,  &dumpCommand,   &whyCommand,    &whoCommand,
+   &usageCommand,  &diffCommand,  &auditCommand,  &repairCommand, &switchCommand, &restartCommand,
+   &damageCommand, &soakCommand,  &groupsCommand, &chipsCommand,
 };
 
 constexpr auto about =

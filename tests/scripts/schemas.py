@@ -5,6 +5,7 @@ import json
 import os
 import subprocess
 import sys
+import tempfile
 import warnings
 
 import jsonschema
@@ -93,6 +94,23 @@ for variant in variants:
     batch(['{"op":"chip","variant":"%s","ports":4}' % variant, '{"op":"createGroup","group":16}', '{"op":"install","group":16,"entry":1,"ports":[1,2],"rule":{"name":"T|R"}}',
            '{"op":"install","group":16,"entry":2,"ports":[2,3]}', *questions, '{"op":"who","table":"T"}',
            '{"op":"diff","before":{"groups":[]}}'], [], "questions")
+# Switches that last: each document before, after and over an apply, a damage and a cold start.
+with tempfile.TemporaryDirectory() as folder:
+    for variant in variants:
+        switch = ["--switch", f"{folder}/{variant}"]
+        new = lambda name, *words, codes=(0, 1): check(name if name != "repair" else "audit", json.loads(
+            run([name, "-j", *switch, *words], codes, stderr=subprocess.DEVNULL)), f"{name} {words} of a switch of {variant}")
+        new("apply", "--variant", variant, configurations[0])
+        batch(['{"op":"install","group":13,"entry":900,"ports":[1],"label":"T|R"}'], switch, "a label")
+        new("apply", configurations[0])
+        for name in ("check", "audit", "repair", "restart", "switch", "usage"):
+            new(name)
+        check("batch-answer", json.loads(run(["dump", *switch])), "dump")
+        for damage in (["entry", "1"], ["bit", "1", "3"], ["word", "2", "9", "7"]):
+            run(["damage", *switch, *damage])
+        for name in ("check", "audit", "repair"):
+            new(name)
+        new("restart", "--cold", "--variant", variant, codes=(0, 1))
 for file in sorted(os.listdir("fuzz/corpus/ChipFile")):
     if file != "refused":
         with open(f"fuzz/corpus/ChipFile/{file}") as chip:
