@@ -102,7 +102,12 @@ SwitchDir::SwitchDir( const std::string &path, const Chooser &chooser, const Sto
    image_ = std::make_unique<ChipImage>( file( chipFile ) );
 }
 
-SwitchDir::~SwitchDir() = default;
+// A directory that was not finished goes; where this process dies, with the next one that makes it.
+SwitchDir::~SwitchDir() {
+   if ( isNew_ && place_ != path_ ) {
+      removeUnfinished();
+   }
+}
 
 // Everything is made in a directory beside, which takes its name when it is whole. What a process that died over
 // it left there is cleared away.
@@ -116,7 +121,21 @@ void SwitchDir::startNew() {
       fs::remove( file( name ), error );
       check( place_, error );
    }
-   ChipImage::make( file( chipFile ), chipOptions( *choice_.variant, choice_.chip ) );
+   try {
+      ChipImage::make( file( chipFile ), chipOptions( *choice_.variant, choice_.chip ) );
+   } catch ( const StoreRefused & ) {
+      removeUnfinished();
+      throw;
+   }
+}
+
+void SwitchDir::removeUnfinished() {
+   std::error_code ignored;
+   for ( const auto *name : ownFiles ) {
+      fs::remove( file( name ), ignored );
+   }
+   fs::remove( file( "making.lock" ), ignored );
+   fs::remove( place_, ignored ); // unless something else is in it
 }
 
 void SwitchDir::finishNew( TcamAgent &agent ) {

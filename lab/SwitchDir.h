@@ -54,6 +54,7 @@ class SwitchDir {
  private:
    std::string file( const char *name ) const { return place_ + "/" + name; }
    void startNew();
+   void removeUnfinished();
    void finishNew( QuarraAgent::TcamAgent &agent );
    void prepareCold( const Chooser &chooser );
    void startCold( QuarraAgent::TcamAgent &agent );

@@ -199,6 +199,10 @@ void CommandLine::parse( int argc, char **argv ) {
 void CommandLine::checkCommonOptions() const {
    const auto &command = *chosen();
    const auto *app = app_.get_subcommand( command.name );
+   if ( ( global_.sync || global_.cold ) && !global_.switchDir ) {
+      throw UsageError( std::string( global_.sync ? "--sync" : "--cold" ) +
+                        " is about a switch that lasts: --switch DIR is missing" );
+   }
    for ( const auto &row : commonOptions() ) {
       const auto before = app_.get_option( row.longName() )->count();
       if ( !std::ranges::count( command.takes, row.option ) ) {
