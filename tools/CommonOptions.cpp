@@ -47,21 +47,6 @@ std::span<const CommonOptionRow> commonOptions() {
    return rows;
 }
 
-std::vector<SdkCallFailure> GlobalOptions::failures() const {
-   std::vector<SdkCallFailure> failures;
-   for ( const auto &text : failSdkCalls ) {
-      failures.push_back( sdkCallFailure( text ) );
-   }
-   return failures;
-}
-
-ChipChoice GlobalOptions::choice() const {
-   auto choice = defaultChoice( variant );
-   choice.onlySwitchOfProcess = true;
-   choice.failures = failures();
-   return chipFile ? readChipFile( *chipFile, choice ) : choice;
-}
-
 void addCommonOption( CLI::App &app, const CommonOptionRow &row, GlobalOptions &global ) {
    const auto help =
       row.help + ( row.option == CommonOption::variant ? QuarraAgent::variantNames() : std::string() );
