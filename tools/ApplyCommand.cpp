@@ -124,7 +124,8 @@ Command::Run addOptions( CLI::App &app ) {
    app.add_flag( "--keep-going", options->keepGoing,
                  "Leave out what is wrong in the files, a rule or a table, list it, and exit with 1" );
    app.add_option( "--map", options->map, "TCAM group for a table type; may be given several times" )
-      ->type_name( "TYPE=GROUP" );
+      ->type_name( "TYPE=GROUP" )
+      ->allow_extra_args( false );
    app.add_flag( "--bindings", options->bindings, "Install one entry for each table that has no rules" );
    app.add_flag( "--all", options->all,
                  "List every refused entry and every mismatch (the document always does)" );

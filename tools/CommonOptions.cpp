@@ -65,6 +65,7 @@ void addCommonOption( CLI::App &app, const CommonOptionRow &row, GlobalOptions &
          help )
       ->type_name( row.valueName )
       ->expected( 1 )
+      ->allow_extra_args( false ) // or it takes the words behind its value, too
       ->take_all();
 }
 

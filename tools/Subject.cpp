@@ -19,9 +19,11 @@ void SubjectOptions::addTo( CLI::App &app ) {
          "when ports stand in one file and rules in another" )
       ->type_name( "FILE" )
       ->expected( 1 )
+      ->allow_extra_args( false )
       ->take_all();
    app.add_option( "--map", map, "TCAM group for a table type; may be given several times" )
-      ->type_name( "TYPE=GROUP" );
+      ->type_name( "TYPE=GROUP" )
+      ->allow_extra_args( false );
    app.add_flag( "--bindings", bindings, "Install one entry for each table that has no rules" );
 }
 
