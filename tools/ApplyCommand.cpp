@@ -74,12 +74,8 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
    if ( options.bindings ) {
       addBindings( config );
    }
-<<<<<<< HEAD
    warnOfUnusedTypes( map, config );
-   const Applied applied( std::move( config ), choice, map, std::move( complaints ) );
-=======
    const auto applied = applyOn( global, std::move( config ), map, std::move( complaints ) );
->>>>>>> 7fd5e19 (apply makes a switch that lasts hold what the file says; check, dump, audit, repair, restart, switch, damage, --cold)
    if ( !options.html.empty() ) {
       writePage( options.html, applied.theSwitch(), applied.config().file, notesOf( applied ) );
    }
