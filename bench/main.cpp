@@ -11,6 +11,7 @@
 #include "bench/Figures.h"
 #include "bench/Growth.h"
 #include "bench/Peers.h"
+#include "bench/Plans.h"
 #include "bench/StoreFigures.h"
 
 // bench [--json]              the figures, each as the ratio of its two sides
@@ -22,6 +23,7 @@
 // bench --growth              JSON: times of an entry with ever more entries and requests
 // bench --restarts            JSON: times of a restart with ever more entries
 // bench --match-check         JSON: times of the match check with ever more entries
+// bench --plan                JSON: P11, plan of a change against carrying it out; exit code 1 when it is missed
 namespace QuarraBench {
 namespace {
 
@@ -171,6 +173,17 @@ int main( int argc, char **argv ) {
    if ( argc == 2 && std::strcmp( argv[ 1 ], "--match-check" ) == 0 ) {
       std::cout << growthOfMatchCheck().dump( 1 ) << "\n";
       return EXIT_SUCCESS;
+   }
+   if ( argc == 2 && std::strcmp( argv[ 1 ], "--plan" ) == 0 ) {
+      const auto result = plans();
+      std::cout << result.dump( 1 ) << "\n";
+      return std::ranges::all_of( result,
+                                  []( const auto &row ) {
+                                     return row[ "exact" ].template get<bool>() &&
+                                            row[ "ratio" ] <= row[ "target" ];
+                                  } )
+                ? EXIT_SUCCESS
+                : EXIT_FAILURE;
    }
    // The repetitions of the two sides take turns.
    char interleaving[] = "--benchmark_enable_random_interleaving=true";

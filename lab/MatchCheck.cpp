@@ -81,6 +81,8 @@ std::string_view knownBehaviour( Reason reason ) {
       return "fixed-offset-shared";
    case Reason::coveredOffset:
       return "fixed-offset-covered";
+   case Reason::offsetCleared:
+      return "fixed-offset-cleared";
    case Reason::bitWithoutOthers:
       return "fixed-width-union";
    case Reason::ethernetPorts:

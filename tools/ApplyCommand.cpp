@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "acl/ReadAcl.h"
+#include "tools/ApplyPlan.h"
 #include "tools/ApplyReport.h"
 #include "tools/Command.h"
 #include "tools/OpenSwitch.h"
@@ -22,21 +23,12 @@ struct ApplyOptions {
    bool bindings = false;        // an entry for a table without rules
    bool all = false;             // refusals and mismatches one by one
    std::string html;             // a page of the result
+   std::string plan;             // instead of files: what `plan -o` wrote
 };
 
 bool wantsColour( const Output &out ) {
    const char *noColour = std::getenv( "NO_COLOR" );
    return out.isTerminal() && !( noColour && *noColour );
-}
-
-// One entry of the whole table's ports for each table that has no rules.
-void addBindings( AclConfig &config ) {
-   for ( auto &table : config.tables ) {
-      if ( table.leftOut.empty() && table.rules.empty() ) {
-         table.rules.push_back(
-            { "(binding)", table.name, 0, std::make_shared<std::vector<std::string>>( table.ports ) } );
-      }
-   }
 }
 
 void warnOfUnusedTypes( const GroupMap &map, AclConfig &config ) {
@@ -62,6 +54,15 @@ Applied applyOn( const GlobalOptions &global, AclConfig config, const GroupMap &
 }
 
 int run( const GlobalOptions &global, const ApplyOptions &options, Output &out ) {
+   if ( !options.plan.empty() ) {
+      if ( !options.files.empty() ) {
+         throw InputError( "apply: a plan is carried out alone, without a configuration" );
+      }
+      return applyPlan( global, options.plan, out );
+   }
+   if ( options.files.empty() ) {
+      throw InputError( "apply: expected a configuration, FILE, or --plan FILE" );
+   }
    GroupMap map;
    for ( const auto &text : options.map ) {
       addToMap( map, text );
@@ -113,8 +114,7 @@ Command::Run addOptions( CLI::App &app ) {
       "MCLAG=56, CTRLPLANE=108 and OTHER=132 for every other type; docs/tool.md has the others." );
    app.add_option( "FILE", options->files,
                    "The configuration; - for standard input. Ports and bindings may stand in one file, rules "
-                   "in another" )
-      ->required();
+                   "in another" );
    app.add_option( "--format", options->format, "Format of the files: " + formatNames() )
       ->type_name( "NAME" );
    app.add_flag( "--keep-going", options->keepGoing,
@@ -125,6 +125,8 @@ Command::Run addOptions( CLI::App &app ) {
    app.add_flag( "--bindings", options->bindings, "Install one entry for each table that has no rules" );
    app.add_flag( "--all", options->all,
                  "List every refused entry and every mismatch (the document always does)" );
+   app.add_option( "--plan", options->plan, "Carry out what `plan -o` wrote, on the switch that it is for" )
+      ->type_name( "FILE" );
    app.add_option( "--html", options->html, "Write a page that shows the result, too" )->type_name( "FILE" );
    return [ options ]( const GlobalOptions &global, Output &out ) { return run( global, *options, out ); };
 }

@@ -4,6 +4,7 @@
 
 #include "agent/StoreRefused.h"
 #include "agent/SystemAclFeatures.h"
+#include "lab/Plan.h"
 #include "lab/SwitchDir.h"
 #include "tools/OpenSwitch.h"
 
@@ -24,7 +25,8 @@ const Batch::Operation Batch::operations[] = {
    { "dump", &Batch::dump },       { "deleteGroup", &Batch::deleteGroup },
    { "check", &Batch::check },     { "why", &Batch::why },
    { "who", &Batch::who },         { "usage", &Batch::usage },
-   { "diff", &Batch::diff },
+   { "diff", &Batch::diff },       { "plan", &Batch::plan },
+   { "expect", &Batch::expect },
 };
 
 namespace {
@@ -175,6 +177,41 @@ JsonOut Batch::check( JsonFields &fields ) {
       mismatches.push_back( mismatchJson( theSwitch(), ports, mismatch ) );
    }
    return { { "mismatches", std::move( mismatches ) } };
+}
+
+// Changes nothing: an error tells what is otherwise.
+JsonOut Batch::expect( JsonFields &fields ) {
+   const auto refuse = [ & ]( const std::string &what ) {
+      throw RequestRefused( "notAsExpected", fields.place() + ": " + what );
+   };
+   if ( fields.has( "state" ) ) {
+      const auto state = fields.text( "state" );
+      fields.finish();
+      if ( const auto found = stateDigest( theSwitch() ); found != state ) {
+         refuse( fmt::format( "the switch is not what it should be: its state is {}, expected {}", found,
+                              state ) );
+      }
+      return JsonOut::object();
+   }
+   const U32 entry = fields.number( "entry", 1, maxEntry );
+   const U32 offset = fields.number( "offset", 0, 255 );
+   const U32 width = fields.number( "width", 1, 255 );
+   const U32 classId = fields.number( "classId", 1, 0xffff );
+   fields.finish();
+   const auto &entries = theSwitch().agent().entries();
+   const auto item = entries.find( entry );
+   if ( item == entries.end() ) {
+      refuse( fmt::format( "entry {} is not installed", entry ) );
+   }
+   const auto &status = theSwitch().agent().manager().classIdTcamGroupStatus( item->second.request.group );
+   const auto &request = status->requestStatus( item->second.key );
+   const auto &pool = status->poolStatus( request->poolId() );
+   if ( pool->baseOffset() != offset || pool->size() != width || request->classId() != classId ) {
+      refuse( fmt::format(
+         "entry {} has class ID {} of the pool at bit {}, {} wide; expected {} at bit {}, {} wide", entry,
+         request->classId(), pool->baseOffset(), pool->size(), classId, offset, width ) );
+   }
+   return JsonOut::object();
 }
 
 JsonOut Batch::carryOut( const std::string &line, JsonOut &id ) {

@@ -46,12 +46,14 @@ class Batch {
    JsonOut remove( JsonFields &fields );
    JsonOut dump( JsonFields &fields );
    JsonOut check( JsonFields &fields );
+   JsonOut expect( JsonFields &fields );
 
    // BatchQuestions.cpp
    JsonOut why( JsonFields &fields );
    JsonOut who( JsonFields &fields );
    JsonOut usage( JsonFields &fields );
    JsonOut diff( JsonFields &fields );
+   JsonOut plan( JsonFields &fields ); // BatchPlan.cpp
 
    void make();
 

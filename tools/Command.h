@@ -34,6 +34,7 @@ extern const Command damageCommand;
 extern const Command dumpCommand;
 extern const Command groupsCommand;
 extern const Command diffCommand;
+extern const Command planCommand;
 extern const Command repairCommand;
 extern const Command restartCommand;
 extern const Command soakCommand;

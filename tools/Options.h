@@ -15,8 +15,9 @@ enum ExitCode {
    exitGood = 0,
    exitDoesNotFit = 1, // or does not match, or did not happen though it was asked for
    exitBadInput = 2,
-   exitNotWritten = 4, // standard output, or a file, did not take all of it
-   exitNoSwitch = 5,   // the switch that lasts cannot be used, or did not take a write
+   exitFitsWithAGap = 3, // a plan: only with wrong matches on the way, or after a reload
+   exitNotWritten = 4,   // standard output, or a file, did not take all of it
+   exitNoSwitch = 5,     // the switch that lasts cannot be used, or did not take a write
 };
 
 // Options that several commands take.

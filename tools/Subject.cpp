@@ -27,9 +27,6 @@ void SubjectOptions::addTo( CLI::App &app ) {
    app.add_flag( "--bindings", bindings, "Install one entry for each table that has no rules" );
 }
 
-namespace {
-
-// One entry of the whole table's ports for each table that has no rules.
 void addBindings( AclConfig &config ) {
    for ( auto &table : config.tables ) {
       if ( table.leftOut.empty() && table.rules.empty() ) {
@@ -41,8 +38,6 @@ void addBindings( AclConfig &config ) {
       }
    }
 }
-
-} // namespace
 
 Subject::Subject( const GlobalOptions &global, const SubjectOptions &options ) {
    if ( global.switchDir ) {

@@ -41,6 +41,9 @@ class Subject {
    std::unique_ptr<Applied> applied_; // otherwise
 };
 
+// One entry of the whole table's ports for each table that has no rules.
+void addBindings( AclConfig &config );
+
 // What the page of an applied configuration tells beside its switch.
 PageNotes notesOf( const Applied &applied );
 

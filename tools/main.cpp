@@ -22,9 +22,9 @@ namespace {
 using namespace QuarraTool;
 
 const Command *const commands[] = {
-   &applyCommand,  &batchCommand, &checkCommand,  &dumpCommand,   &whyCommand,    &whoCommand,
-   &usageCommand,  &diffCommand,  &auditCommand,  &repairCommand, &switchCommand, &restartCommand,
-   &damageCommand, &soakCommand,  &groupsCommand, &chipsCommand,
+   &applyCommand,   &planCommand,   &batchCommand, &checkCommand,  &dumpCommand,   &whyCommand,
+   &whoCommand,     &usageCommand,  &diffCommand,  &auditCommand,  &repairCommand, &switchCommand,
+   &restartCommand, &damageCommand, &soakCommand,  &groupsCommand, &chipsCommand,
 };
 
 constexpr auto about =
@@ -39,13 +39,16 @@ constexpr auto examples =
    "Examples:\n"
    "  quarra-tcam apply /etc/sonic/config_db.json      install all ACL rules, show and check the result\n"
    "  quarra-tcam apply acl.json --map L3=16 -p         other TCAM group for L3 tables, result as JSON\n"
+   "  quarra-tcam plan --from acl.json patch.json       what a change does, before it is made\n"
    "  echo '{\"op\":\"install\",\"group\":13,\"entry\":1,\"ports\":[1,2]}' | quarra-tcam batch -\n"
    "  quarra-tcam --trace QuarraTcamPortsManager/1-3 apply acl.json     what the library does, step by "
    "step\n\n"
    "Exit codes: 0 all is well, and all output was written; 1 something does not fit, does not match or did\n"
-   "not happen; 2 bad input or options, nothing applied; 4 standard output could not be written; 5 the "
-   "switch\n"
-   "that lasts cannot be used, or did not take a write.\n";
+   "not happen; 2 bad input or options, nothing applied; 3 of plan: it fits, but not without wrong matches "
+   "on\n"
+   "the way, or only after a reload; 4 standard output could not be written; 5 the switch that lasts cannot "
+   "be\n"
+   "used, or did not take a write.\n";
 
 // Traces quote names of the input, which may hold what a terminal obeys.
 class ErrorTrace : public Nodra::TraceSink {
