@@ -254,20 +254,47 @@ AclReading parseAcl( const std::vector<AclText> &texts, std::optional<AclFormat>
    return reader.read( joined( files ) );
 }
 
-AclReading readAcl( const std::vector<std::string> &sources, std::optional<AclFormat> format ) {
+namespace {
+
+std::string nameOf( const std::string &source ) {
+   return source == "-" ? "standard input" : source;
+}
+
+// `texts`: of the last sources, those that have been read already.
+AclReading readSources( const std::vector<std::string> &sources, std::vector<std::string> texts,
+                        std::optional<AclFormat> format ) {
    AclReader reader( format );
    std::vector<std::string> files;
-   for ( const std::string &source : sources ) {
-      files.push_back( source == "-" ? "standard input" : source );
-   }
+   std::ranges::transform( sources, std::back_inserter( files ), nameOf );
+   const std::size_t unread = sources.size() - texts.size();
    for ( std::size_t i = 0; i < sources.size(); ++i ) {
       if ( isRedis( sources[ i ] ) ) {
          reader.addJson( files[ i ], readRedis( sources[ i ] ), {}, AclFormat::configDb );
       } else {
-         reader.addText( files[ i ], readText( sources[ i ] ) );
+         reader.addText( files[ i ], i < unread ? readText( sources[ i ] ) : texts[ i - unread ] );
       }
    }
    return reader.read( joined( files ) );
+}
+
+} // namespace
+
+AclReading readAcl( const std::vector<std::string> &sources, std::optional<AclFormat> format ) {
+   return readSources( sources, {}, format );
+}
+
+AclReading readChangedAcl( const std::vector<std::string> &before, const std::vector<std::string> &sources,
+                           std::optional<AclFormat> format ) {
+   std::vector<std::string> texts; // standard input is read once, whatever it turns out to be
+   for ( const std::string &source : sources ) {
+      texts.push_back( isRedis( source ) ? "" : readText( source ) );
+   }
+   auto all = sources;
+   const auto start = texts.front().find_first_not_of( " \t\r\n" );
+   if ( start != std::string::npos && texts.front()[ start ] == '[' ) { // every change is a list
+      all.insert( all.begin(), before.begin(), before.end() );
+   }
+   return readSources( all, std::move( texts ), format );
 }
 
 AclConfig readConfigDb( const std::string &file ) {

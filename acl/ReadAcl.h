@@ -56,6 +56,11 @@ struct AclText {
 AclReading readAcl( const std::vector<std::string> &sources, std::optional<AclFormat> format = {} );
 AclReading parseAcl( const std::vector<AclText> &texts, std::optional<AclFormat> format = {} );
 
+// The configuration that sources make of one before: alone, or where the first of them is a change (a patch, row
+// operations), together with those before.
+AclReading readChangedAcl( const std::vector<std::string> &before, const std::vector<std::string> &sources,
+                           std::optional<AclFormat> format = {} );
+
 // One file, taken only when nothing is wrong with it. Throws AclRefused or InputError.
 AclConfig readConfigDb( const std::string &file );
 AclConfig parseConfigDb( const std::string &text, const std::string &file );

@@ -59,7 +59,7 @@ std::string listOf( const std::vector<U32> &bits ) {
    return text.string();
 }
 
-std::string textOf( const FieldEntry &entry ) {
+std::string qualifierText( const FieldEntry &entry ) {
    switch ( entry.qualifier ) {
    case FieldEntry::Qualifier::none:
       return "no qualifier";
@@ -71,10 +71,34 @@ std::string textOf( const FieldEntry &entry ) {
    return "";
 }
 
+std::string textOf( const FieldEntry &entry ) {
+   return qualifierText( entry ) + ( entry.installed ? "" : ", not installed" );
+}
+
+std::string frameText( const Sdk::QualifierFrame &frame ) {
+   Text text;
+   text << " in a frame of table " << frame.sourceTrunkMapTable << " first bit " << frame.firstBit << " bits "
+        << frame.startBit << "-" << frame.endBit;
+   return text.string();
+}
+
 Drift ofEntry( Kind kind, U32 entry, std::string expected, std::string found ) {
    Drift drift{ .kind = kind, .expected = std::move( expected ), .found = std::move( found ) };
    drift.entry = entry;
    return drift;
+}
+
+// The frame is said only where nothing else tells the two apart.
+Drift ofQualifier( U32 entry, const FieldEntry &expected, const FieldEntry &found ) {
+   auto wanted = textOf( expected );
+   auto is = textOf( found );
+   if ( wanted == is ) {
+      wanted += frameText( expected.frame );
+      is += frameText( found.frame );
+   } else if ( !found.installed ) {
+      wanted += ", installed";
+   }
+   return ofEntry( Kind::qualifier, entry, std::move( wanted ), std::move( is ) );
 }
 
 // All that an audit reads, kept for the repair.
@@ -123,7 +147,7 @@ class Auditor {
          if ( !found ) {
             audited_.drifts.push_back( ofEntry( Kind::entryMissing, id, textOf( expected ), "nothing" ) );
          } else if ( !( *found == expected ) ) {
-            audited_.drifts.push_back( ofEntry( Kind::qualifier, id, textOf( expected ), textOf( *found ) ) );
+            audited_.drifts.push_back( ofQualifier( id, expected, *found ) );
          }
       }
       for ( const U32 id : readBack_->fieldEntries( unit_ ) ) {

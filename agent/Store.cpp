@@ -162,6 +162,10 @@ std::unique_ptr<Store> Store::open( const std::string &path, const StoreOptions 
    return store;
 }
 
+std::unique_ptr<Store> Store::openUnchecked( const std::string &path ) {
+   return std::unique_ptr<Store>( new Store( path, {}, false ) );
+}
+
 StoreIdentity Store::identity() const {
    StoreIdentity identity;
    Statement texts( database_, Schema::all( Schema::meta ) );

@@ -43,6 +43,9 @@ class Store {
    // Opens one and checks it: that it is a store, of this version, sound, and not cut back to an earlier commit.
    static std::unique_ptr<Store> open( const std::string &path, const StoreOptions &options );
 
+   // For what can be saved of a store that open() refuses. Nothing is checked but the lock.
+   static std::unique_ptr<Store> openUnchecked( const std::string &path );
+
    ~Store();
    Store( const Store & ) = delete;
    Store &operator=( const Store & ) = delete;
@@ -88,6 +91,10 @@ class Store {
    void each( const std::function<void( WordRow )> &action ) const;
    void each( const std::function<void( BitRow )> &action ) const;
    void each( const std::function<void( EntryRow )> &action ) const;
+
+   // The same of entries; rows that are not as they were written are told, and left out.
+   void eachReadable( const std::function<void( EntryRow )> &action,
+                      const std::function<void()> &unreadable ) const;
 
    [[noreturn]] void damaged( const std::string &what ) const;
 

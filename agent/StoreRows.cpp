@@ -115,6 +115,15 @@ InstallRequest readRequest( const Store &store, Statement &row, U32 entry ) {
    return request;
 }
 
+EntryRow readEntry( const Store &store, Statement &row ) {
+   EntryRow entry;
+   const auto id = static_cast<U32>( row.numberUpTo( anyU32 ) );
+   entry.order = static_cast<U64>( row.number() );
+   entry.requestOrder = static_cast<U64>( row.number() );
+   entry.request = readRequest( store, row, id );
+   return entry;
+}
+
 } // namespace
 
 void Store::put( const SpaceRow &row ) {
@@ -343,12 +352,22 @@ void Store::each( const std::function<void( BitRow )> &action ) const {
 void Store::each( const std::function<void( EntryRow )> &action ) const {
    Statement row( database_, Schema::all( Schema::entry ) );
    while ( row.next() ) {
-      EntryRow entry;
-      const auto id = static_cast<U32>( row.numberUpTo( anyU32 ) );
-      entry.order = static_cast<U64>( row.number() );
-      entry.requestOrder = static_cast<U64>( row.number() );
-      entry.request = readRequest( *this, row, id );
-      action( std::move( entry ) );
+      action( readEntry( *this, row ) );
+   }
+}
+
+void Store::eachReadable( const std::function<void( EntryRow )> &action,
+                          const std::function<void()> &unreadable ) const {
+   Statement row( database_, Schema::all( Schema::entry ) );
+   while ( row.next() ) {
+      std::optional<EntryRow> entry;
+      try {
+         entry = readEntry( *this, row );
+      } catch ( const StoreRefused & ) {
+         unreadable();
+         continue;
+      }
+      action( std::move( *entry ) );
    }
 }
 

@@ -77,10 +77,18 @@ namespace {
 
 constexpr std::array<U8, 2> wordTables = { 9, 10 };
 
+U32 portRowsOf( const QuarraSimulator::ChipOptions &options ) {
+   return std::max<U32>( U10::max + 1, options.systemPorts );
+}
+
 } // namespace
 
+bool ChipImage::isOf( const QuarraSimulator::ChipOptions &options ) const {
+   return header().aclGroupBits == options.aclGroupBits && header().ports == portRowsOf( options );
+}
+
 void ChipImage::make( const std::string &path, const QuarraSimulator::ChipOptions &options ) {
-   const U32 ports = std::max<U32>( U10::max + 1, options.systemPorts );
+   const U32 ports = portRowsOf( options );
    Header header{ magic, options.aclGroupBits, ports, entryRowsAtOnce, {} };
    const std::size_t size =
       sizeof( Header ) + ports * sizeof( PortRow ) + entryRowsAtOnce * sizeof( EntryRow );

@@ -24,8 +24,11 @@ class ChipImage {
    ChipImage &operator=( const ChipImage & ) = delete;
    ~ChipImage();
 
-   // Puts what the image holds into a chip of these ports that holds nothing, and follows the chip from then on.
-   // `also` is told of every call after the image is.
+   // Whether the file is for a chip of that size.
+   bool isOf( const QuarraSimulator::ChipOptions &options ) const;
+
+   // Puts what the image holds into a chip of these ports that holds nothing, and follows the chip from then
+   // on. `also` is told of every call after the image is.
    void follow( QuarraSimulator::SimulatedChip &chip, const std::vector<QuarraCentral::QuarraModPort> &ports,
                 QuarraSimulator::Observer also = {} );
 

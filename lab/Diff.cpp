@@ -344,6 +344,13 @@ std::string_view wordOf( Change change ) {
    return words[ static_cast<std::size_t>( change ) ];
 }
 
+template <typename Value>
+JsonOut optionalJson( const std::optional<Value> &value ) {
+   return value ? JsonOut( *value ) : JsonOut();
+}
+
+} // namespace
+
 JsonOut placeJson( const std::optional<ClassIdPlace> &place ) {
    if ( !place ) {
       return nullptr;
@@ -362,20 +369,14 @@ JsonOut namedPortJson( const QuarraModPort &port, const std::map<QuarraModPort, 
    return json;
 }
 
-JsonOut portsJson( const std::set<QuarraModPort> &ports, const std::map<QuarraModPort, std::string> &names ) {
+JsonOut namedPortsJson( const std::set<QuarraModPort> &ports,
+                        const std::map<QuarraModPort, std::string> &names ) {
    auto json = JsonOut::array();
    for ( const auto &port : ports ) {
       json.push_back( namedPortJson( port, names ) );
    }
    return json;
 }
-
-template <typename Value>
-JsonOut optionalJson( const std::optional<Value> &value ) {
-   return value ? JsonOut( *value ) : JsonOut();
-}
-
-} // namespace
 
 JsonOut differenceJson( const Difference &difference ) {
    auto entries = JsonOut::array();
@@ -386,8 +387,8 @@ JsonOut differenceJson( const Difference &difference ) {
                            { "entryAfter", optionalJson( entry.after ) },
                            { "classIdBefore", placeJson( entry.placeBefore ) },
                            { "classIdAfter", placeJson( entry.placeAfter ) },
-                           { "portsGained", portsJson( entry.ports.gained, difference.portNames ) },
-                           { "portsLost", portsJson( entry.ports.lost, difference.portNames ) } } );
+                           { "portsGained", namedPortsJson( entry.ports.gained, difference.portNames ) },
+                           { "portsLost", namedPortsJson( entry.ports.lost, difference.portNames ) } } );
    }
    auto classIds = JsonOut::array();
    for ( const auto &classId : difference.classIds ) {
@@ -397,8 +398,8 @@ JsonOut differenceJson( const Difference &difference ) {
       json[ "entriesAfter" ] = classId.entriesAfter;
       json[ "ethernetBefore" ] = classId.ethernetBefore;
       json[ "ethernetAfter" ] = classId.ethernetAfter;
-      json[ "portsGained" ] = portsJson( classId.ports.gained, difference.portNames );
-      json[ "portsLost" ] = portsJson( classId.ports.lost, difference.portNames );
+      json[ "portsGained" ] = namedPortsJson( classId.ports.gained, difference.portNames );
+      json[ "portsLost" ] = namedPortsJson( classId.ports.lost, difference.portNames );
       classIds.push_back( std::move( json ) );
    }
    auto ports = JsonOut::array();

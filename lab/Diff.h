@@ -98,4 +98,10 @@ Difference difference( const SwitchState &before, const SwitchState &after );
 
 JsonOut differenceJson( const Difference &difference );
 
+// What it is made of: null for no place; ports by name and number.
+JsonOut placeJson( const std::optional<ClassIdPlace> &place );
+JsonOut namedPortJson( const QuarraModPort &port, const std::map<QuarraModPort, std::string> &names );
+JsonOut namedPortsJson( const std::set<QuarraModPort> &ports,
+                        const std::map<QuarraModPort, std::string> &names );
+
 } // namespace QuarraLab

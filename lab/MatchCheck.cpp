@@ -71,6 +71,30 @@ std::string reasonName( Reason reason ) {
    return ""; // no enumerator
 }
 
+std::string_view knownBehaviour( Reason reason ) {
+   switch ( reason ) {
+   case Reason::sameRule:
+      return "one-rule-one-class-id";
+   case Reason::portTaken:
+      return "newest-takes-port";
+   case Reason::sharedOffset:
+      return "fixed-offset-shared";
+   case Reason::coveredOffset:
+      return "fixed-offset-covered";
+   case Reason::offsetCleared:
+      return "fixed-offset-cleared";
+   case Reason::bitWithoutOthers:
+      return "fixed-width-union";
+   case Reason::ethernetPorts:
+      return "ethernet-511";
+   case Reason::failedLookUp:
+      return "look-up-may-fail";
+   case Reason::fault:
+      return "";
+   }
+   return ""; // no enumerator
+}
+
 std::string reasonText( const QuarraAgent::Variant &variant, const Mismatch &mismatch ) {
    const auto group = mismatch.group.value();
    const auto &ethernet = variant.generation.ethernetPorts;

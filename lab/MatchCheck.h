@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "lab/Switch.h"
@@ -38,6 +39,9 @@ struct Mismatch {
 
 // "portTaken".
 std::string reasonName( Reason reason );
+
+// Its id in docs/known-behaviours.md; empty for a fault.
+std::string_view knownBehaviour( Reason reason );
 
 // The rule in prose. Without a taker it says so of any newer entry.
 std::string reasonText( const QuarraAgent::Variant &variant, const Mismatch &mismatch );

@@ -76,6 +76,10 @@ Switch::Switch( std::unique_ptr<SwitchDir> dir, const SdkHooks &hooks ) : dir_( 
 
 Switch::~Switch() = default;
 
+void Switch::leaveDirToParent() {
+   [[maybe_unused]] auto *const ofParent = dir_.release();
+}
+
 void Switch::start( const ChipChoice &choice, const SdkHooks &hooks ) {
    const auto &variant = *choice.variant;
    const auto &config = choice.chip;

@@ -68,6 +68,11 @@ class Switch {
 
    // Of a switch that lasts; null of one in memory.
    const SwitchDir *dir() const { return dir_.get(); }
+   SwitchDir *dir() { return dir_.get(); }
+
+   // In a process that was forked: the directory stays open for the parent alone. It is not closed here, which
+   // would reach into the parent's files.
+   void leaveDirToParent();
 
  private:
    void start( const ChipChoice &choice, const SdkHooks &hooks = {} );

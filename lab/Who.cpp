@@ -119,7 +119,7 @@ std::vector<GroupPool> poolsOf( const Switch &theSwitch, ClassIdType type ) {
 }
 
 std::string ruleOf( const QuarraAgent::InstallRequest &request ) {
-   return request.rule ? request.rule->name() : std::string();
+   return !request.label.empty() || !request.rule ? request.label : request.rule->name();
 }
 
 std::string tableOf( const std::string &rule ) {

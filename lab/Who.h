@@ -60,7 +60,8 @@ struct GroupPool {
 // The pools over a space, by first bit and group. Pools of groups with a fixed offset may lie over others.
 std::vector<GroupPool> poolsOf( const Switch &theSwitch, ClassIdType type );
 
-// The entry's own name: the rule's, "TABLE|RULE" for a rule of a configuration; empty when it has none.
+// The entry's own name: its label, "TABLE|RULE" for a rule of a configuration, else its rule's; empty when it
+// has none.
 std::string ruleOf( const QuarraAgent::InstallRequest &request );
 
 // The table in front of the "|"; empty when the name has none.

@@ -239,9 +239,12 @@ JsonOut portReportJson( const Switch &theSwitch, const PortReport &report ) {
    for ( const auto &answer : report.answers ) {
       auto one = matchAnswerJson( theSwitch, answer );
       const auto mismatch = report.mismatches.find( answer.entry );
-      one[ "reason" ] = mismatch == report.mismatches.end()
-                           ? JsonOut()
-                           : JsonOut( reasonText( theSwitch.agent().variant(), mismatch->second ) );
+      const bool asAsked = mismatch == report.mismatches.end();
+      const auto behaviour = asAsked ? "" : knownBehaviour( mismatch->second.reason );
+      one[ "cause" ] = asAsked ? JsonOut() : JsonOut( reasonName( mismatch->second.reason ) );
+      one[ "knownBehaviour" ] = behaviour.empty() ? JsonOut() : JsonOut( behaviour );
+      one[ "reason" ] =
+         asAsked ? JsonOut() : JsonOut( reasonText( theSwitch.agent().variant(), mismatch->second ) );
       answers.push_back( std::move( one ) );
    }
    json[ "carries" ] = std::move( carries );

@@ -26,6 +26,10 @@ _quarra_tcam() {
       _filedir json
       return
       ;;
+   --switch)
+      _filedir -d
+      return
+      ;;
    esac
    # Any other option that takes a value: nothing to offer.
    if [[ $prev == --* ]] && grep -qE -- "(^|[ ,])$prev [A-Z]" <<<"$help"; then

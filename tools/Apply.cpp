@@ -4,30 +4,46 @@
 #include <set>
 #include <tuple>
 
+#include <fmt/format.h>
+
 #include "agent/RequestChecks.h"
 #include "lab/CostModel.h"
+#include "lab/SwitchDir.h"
+#include "lab/TextFile.h"
+#include "lab/Who.h"
 
 namespace QuarraTool {
-namespace {
 
 using namespace QuarraTcam;
-// The chip's ports are the configuration's: port n is its n-th in natural order.
-ChipChoice withPortsOf( const AclConfig &config, ChipChoice choice ) {
-   choice.chip.ports.clear();
-   for ( std::size_t i = 0; i < config.ports.size(); ++i ) {
-      choice.chip.ports.push_back( { config.ports[ i ], QuarraModPort( 0, static_cast<U32>( i + 1 ) ) } );
-   }
-   return choice;
-}
 
-} // namespace
+std::vector<QuarraAgent::ChipPort> chipPortsOf( const AclConfig &config ) {
+   std::vector<QuarraAgent::ChipPort> ports;
+   for ( std::size_t i = 0; i < config.ports.size(); ++i ) {
+      ports.push_back( { config.ports[ i ], QuarraModPort( 0, static_cast<U32>( i + 1 ) ) } );
+   }
+   return ports;
+}
 
 Applied::Applied( AclConfig config, const ChipChoice &choice, const GroupMap &map,
                   std::vector<AclComplaint> complaints )
    : config_( std::move( config ) ), complaints_( std::move( complaints ) ), map_( map ) {
-   map_.merge( defaultGroupMap( choice.variant->generation ) );
-   const auto chosen = withPortsOf( config_, choice );
+   auto chosen = choice;
+   chosen.chip.ports = chipPortsOf( config_ );
    switch_ = std::make_unique<Switch>( chosen );
+   start();
+}
+
+Applied::Applied( AclConfig config, std::unique_ptr<Switch> lasting, const GroupMap &map,
+                  std::vector<AclComplaint> complaints )
+   : config_( std::move( config ) ),
+     complaints_( std::move( complaints ) ),
+     map_( map ),
+     switch_( std::move( lasting ) ) {
+   start();
+}
+
+void Applied::start() {
+   map_.merge( defaultGroupMap( switch_->agent().variant().generation ) );
    for ( const auto &[ type, group ] : map_ ) {
       QuarraAgent::RequestChecks::knownGroup( group );
    }
@@ -52,16 +68,23 @@ void Applied::plan() {
    for ( const auto &port : switch_->agent().chip().ports ) {
       portOf.emplace( port.intf, port.port );
    }
+   for ( const auto &port : config_.ports ) {
+      if ( !portOf.contains( port ) ) {
+         throw QuarraAgent::RequestRefused( "unknownPort",
+                                            fmt::format( "{}: the switch {} has no port {}", config_.file,
+                                                         switch_->dir()->path(), shortName( port ) ) );
+      }
+   }
    std::map<const void *, std::vector<QuarraModPort>> chipPorts; // by the list of names that rules share
    for ( const auto &table : config_.tables ) {
       if ( !table.leftOut.empty() ) {
          continue;
       }
       for ( const auto &rule : table.rules ) {
-         PlannedEntry entry{ &table, &rule, {}, {}, {} };
+         PlannedEntry entry{ &table, &rule, {} };
          entry.request.group = groupOf( table );
-         entry.request.entry = static_cast<U32>( entries_.size() + 1 );
-         entry.request.rule = RuleId( FeatureGroupType::acl, table.name + "|" + rule.name );
+         entry.request.label = table.name + "|" + rule.name;
+         entry.request.rule = RuleId( FeatureGroupType::acl, entry.request.label );
          auto &ports = chipPorts[ rule.ports.get() ];
          if ( ports.empty() ) {
             for ( const auto &name : *rule.ports ) {
@@ -74,35 +97,60 @@ void Applied::plan() {
    }
 }
 
-void Applied::installOne( PlannedEntry &entry ) {
-   try {
-      switch_->agent().install( entry.request );
-   } catch ( const QuarraAgent::RequestRefused &refused ) {
-      entry.refusedCode = refused.code();
-      entry.refusedMessage = refused.what();
-   }
+// What is wrong with a rule may be a slip of the pen: what was there of it is not taken away for that.
+bool Applied::isComplainedAbout( const std::string &label ) const {
+   return std::any_of( complaints_.begin(), complaints_.end(), [ & ]( const auto &complaint ) {
+      const auto &table = complaint.table;
+      return !table.empty() && ( complaint.rule.empty() ? label.starts_with( table + "|" )
+                                                        : label == table + "|" + complaint.rule );
+   } );
 }
 
 void Applied::install() {
-   std::set<TcamGroupId> created;
+   std::vector<WantedEntry> wanted;
+   wanted.reserve( entries_.size() );
+   for ( const auto &entry : entries_ ) {
+      wanted.push_back( { entry.request } );
+   }
    std::set<std::pair<TcamGroupId, std::vector<QuarraModPort>>> portSets;
    PortWrites writes( *switch_ );
-   for ( auto &entry : entries_ ) {
-      if ( created.insert( entry.request.group ).second ) {
-         try {
-            switch_->agent().createGroup( entry.request.group );
-         } catch ( const QuarraAgent::RequestRefused & ) {
-            // The group's entries are refused in turn, each with the reason.
-         }
-      }
-      installOne( entry );
+   ReconcileOptions options;
+   options.keeps = [ this ]( const std::string &label ) { return isComplainedAbout( label ); };
+   options.installed = [ & ]( const WantedEntry &entry ) {
       // An entry of a port set that is programmed already writes no port words.
-      if ( entry.refusedCode.empty() &&
-           portSets.emplace( entry.request.group, entry.request.ports ).second ) {
+      if ( portSets.emplace( entry.request.group, entry.request.ports ).second ) {
          writes.step();
       }
-   }
+   };
+   reconciled_ = reconcile( switch_->agent(), wanted, options );
    costs_.portWords = writes.count();
+   for ( std::size_t i = 0; i < wanted.size(); ++i ) {
+      auto &entry = entries_[ i ];
+      entry.request.entry = wanted[ i ].request.entry;
+      entry.change = wanted[ i ].change;
+      entry.refusedCode = std::move( wanted[ i ].refusedCode );
+      entry.refusedMessage = std::move( wanted[ i ].refusedMessage );
+      if ( entry.refusedCode.empty() ) {
+         placeOf_.emplace( entry.request.entry, i );
+      }
+   }
+}
+
+std::string Applied::nameOf( U32 entry ) const {
+   if ( const auto place = placeOf_.find( entry ); place != placeOf_.end() ) {
+      const auto &planned = entries_[ place->second ];
+      return shortName( planned.table->name ) + "|" + shortName( planned.rule->name );
+   }
+   const auto name = ruleOf( switch_->agent().entries().at( entry ).request );
+   return name.empty() ? fmt::format( "entry {}", entry ) : shortName( name );
+}
+
+std::string Applied::tableOf( U32 entry ) const {
+   if ( const auto place = placeOf_.find( entry ); place != placeOf_.end() ) {
+      return entries_[ place->second ].table->name;
+   }
+   const auto name = QuarraLab::tableOf( ruleOf( switch_->agent().entries().at( entry ).request ) );
+   return name.empty() ? fmt::format( "entry {}", entry ) : name;
 }
 
 void Applied::count() {

@@ -3,6 +3,7 @@
 #include "acl/ReadAcl.h"
 #include "lab/ChipFile.h"
 #include "lab/MatchCheck.h"
+#include "lab/Reconcile.h"
 #include "tools/GroupMap.h"
 
 namespace QuarraTool {
@@ -15,8 +16,9 @@ struct PlannedEntry {
    const AclTable *table;
    const AclRule *rule;
    QuarraAgent::InstallRequest request;
-   std::string refusedCode; // empty when it was installed
-   std::string refusedMessage;
+   EntryFate change = EntryFate::comes;
+   std::string refusedCode = {}; // empty when it is installed
+   std::string refusedMessage = {};
 };
 
 // What the port sets cost, by the three ways to tell an entry its ports.
@@ -34,19 +36,33 @@ struct Costs {
    Cost entryPerPort;
 };
 
-// A configuration on a simulated switch, all its rules installed as far as they fit.
+// A configuration on a simulated switch: the switch holds what the configuration says, as far as it fits.
 class Applied {
  public:
-   // Installs every rule of the tables that are not left out. `map` overrides the default map. Throws
-   // RequestRefused for a group that the variant does not have ("unknownGroup") and for a chip that cannot be
-   // ("badChip", ...). `complaints` tell what was wrong with the files and is not in `config`.
+   // Installs every rule of the tables that are not left out, on an empty switch with the configuration's
+   // ports. `map` overrides the default map. Throws RequestRefused for a group that the variant does not have
+   // ("unknownGroup") and for a chip that cannot be ("badChip", ...). `complaints` tell what was wrong with
+   // the files and is not in `config`.
    Applied( AclConfig config, const ChipChoice &choice, const GroupMap &map,
+            std::vector<AclComplaint> complaints = {} );
+
+   // Makes a switch that lasts hold what the configuration says. Entries of an earlier configuration that
+   // this one does not have are removed, but for those that complaints are about; entries without a label
+   // stay as they are. Throws RequestRefused ("unknownPort") for ports that the switch does not have, and
+   // StoreRefused.
+   Applied( AclConfig config, std::unique_ptr<Switch> lasting, const GroupMap &map,
             std::vector<AclComplaint> complaints = {} );
 
    const AclConfig &config() const { return config_; }
    const Switch &theSwitch() const { return *switch_; }
    TcamGroupId groupOf( const AclTable &table ) const;
-   const std::vector<PlannedEntry> &entries() const { return entries_; } // entry n is element n - 1
+   const std::vector<PlannedEntry> &entries() const { return entries_; }
+   const Reconciled &reconciled() const { return reconciled_; }
+   bool lasts() const { return switch_->dir(); }
+
+   // Of any entry on the switch, by number: "TABLE|RULE" and its table, or "entry 7" where nobody named it.
+   std::string nameOf( U32 entry ) const;
+   std::string tableOf( U32 entry ) const;
    const std::vector<Mismatch> &mismatches() const { return mismatches_; }
    const Costs &costs() const { return costs_; }
    const std::vector<AclComplaint> &complaints() const { return complaints_; }
@@ -54,9 +70,10 @@ class Applied {
    bool allFitAndMatch() const { return refused() == 0 && mismatches_.empty() && complaints_.empty(); }
 
  private:
+   void start();
    void plan();
    void install();
-   void installOne( PlannedEntry &entry );
+   bool isComplainedAbout( const std::string &label ) const;
    void count();
 
    AclConfig config_;
@@ -64,8 +81,13 @@ class Applied {
    GroupMap map_;
    std::unique_ptr<Switch> switch_;
    std::vector<PlannedEntry> entries_;
+   std::map<U32, std::size_t> placeOf_; // in entries_, by entry
+   Reconciled reconciled_;
    std::vector<Mismatch> mismatches_;
    Costs costs_;
 };
+
+// The chip's ports are the configuration's: port n is its n-th in natural order.
+std::vector<QuarraAgent::ChipPort> chipPortsOf( const AclConfig &config );
 
 } // namespace QuarraTool

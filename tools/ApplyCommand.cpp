@@ -5,8 +5,10 @@
 #include <fmt/format.h>
 
 #include "acl/ReadAcl.h"
+#include "tools/ApplyPlan.h"
 #include "tools/ApplyReport.h"
 #include "tools/Command.h"
+#include "tools/OpenSwitch.h"
 #include "tools/SdkCalls.h"
 #include "tools/Subject.h"
 
@@ -21,21 +23,12 @@ struct ApplyOptions {
    bool bindings = false;        // an entry for a table without rules
    bool all = false;             // refusals and mismatches one by one
    std::string html;             // a page of the result
+   std::string plan;             // instead of files: what `plan -o` wrote
 };
 
 bool wantsColour( const Output &out ) {
    const char *noColour = std::getenv( "NO_COLOR" );
    return out.isTerminal() && !( noColour && *noColour );
-}
-
-// One entry of the whole table's ports for each table that has no rules.
-void addBindings( AclConfig &config ) {
-   for ( auto &table : config.tables ) {
-      if ( table.leftOut.empty() && table.rules.empty() ) {
-         table.rules.push_back(
-            { "(binding)", table.name, 0, std::make_shared<std::vector<std::string>>( table.ports ) } );
-      }
-   }
 }
 
 void warnOfUnusedTypes( const GroupMap &map, AclConfig &config ) {
@@ -51,8 +44,25 @@ void warnOfUnusedTypes( const GroupMap &map, AclConfig &config ) {
    }
 }
 
+Applied applyOn( const GlobalOptions &global, AclConfig config, const GroupMap &map,
+                 std::vector<AclComplaint> complaints ) {
+   if ( !global.switchDir ) {
+      return Applied( std::move( config ), global.choice(), map, std::move( complaints ) );
+   }
+   const auto ports = chipPortsOf( config );
+   return Applied( std::move( config ), openOrMakeSwitch( global, &ports ), map, std::move( complaints ) );
+}
+
 int run( const GlobalOptions &global, const ApplyOptions &options, Output &out ) {
-   const auto choice = global.choice();
+   if ( !options.plan.empty() ) {
+      if ( !options.files.empty() ) {
+         throw InputError( "apply: a plan is carried out alone, without a configuration" );
+      }
+      return applyPlan( global, options.plan, out );
+   }
+   if ( options.files.empty() ) {
+      throw InputError( "apply: expected a configuration, FILE, or --plan FILE" );
+   }
    GroupMap map;
    for ( const auto &text : options.map ) {
       addToMap( map, text );
@@ -66,7 +76,7 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
       addBindings( config );
    }
    warnOfUnusedTypes( map, config );
-   const Applied applied( std::move( config ), choice, map, std::move( complaints ) );
+   const auto applied = applyOn( global, std::move( config ), map, std::move( complaints ) );
    if ( !options.html.empty() ) {
       writePage( options.html, applied.theSwitch(), applied.config().file, notesOf( applied ) );
    }
@@ -96,22 +106,27 @@ std::string formatNames() {
 
 Command::Run addOptions( CLI::App &app ) {
    const auto options = std::make_shared<ApplyOptions>();
-   app.footer( "Every rule becomes one TCAM entry. The map from table types to TCAM groups on the SDK6\n"
-               "variants is L3=13, L3V6=14, L3V4V6=59, MIRROR=42, MIRRORV6=43, MIRROR_DSCP=52, PFCWD=55,\n"
-               "MCLAG=56, CTRLPLANE=108 and OTHER=132 for every other type; docs/tool.md has the others." );
+   app.footer(
+      "Every rule becomes one TCAM entry. With --switch, the switch holds what the configuration says\n"
+      "afterwards: entries of earlier configurations that are gone are removed, those that changed are\n"
+      "moved, all others are not touched. The map from table types to TCAM groups on the SDK6\n"
+      "variants is L3=13, L3V6=14, L3V4V6=59, MIRROR=42, MIRRORV6=43, MIRROR_DSCP=52, PFCWD=55,\n"
+      "MCLAG=56, CTRLPLANE=108 and OTHER=132 for every other type; docs/tool.md has the others." );
    app.add_option( "FILE", options->files,
                    "The configuration; - for standard input. Ports and bindings may stand in one file, rules "
-                   "in another" )
-      ->required();
+                   "in another" );
    app.add_option( "--format", options->format, "Format of the files: " + formatNames() )
       ->type_name( "NAME" );
    app.add_flag( "--keep-going", options->keepGoing,
                  "Leave out what is wrong in the files, a rule or a table, list it, and exit with 1" );
    app.add_option( "--map", options->map, "TCAM group for a table type; may be given several times" )
-      ->type_name( "TYPE=GROUP" );
+      ->type_name( "TYPE=GROUP" )
+      ->allow_extra_args( false );
    app.add_flag( "--bindings", options->bindings, "Install one entry for each table that has no rules" );
    app.add_flag( "--all", options->all,
                  "List every refused entry and every mismatch (the document always does)" );
+   app.add_option( "--plan", options->plan, "Carry out what `plan -o` wrote, on the switch that it is for" )
+      ->type_name( "FILE" );
    app.add_option( "--html", options->html, "Write a page that shows the result, too" )->type_name( "FILE" );
    return [ options ]( const GlobalOptions &global, Output &out ) { return run( global, *options, out ); };
 }
@@ -121,7 +136,8 @@ Command::Run addOptions( CLI::App &app ) {
 const Command applyCommand = { "apply",
                                "Install the ACL rules of a config_db.json and check them",
                                { CommonOption::json, CommonOption::pretty, CommonOption::statistics,
-                                 CommonOption::variant, CommonOption::chip, CommonOption::failSdkCall,
+                                 CommonOption::variant, CommonOption::chip, CommonOption::switchDir,
+                                 CommonOption::sync, CommonOption::cold, CommonOption::failSdkCall,
                                  CommonOption::trace },
                                addOptions };
 

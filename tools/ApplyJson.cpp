@@ -51,6 +51,9 @@ JsonOut entriesJson( const Applied &applied, const PortsJson &ports ) {
          json[ "ports" ] = ports.list( entry.request.ports );
       }
       json[ "installed" ] = entry.refusedCode.empty();
+      if ( applied.lasts() ) {
+         json[ "change" ] = stringValue( entry.change );
+      }
       if ( !entry.refusedCode.empty() ) {
          json[ "error" ] = { { "code", entry.refusedCode }, { "message", entry.refusedMessage } };
       } else {
@@ -74,6 +77,20 @@ JsonOut complaintsJson( const Applied &applied ) {
       complaints.push_back( std::move( json ) );
    }
    return complaints;
+}
+
+JsonOut changesJson( const Applied &applied ) {
+   const auto &done = applied.reconciled();
+   auto gone = JsonOut::array();
+   for ( const auto &request : done.gone ) {
+      gone.push_back(
+         { { "entry", request.entry }, { "group", request.group.value() }, { "label", request.label } } );
+   }
+   return { { "came", done.came },
+            { "changed", done.changed },
+            { "stayed", done.stayed },
+            { "gone", std::move( gone ) },
+            { "sdkCalls", applied.theSwitch().chip().calls() } };
 }
 
 } // namespace
@@ -100,6 +117,9 @@ JsonOut applyJson( const Applied &applied ) {
    json[ "tables" ] = tablesJson( applied, ports );
    json[ "entries" ] = entriesJson( applied, ports );
    json[ "refused" ] = applied.refused();
+   if ( applied.lasts() ) {
+      json[ "changes" ] = changesJson( applied );
+   }
    json[ "spaces" ] = dumpSpaces( applied.theSwitch() );
    json[ "groups" ] = dumpGroups( applied.theSwitch() );
    json[ "cost" ] = {

@@ -7,6 +7,7 @@
 #include "lab/CostModel.h"
 #include "lab/PortNames.h"
 #include "lab/TextFile.h"
+#include "tools/MatchText.h"
 #include "tools/TextTable.h"
 
 namespace QuarraTool {
@@ -15,15 +16,8 @@ namespace {
 using namespace QuarraTcam;
 using Align = TextTable::Align;
 
-constexpr std::size_t examplesOfACause = 3; // mismatches listed for each cause, unless all are asked for
-
 std::string heading( const std::string &text, bool colour ) {
    return colour ? fmt::format( "\n\033[1m{}\033[0m\n", text ) : fmt::format( "\n{}\n", text );
-}
-
-std::string verdict( bool good, const std::string &text, bool colour ) {
-   return colour ? fmt::format( "  \033[{}m{}\033[0m\n", good ? 32 : 31, text )
-                 : fmt::format( "  {}\n", text );
 }
 
 // How many names of a long list to print, with the number of the rest.
@@ -74,7 +68,7 @@ std::string usersOf( const Applied &applied, const ClassIdRequestStatus &request
       if ( id == INVALID_ENTRY_ID ) {
          continue;
       }
-      const auto &table = applied.entries()[ id - 1 ].table->name;
+      const auto table = applied.tableOf( id );
       if ( tables.empty() || tables.back().first != table ) {
          tables.emplace_back( table, 0 );
       }
@@ -241,42 +235,31 @@ std::string refusedPart( const Applied &applied, bool all, bool colour ) {
    return text;
 }
 
-std::string takerOf( const Applied &applied, const Mismatch &mismatch ) {
-   if ( !mismatch.taker.value_or( 0 ) ) {
-      return "";
-   }
-   return fmt::format( ", which {} (entry {}) took", ruleName( applied.entries()[ *mismatch.taker - 1 ] ),
-                       *mismatch.taker );
-}
-
-std::string matchPart( const Applied &applied, const PortNames &names, bool all, bool colour ) {
-   const auto installed = applied.entries().size() - applied.refused();
-   const auto size = fmt::format( "{} x {}", counted( installed, "entry", "entries" ),
-                                  counted( applied.theSwitch().ports().size(), "port", "ports" ) );
-   if ( applied.mismatches().empty() ) {
-      return verdict( true, size + ": every entry matches exactly its ports", colour );
-   }
-   std::string text = verdict(
-      false, fmt::format( "{}: {}", size, counted( applied.mismatches().size(), "mismatch", "mismatches" ) ),
-      colour );
-   const auto &variant = applied.theSwitch().agent().variant();
-   for ( const auto &cause :
-         causesOf( applied.mismatches(), all ? applied.mismatches().size() : examplesOfACause ) ) {
-      text += fmt::format( "  group {}: {}, {} ({}, {}): {}\n", cause.first.group.value(),
-                           cause.first.expected ? "an entry does not match its port"
-                                                : "an entry matches a port that is not its own",
-                           counted( cause.mismatches, "time", "times" ),
-                           counted( cause.entries, "entry", "entries" ),
-                           counted( cause.ports, "port", "ports" ), reasonText( variant, cause.first ) );
-      for ( const auto &mismatch : cause.examples ) {
-         text +=
-            fmt::format( "    {} (entry {}) on {}{}\n", ruleName( applied.entries()[ mismatch.entry - 1 ] ),
-                         mismatch.entry, names.name( mismatch.port ), takerOf( applied, mismatch ) );
+// The switch that lasts, before and after: what was done to its entries, and the calls that it took.
+std::string changesPart( const Applied &applied, bool all ) {
+   const auto &done = applied.reconciled();
+   auto text = fmt::format( "  {} came, {} changed, {} gone, {} untouched; {}\n", done.came, done.changed,
+                            done.gone.size(), done.stayed,
+                            counted( applied.theSwitch().chip().calls(), "SDK call", "SDK calls" ) );
+   const auto list = [ & ]( const char *what, const std::vector<std::string> &names ) {
+      if ( !names.empty() ) {
+         text += fmt::format( "  {}: {}\n", what, shortened( names, all ? names.size() : 8 ) );
       }
-      if ( cause.mismatches > cause.examples.size() ) {
-         text += fmt::format( "    and {} more\n", cause.mismatches - cause.examples.size() );
+   };
+   for ( const auto change : { EntryFate::comes, EntryFate::changes } ) {
+      std::vector<std::string> names;
+      for ( const auto &entry : applied.entries() ) {
+         if ( entry.change == change && entry.refusedCode.empty() ) {
+            names.push_back( ruleName( entry ) );
+         }
       }
+      list( change == EntryFate::comes ? "came" : "changed", names );
    }
+   std::vector<std::string> gone;
+   for ( const auto &request : done.gone ) {
+      gone.push_back( shortName( request.label ) );
+   }
+   list( "gone", gone );
    return text;
 }
 
@@ -306,8 +289,11 @@ std::string applyReport( const Applied &applied, bool colour, bool all ) {
    }
    text += heading( "Class IDs", colour ) + classIdsPart( applied, names );
    text += heading( "Class-ID spaces", colour ) + spacesPart( applied );
-   if ( !applied.entries().empty() ) {
+   if ( !applied.entries().empty() && !applied.lasts() ) {
       text += heading( "Cost", colour ) + costPart( applied );
+   }
+   if ( applied.lasts() ) {
+      text += heading( "Changes", colour ) + changesPart( applied, all );
    }
    text +=
       heading( "Entries", colour ) +
@@ -315,11 +301,14 @@ std::string applyReport( const Applied &applied, bool colour, bool all ) {
                applied.entries().empty()
                   ? "there are no rules, so there is nothing to install (--bindings shows what the tables' "
                     "port sets would take)"
-                  : fmt::format( "{} of {} installed", installed, applied.entries().size() ),
+                  : fmt::format( "{} of {} {}", installed, applied.entries().size(),
+                                 applied.lasts() ? "are on the switch" : "installed" ),
                colour ) +
       refusedPart( applied, all, colour );
-   if ( installed ) {
-      text += heading( "Match check", colour ) + matchPart( applied, names, all, colour );
+   if ( !agent.entries().empty() ) {
+      const auto nameOf = [ & ]( U32 entry ) { return applied.nameOf( entry ); };
+      text += heading( "Match check", colour ) +
+              matchText( applied.theSwitch(), applied.mismatches(), nameOf, all, colour );
    }
    return text;
 }

@@ -2,7 +2,11 @@
 
 #include <fmt/format.h>
 
+#include "agent/StoreRefused.h"
 #include "agent/SystemAclFeatures.h"
+#include "lab/Plan.h"
+#include "lab/SwitchDir.h"
+#include "tools/OpenSwitch.h"
 
 namespace QuarraTool {
 
@@ -21,7 +25,8 @@ const Batch::Operation Batch::operations[] = {
    { "dump", &Batch::dump },       { "deleteGroup", &Batch::deleteGroup },
    { "check", &Batch::check },     { "why", &Batch::why },
    { "who", &Batch::who },         { "usage", &Batch::usage },
-   { "diff", &Batch::diff },
+   { "diff", &Batch::diff },       { "plan", &Batch::plan },
+   { "expect", &Batch::expect },
 };
 
 namespace {
@@ -75,19 +80,35 @@ JsonOut idOf( JsonFields &fields ) {
 
 Switch &Batch::theSwitch() {
    if ( !switch_ ) {
-      switch_ = std::make_unique<Switch>( choice_ );
+      make();
    }
    return *switch_;
+}
+
+Batch::Batch( std::unique_ptr<Switch> lasting )
+   : choice_( lasting->dir()->choice() ), switch_( std::move( lasting ) ) {}
+
+void Batch::make() {
+   switch_ = make_ ? make_( choice_ ) : std::make_unique<Switch>( choice_ );
 }
 
 JsonOut Batch::chip( JsonFields &fields ) {
    const auto choice = readChip( fields, choice_ );
    fields.finish();
-   if ( lineNumber_ != 1 || switch_ ) {
+   if ( lineNumber_ != 1 || ( switch_ && !switch_->dir() ) ) {
       throw RequestRefused( "chipIsSet", "chip: only the first line may choose the chip" );
    }
-   switch_ = std::make_unique<Switch>( choice );
-   choice_ = choice;
+   if ( switch_ ) {
+      checkSameSwitch( *switch_, choice, "the line" );
+   } else {
+      const auto before = std::exchange( choice_, choice );
+      try {
+         make();
+      } catch ( const RequestRefused & ) {
+         choice_ = before;
+         throw;
+      }
+   }
    return { { "variant", choice.variant->name },
             { "profile", choice.chip.profile },
             { "portCount", choice.chip.ports.size() } };
@@ -121,6 +142,7 @@ JsonOut Batch::install( JsonFields &fields ) {
          "ports", [ this ]( const std::string &name ) { return PortsJson( theSwitch() ).find( name ); } );
    }
    request.rule = ruleOf( fields, request.group );
+   request.label = fields.optionalText( "label" ).value_or( "" );
    fields.finish();
    const auto installed = theSwitch().agent().install( request );
    return { { "key", keyJson( installed.key ) },
@@ -155,6 +177,41 @@ JsonOut Batch::check( JsonFields &fields ) {
       mismatches.push_back( mismatchJson( theSwitch(), ports, mismatch ) );
    }
    return { { "mismatches", std::move( mismatches ) } };
+}
+
+// Changes nothing: an error tells what is otherwise.
+JsonOut Batch::expect( JsonFields &fields ) {
+   const auto refuse = [ & ]( const std::string &what ) {
+      throw RequestRefused( "notAsExpected", fields.place() + ": " + what );
+   };
+   if ( fields.has( "state" ) ) {
+      const auto state = fields.text( "state" );
+      fields.finish();
+      if ( const auto found = stateDigest( theSwitch() ); found != state ) {
+         refuse( fmt::format( "the switch is not what it should be: its state is {}, expected {}", found,
+                              state ) );
+      }
+      return JsonOut::object();
+   }
+   const U32 entry = fields.number( "entry", 1, maxEntry );
+   const U32 offset = fields.number( "offset", 0, 255 );
+   const U32 width = fields.number( "width", 1, 255 );
+   const U32 classId = fields.number( "classId", 1, 0xffff );
+   fields.finish();
+   const auto &entries = theSwitch().agent().entries();
+   const auto item = entries.find( entry );
+   if ( item == entries.end() ) {
+      refuse( fmt::format( "entry {} is not installed", entry ) );
+   }
+   const auto &status = theSwitch().agent().manager().classIdTcamGroupStatus( item->second.request.group );
+   const auto &request = status->requestStatus( item->second.key );
+   const auto &pool = status->poolStatus( request->poolId() );
+   if ( pool->baseOffset() != offset || pool->size() != width || request->classId() != classId ) {
+      refuse( fmt::format(
+         "entry {} has class ID {} of the pool at bit {}, {} wide; expected {} at bit {}, {} wide", entry,
+         request->classId(), pool->baseOffset(), pool->size(), classId, offset, width ) );
+   }
+   return JsonOut::object();
 }
 
 JsonOut Batch::carryOut( const std::string &line, JsonOut &id ) {
@@ -192,6 +249,11 @@ JsonOut Batch::answer( const std::string &line ) {
    try {
       said = carryOut( line, id );
    } catch ( const RequestRefused &refused ) {
+      const bool ofStore = dynamic_cast<const QuarraAgent::StoreRefused *>( &refused );
+      if ( ofStore && !switch_ ) {
+         throw;
+      }
+      storeFailed_ |= ofStore;
       good = false;
       said = { { "error",
                  { { "code", refused.code() }, { "message", refused.what() }, { "line", lineNumber_ } } } };

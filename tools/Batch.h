@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "lab/ChipFile.h"
@@ -13,12 +14,22 @@ using namespace QuarraLab;
 // that cannot be carried out is answered with an error and changes nothing; the run goes on.
 class Batch {
  public:
-   explicit Batch( ChipChoice choice ) : choice_( std::move( choice ) ) {}
+   using Maker = std::function<std::unique_ptr<Switch>( const ChipChoice &choice )>;
+
+   // On a new switch: one in memory, unless `make` makes another.
+   explicit Batch( ChipChoice choice, Maker make = {} )
+      : choice_( std::move( choice ) ), make_( std::move( make ) ) {}
+
+   // On a switch that lasts and is there.
+   explicit Batch( std::unique_ptr<Switch> lasting );
 
    // The switch, once an operation has needed it; null before.
    const Switch *usedSwitch() const { return switch_.get(); }
 
-   // The answer to one line.
+   // Whether the store of the switch did not take a change.
+   bool storeFailed() const { return storeFailed_; }
+
+   // The answer to one line. Throws StoreRefused when the switch cannot be made.
    JsonOut answer( const std::string &line );
 
  private:
@@ -35,14 +46,20 @@ class Batch {
    JsonOut remove( JsonFields &fields );
    JsonOut dump( JsonFields &fields );
    JsonOut check( JsonFields &fields );
+   JsonOut expect( JsonFields &fields );
 
    // BatchQuestions.cpp
    JsonOut why( JsonFields &fields );
    JsonOut who( JsonFields &fields );
    JsonOut usage( JsonFields &fields );
    JsonOut diff( JsonFields &fields );
+   JsonOut plan( JsonFields &fields ); // BatchPlan.cpp
+
+   void make();
 
    ChipChoice choice_;
+   Maker make_;
+   bool storeFailed_ = false;
    std::unique_ptr<Switch> switch_;
    U64 lineNumber_ = 0;
 };

@@ -4,15 +4,27 @@
 #include "lab/TextFile.h"
 #include "tools/Batch.h"
 #include "tools/Command.h"
+#include "tools/OpenSwitch.h"
 #include "tools/SdkCalls.h"
 
 namespace QuarraTool {
 namespace {
 
+Batch batchOn( const GlobalOptions &global ) {
+   if ( !global.switchDir ) {
+      return Batch( global.choice() );
+   }
+   if ( global.cold || SwitchDir::isThere( *global.switchDir ) ) {
+      return Batch( openOrMakeSwitch( global ) );
+   }
+   return Batch( global.choice(),
+                 [ &global ]( const ChipChoice &choice ) { return makeSwitch( global, choice ); } );
+}
+
 // Each answer is written before the next line is read: whoever asks may wait for it, and a reader that is
 // gone ends the run before the next operation.
 int run( const GlobalOptions &global, const std::string &file, Output &out ) {
-   Batch batch( global.choice() );
+   Batch batch = batchOn( global );
    LineReader lines( file );
    while ( const auto line = lines.next() ) {
       out.print( jsonText( batch.answer( *line ) ) + "\n" );
@@ -21,7 +33,7 @@ int run( const GlobalOptions &global, const std::string &file, Output &out ) {
    if ( global.statistics && batch.usedSwitch() ) {
       std::cerr << sdkCallsText( *batch.usedSwitch() );
    }
-   return withFailuresChecked( global, batch.usedSwitch(), exitGood );
+   return withFailuresChecked( global, batch.usedSwitch(), batch.storeFailed() ? exitNoSwitch : exitGood );
 }
 
 Command::Run addOptions( CLI::App &app ) {
@@ -38,6 +50,7 @@ Command::Run addOptions( CLI::App &app ) {
 const Command batchCommand = { "batch",
                                "Answer JSON lines, one operation a line",
                                { CommonOption::statistics, CommonOption::variant, CommonOption::chip,
+                                 CommonOption::switchDir, CommonOption::sync, CommonOption::cold,
                                  CommonOption::failSdkCall, CommonOption::trace },
                                addOptions };
 

@@ -26,11 +26,19 @@ struct Command {
 };
 
 extern const Command applyCommand;
+extern const Command auditCommand;
 extern const Command batchCommand;
+extern const Command checkCommand;
 extern const Command chipsCommand;
+extern const Command damageCommand;
+extern const Command dumpCommand;
 extern const Command groupsCommand;
 extern const Command diffCommand;
+extern const Command planCommand;
+extern const Command repairCommand;
+extern const Command restartCommand;
 extern const Command soakCommand;
+extern const Command switchCommand;
 extern const Command usageCommand;
 extern const Command whoCommand;
 extern const Command whyCommand;

@@ -17,6 +17,16 @@ const CommonOptionRow rows[] = {
      } },
    { CommonOption::chip, "--chip", "Chip file: a JSON object that changes the variant's default chip", "FILE",
      false, []( GlobalOptions &global, const std::string &value ) { global.chipFile = value; } },
+   { CommonOption::switchDir, "--switch",
+     "A switch that lasts: its directory, made with its first use as --variant and --chip say", "DIR", false,
+     []( GlobalOptions &global, const std::string &value ) { global.switchDir = value; } },
+   { CommonOption::sync, "--sync", "With --switch: every change survives a loss of power, too", nullptr, true,
+     []( GlobalOptions &global, const std::string & ) { global.sync = true; } },
+   { CommonOption::cold, "--cold",
+     "With --switch: start anew where its store is damaged, newer or gone. The chip's entries go first, then "
+     "its "
+     "bits, then the entries come back",
+     nullptr, true, []( GlobalOptions &global, const std::string & ) { global.cold = true; } },
    { CommonOption::failSdkCall, "--fail-sdk-call",
      "Let the n-th SDK call fail (from the start of set-up): N, N:CODE or FUNCTION:N[:CODE]", "CALL", true,
      []( GlobalOptions &global, const std::string &value ) { global.failSdkCalls.push_back( value ); } },
@@ -37,15 +47,6 @@ std::span<const CommonOptionRow> commonOptions() {
    return rows;
 }
 
-ChipChoice GlobalOptions::choice() const {
-   auto choice = defaultChoice( variant );
-   choice.onlySwitchOfProcess = true;
-   for ( const auto &text : failSdkCalls ) {
-      choice.failures.push_back( sdkCallFailure( text ) );
-   }
-   return chipFile ? readChipFile( *chipFile, choice ) : choice;
-}
-
 void addCommonOption( CLI::App &app, const CommonOptionRow &row, GlobalOptions &global ) {
    const auto help =
       row.help + ( row.option == CommonOption::variant ? QuarraAgent::variantNames() : std::string() );
@@ -64,6 +65,7 @@ void addCommonOption( CLI::App &app, const CommonOptionRow &row, GlobalOptions &
          help )
       ->type_name( row.valueName )
       ->expected( 1 )
+      ->allow_extra_args( false ) // or it takes the words behind its value, too
       ->take_all();
 }
 

@@ -1,7 +1,11 @@
+#include <array>
+#include <filesystem>
+
 #include <fmt/format.h>
 
 #include "tools/Answers.h"
 #include "tools/Command.h"
+#include "tools/OpenSwitch.h"
 #include "tools/Subject.h"
 
 namespace QuarraTool {
@@ -13,8 +17,17 @@ struct DiffOptions {
    std::string after;
 };
 
-// A document that tells of groups is a dump; everything else is a configuration, to be applied on an empty switch.
-SwitchState readState( const GlobalOptions &global, const DiffOptions &options, const std::string &file ) {
+// A directory is a switch that lasts, and a document that tells of groups a dump; everything else is a configuration,
+// to be applied on an empty switch: of the kind of the other state (`ofSwitch`) where that is a switch.
+SwitchState readState( const GlobalOptions &global, const DiffOptions &options, const std::string &file,
+                       std::optional<ChipChoice> &ofSwitch ) {
+   if ( std::filesystem::is_directory( file ) ) {
+      const auto theSwitch = openSwitch( file );
+      if ( !global.variantChosen && !global.chipFile ) {
+         ofSwitch = theSwitch->dir()->choice();
+      }
+      return stateOf( *theSwitch );
+   }
    Json json;
    try {
       json = parseJson( readText( file ) );
@@ -29,14 +42,34 @@ SwitchState readState( const GlobalOptions &global, const DiffOptions &options, 
       }
    }
    auto subject = options.subject;
+   subject.choice = ofSwitch;
    subject.files = { file };
    subject.onlySwitchOfProcess = false; // the other state may be one, too
    return stateOf( Subject( global, subject ).theSwitch() );
 }
 
+// Switches first, whichever side they stand on.
 int run( const GlobalOptions &global, const DiffOptions &options, Output &out ) {
-   const auto before = readState( global, options, options.before );
-   const auto found = difference( before, readState( global, options, options.after ) );
+   std::array files = { options.before, options.after };
+   if ( global.switchDir ) {
+      if ( !options.after.empty() ) {
+         throw InputError( "diff: with --switch, which is the state before, one more state is expected" );
+      }
+      mustBeThere( *global.switchDir );
+      files = { *global.switchDir, options.before };
+   } else if ( options.after.empty() ) {
+      throw InputError( "diff: expected two states, BEFORE and AFTER" );
+   }
+   std::optional<ChipChoice> ofSwitch;
+   std::array<std::optional<SwitchState>, 2> states;
+   for ( const bool switches : { true, false } ) {
+      for ( std::size_t i = 0; i < states.size(); ++i ) {
+         if ( std::filesystem::is_directory( files[ i ] ) == switches ) {
+            states[ i ] = readState( global, options, files[ i ], ofSwitch );
+         }
+      }
+   }
+   const auto found = difference( *states[ 0 ], *states[ 1 ] );
    if ( global.json ) {
       auto json = document( true );
       json.update( differenceJson( found ) );
@@ -50,12 +83,14 @@ int run( const GlobalOptions &global, const DiffOptions &options, Output &out ) 
 Command::Run addOptions( CLI::App &app ) {
    const auto options = std::make_shared<DiffOptions>();
    app.footer(
-      "A state is a file with a dump (the answer of batch to {\"op\":\"dump\"}, or a document of apply -j), "
-      "or a\n"
-      "configuration, which is applied on an empty switch first. The exit code is 0 when there is no\n"
-      "difference, 1 when there is one." );
+      "A state is the directory of a switch that lasts, or a file with a dump (the answer of batch to\n"
+      "{\"op\":\"dump\"}, or a document of dump -j or apply -j), or a configuration, which is applied on an "
+      "empty\n"
+      "switch first. With --switch, that switch is BEFORE. The exit code is 0 when there is no difference, "
+      "1\n"
+      "when there is one." );
    app.add_option( "BEFORE", options->before, "A state" )->required();
-   app.add_option( "AFTER", options->after, "Another one" )->required();
+   app.add_option( "AFTER", options->after, "Another one" );
    options->subject.addTo( app );
    app.remove_option( app.get_option( "--config" ) );
    return [ options ]( const GlobalOptions &global, Output &out ) { return run( global, *options, out ); };
@@ -66,7 +101,7 @@ Command::Run addOptions( CLI::App &app ) {
 const Command diffCommand = { "diff",
                               "Tell what is different between two states of a switch",
                               { CommonOption::json, CommonOption::pretty, CommonOption::variant,
-                                CommonOption::chip, CommonOption::trace },
+                                CommonOption::chip, CommonOption::switchDir, CommonOption::trace },
                               addOptions };
 
 } // namespace QuarraTool

@@ -2,69 +2,19 @@
 
 #include "lab/TextFile.h"
 #include "tools/Answers.h"
+#include "tools/PlaceText.h"
 #include "tools/TextTable.h"
 
 namespace QuarraTool {
 namespace {
-
-class Names {
- public:
-   explicit Names( const std::map<QuarraModPort, std::string> &names ) : names_( names ) {}
-
-   std::string name( const QuarraModPort &port ) const {
-      const auto item = names_.find( port );
-      return item == names_.end() ? QuarraAgent::portName( port ) : oneLine( item->second );
-   }
-
-   std::string list( const std::set<QuarraModPort> &ports ) const {
-      constexpr std::size_t most = 12;
-      std::string text;
-      std::size_t listed = 0;
-      for ( const auto &port : ports ) {
-         if ( listed++ == most ) {
-            return fmt::format( "{} and {} more", text, ports.size() - most );
-         }
-         text += ( text.empty() ? "" : ", " ) + name( port );
-      }
-      return text;
-   }
-
-   // ", gains A, B, loses C"
-   std::string gainsAndLosses( const GainedAndLost<QuarraModPort> &ports ) const {
-      return ( ports.gained.empty() ? "" : "gains " + list( ports.gained ) ) +
-             ( ports.gained.empty() || ports.lost.empty() ? "" : "; " ) +
-             ( ports.lost.empty() ? "" : "loses " + list( ports.lost ) );
-   }
-
- private:
-   const std::map<QuarraModPort, std::string> &names_;
-};
 
 std::string_view signOf( Change change ) {
    constexpr std::string_view signs[] = { "+", "-", "~" };
    return signs[ static_cast<std::size_t>( change ) ];
 }
 
-// "bit 14", "bits 0-7, class ID 3": where in its space.
-std::string bitsText( const ClassIdPlace &place ) {
-   return place.width == 1 ? fmt::format( "bit {}", place.offset )
-                           : fmt::format( "bits {}-{}, class ID {}", place.offset,
-                                          place.offset + place.width - 1, place.classId );
-}
-
-std::string placeText( const ClassIdPlace &place ) {
-   return fmt::format( "group {}, {} {}", place.group, place.space, bitsText( place ) );
-}
-
-std::string moveText( const ClassIdPlace &from, const ClassIdPlace &to ) {
-   return from.group == to.group && from.space == to.space
-             ? fmt::format( "moves from {} to {} (group {}, {})", bitsText( from ), bitsText( to ), to.group,
-                            to.space )
-             : fmt::format( "moves from {} to {}", placeText( from ), placeText( to ) );
-}
-
 // What became of an entry.
-std::string fateOf( const EntryChange &entry, const Names &names ) {
+std::string fateOf( const EntryChange &entry, const ChangedPorts &names ) {
    if ( entry.change != Change::changed ) {
       return placeText( entry.change == Change::came ? *entry.placeAfter : *entry.placeBefore );
    }
@@ -92,7 +42,7 @@ std::string entriesName( const std::vector<const EntryChange *> &entries ) {
 }
 
 // One line for the entries of a table to which the same happened.
-std::string entriesPart( const Difference &difference, const Names &names ) {
+std::string entriesPart( const Difference &difference, const ChangedPorts &names ) {
    using Key = std::tuple<Change, std::string, std::string>;
    std::map<Key, std::vector<const EntryChange *>> alike;
    std::vector<Key> order;
@@ -112,7 +62,7 @@ std::string entriesPart( const Difference &difference, const Names &names ) {
    return text;
 }
 
-std::string classIdsPart( const Difference &difference, const Names &names ) {
+std::string classIdsPart( const Difference &difference, const ChangedPorts &names ) {
    std::string text;
    for ( const auto &classId : difference.classIds ) {
       text += fmt::format( "  {} {}: ", signOf( classId.change ), placeText( classId.place ) );
@@ -130,7 +80,7 @@ std::string classIdsPart( const Difference &difference, const Names &names ) {
    return text;
 }
 
-std::string portsPart( const Difference &difference, const Names &names ) {
+std::string portsPart( const Difference &difference, const ChangedPorts &names ) {
    TextTable table( { { "port" }, { "value" }, { "bits gained" }, { "bits lost" } } );
    for ( const auto &port : difference.ports ) {
       table.row( { names.name( port.port ), port.value,
@@ -150,7 +100,7 @@ std::string differenceText( const Difference &difference ) {
    if ( !difference.any() ) {
       return "no difference\n";
    }
-   const Names names( difference.portNames );
+   const ChangedPorts names( difference.portNames );
    auto text = part( "Entries (+ came, - gone, ~ changed)", entriesPart( difference, names ) ) +
                part( "Class IDs", classIdsPart( difference, names ) ) +
                part( "Ports", portsPart( difference, names ) );

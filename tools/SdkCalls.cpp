@@ -30,6 +30,19 @@ std::string sdkCallsText( const Switch &theSwitch ) {
    return table.text();
 }
 
+U64 sdkWrites( const Switch &theSwitch ) {
+   U64 writes = 0;
+   U64 words = 0;
+   bool commits = false;
+   for ( const auto &[ function, calls ] : theSwitch.chip().callCounts() ) {
+      const bool ofTables = function.starts_with( "bcmlt_entry_" );
+      writes += ofTables ? 0 : calls;
+      words += function == "portTableSet" ? calls : 0;
+      commits |= ofTables;
+   }
+   return writes + ( commits ? theSwitch.chip().portWrites() - words : 0 );
+}
+
 int withFailuresChecked( const GlobalOptions &global, const Switch *theSwitch, int code ) {
    for ( const auto &text : global.failSdkCalls ) {
       const auto failure = sdkCallFailure( text );

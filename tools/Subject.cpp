@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "tools/OpenSwitch.h"
 #include "tools/Output.h"
 #include "tools/TextTable.h"
 
@@ -18,15 +19,14 @@ void SubjectOptions::addTo( CLI::App &app ) {
          "when ports stand in one file and rules in another" )
       ->type_name( "FILE" )
       ->expected( 1 )
+      ->allow_extra_args( false )
       ->take_all();
    app.add_option( "--map", map, "TCAM group for a table type; may be given several times" )
-      ->type_name( "TYPE=GROUP" );
+      ->type_name( "TYPE=GROUP" )
+      ->allow_extra_args( false );
    app.add_flag( "--bindings", bindings, "Install one entry for each table that has no rules" );
 }
 
-namespace {
-
-// One entry of the whole table's ports for each table that has no rules.
 void addBindings( AclConfig &config ) {
    for ( auto &table : config.tables ) {
       if ( table.leftOut.empty() && table.rules.empty() ) {
@@ -39,11 +39,18 @@ void addBindings( AclConfig &config ) {
    }
 }
 
-} // namespace
-
 Subject::Subject( const GlobalOptions &global, const SubjectOptions &options ) {
+   if ( global.switchDir ) {
+      if ( !options.files.empty() || !options.map.empty() || options.bindings ) {
+         throw InputError( "--switch is a switch that is there: it takes no --config, --map or --bindings" );
+      }
+      title_ = *global.switchDir;
+      lasting_ = openSwitch( global );
+      return;
+   }
    if ( options.files.empty() ) {
-      throw InputError( "there is no switch to ask: give the configuration that it holds, --config FILE" );
+      throw InputError( "there is no switch to ask: give it with --switch DIR, or the configuration that it "
+                        "holds with --config FILE" );
    }
    title_ = fmt::format( "{}", fmt::join( options.files, ", " ) );
    GroupMap map;
@@ -54,7 +61,7 @@ Subject::Subject( const GlobalOptions &global, const SubjectOptions &options ) {
    if ( options.bindings ) {
       addBindings( config );
    }
-   auto choice = global.choice();
+   auto choice = options.choice.value_or( global.choice() );
    choice.onlySwitchOfProcess = options.onlySwitchOfProcess;
    applied_ = std::make_unique<Applied>( std::move( config ), choice, map );
    if ( const auto refused = applied_->refused() ) {
@@ -65,7 +72,7 @@ Subject::Subject( const GlobalOptions &global, const SubjectOptions &options ) {
 }
 
 PageNotes Subject::notes() const {
-   return notesOf( *applied_ );
+   return applied_ ? notesOf( *applied_ ) : PageNotes();
 }
 
 void Subject::describe( JsonOut &json ) const {

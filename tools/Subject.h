@@ -10,12 +10,13 @@
 
 namespace QuarraTool {
 
-// What a question is asked of: a switch that holds what configurations say.
+// What a question is asked of: a switch that lasts, or one in memory that holds what configurations say.
 struct SubjectOptions {
    std::vector<std::string> files;
    std::vector<std::string> map; // "TYPE=GROUP"
    bool bindings = false;
-   bool onlySwitchOfProcess = true; // no other one is asked by this command
+   bool onlySwitchOfProcess = true;  // no other one is asked by this command
+   std::optional<ChipChoice> choice; // what the configurations are applied on, unless the options say it
 
    // Adds --config, --map and --bindings.
    void addTo( CLI::App &app );
@@ -23,10 +24,11 @@ struct SubjectOptions {
 
 class Subject {
  public:
-   // Applies the configurations on an empty switch. Rules that do not fit are told on standard error.
+   // Opens the switch of --switch, or applies the configurations on an empty one; rules that do not fit are told
+   // on standard error.
    Subject( const GlobalOptions &global, const SubjectOptions &options );
 
-   const Switch &theSwitch() const { return applied_->theSwitch(); }
+   const Switch &theSwitch() const { return lasting_ ? *lasting_ : applied_->theSwitch(); }
    const std::string &title() const { return title_; }
    PageNotes notes() const;
 
@@ -35,8 +37,12 @@ class Subject {
 
  private:
    std::string title_;
-   std::unique_ptr<Applied> applied_;
+   std::unique_ptr<Switch> lasting_;
+   std::unique_ptr<Applied> applied_; // otherwise
 };
+
+// One entry of the whole table's ports for each table that has no rules.
+void addBindings( AclConfig &config );
 
 // What the page of an applied configuration tells beside its switch.
 PageNotes notesOf( const Applied &applied );

@@ -83,7 +83,7 @@ Command::Run addOptions( CLI::App &app ) {
 const Command usageCommand = { "usage",
                                "Tell how full the class-ID spaces are, and what still fits",
                                { CommonOption::json, CommonOption::pretty, CommonOption::variant,
-                                 CommonOption::chip, CommonOption::trace },
+                                 CommonOption::chip, CommonOption::switchDir, CommonOption::trace },
                                addOptions };
 
 } // namespace QuarraTool

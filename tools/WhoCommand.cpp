@@ -74,7 +74,7 @@ Command::Run addOptions( CLI::App &app ) {
 const Command whoCommand = { "who",
                              "Tell who holds a bit, what a table holds, or whose a port's bits are",
                              { CommonOption::json, CommonOption::pretty, CommonOption::variant,
-                               CommonOption::chip, CommonOption::trace },
+                               CommonOption::chip, CommonOption::switchDir, CommonOption::trace },
                              addOptions };
 
 } // namespace QuarraTool

@@ -48,7 +48,7 @@ Command::Run addOptions( CLI::App &app ) {
 const Command whyCommand = { "why",
                              "Tell why a port matches entries or does not, bit by bit",
                              { CommonOption::json, CommonOption::pretty, CommonOption::variant,
-                               CommonOption::chip, CommonOption::trace },
+                               CommonOption::chip, CommonOption::switchDir, CommonOption::trace },
                              addOptions };
 
 } // namespace QuarraTool

@@ -149,8 +149,12 @@ std::string firstDifference( const MatchAnswer &answer ) {
 
 std::string reasonOf( const Switch &theSwitch, const PortReport &report, U32 entry ) {
    const auto item = report.mismatches.find( entry );
-   return item == report.mismatches.end() ? std::string()
-                                          : reasonText( theSwitch.agent().variant(), item->second );
+   if ( item == report.mismatches.end() ) {
+      return {};
+   }
+   const auto text = reasonText( theSwitch.agent().variant(), item->second );
+   const auto behaviour = knownBehaviour( item->second.reason );
+   return behaviour.empty() ? text : fmt::format( "{} (known behaviour {})", text, behaviour );
 }
 
 std::string overviewPart( const Switch &theSwitch, const PortReport &report ) {

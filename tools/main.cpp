@@ -11,6 +11,7 @@
 #include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/Version.h"
 #include "acl/Complaints.h"
+#include "agent/StoreRefused.h"
 #include "lab/TextFile.h"
 #include "tools/Command.h"
 #include "tools/CommonOptions.h"
@@ -21,8 +22,9 @@ namespace {
 using namespace QuarraTool;
 
 const Command *const commands[] = {
-   &applyCommand, &batchCommand, &whyCommand,    &whoCommand,   &usageCommand,
-   &diffCommand,  &soakCommand,  &groupsCommand, &chipsCommand,
+   &applyCommand,   &planCommand,   &batchCommand, &checkCommand,  &dumpCommand,   &whyCommand,
+   &whoCommand,     &usageCommand,  &diffCommand,  &auditCommand,  &repairCommand, &switchCommand,
+   &restartCommand, &damageCommand, &soakCommand,  &groupsCommand, &chipsCommand,
 };
 
 constexpr auto about =
@@ -37,11 +39,16 @@ constexpr auto examples =
    "Examples:\n"
    "  quarra-tcam apply /etc/sonic/config_db.json      install all ACL rules, show and check the result\n"
    "  quarra-tcam apply acl.json --map L3=16 -p         other TCAM group for L3 tables, result as JSON\n"
+   "  quarra-tcam plan --from acl.json patch.json       what a change does, before it is made\n"
    "  echo '{\"op\":\"install\",\"group\":13,\"entry\":1,\"ports\":[1,2]}' | quarra-tcam batch -\n"
    "  quarra-tcam --trace QuarraTcamPortsManager/1-3 apply acl.json     what the library does, step by "
    "step\n\n"
    "Exit codes: 0 all is well, and all output was written; 1 something does not fit, does not match or did\n"
-   "not happen; 2 bad input or options, nothing applied; 4 standard output could not be written.\n";
+   "not happen; 2 bad input or options, nothing applied; 3 of plan: it fits, but not without wrong matches "
+   "on\n"
+   "the way, or only after a reload; 4 standard output could not be written; 5 the switch that lasts cannot "
+   "be\n"
+   "used, or did not take a write.\n";
 
 // Traces quote names of the input, which may hold what a terminal obeys.
 class ErrorTrace : public Nodra::TraceSink {
@@ -195,6 +202,10 @@ void CommandLine::parse( int argc, char **argv ) {
 void CommandLine::checkCommonOptions() const {
    const auto &command = *chosen();
    const auto *app = app_.get_subcommand( command.name );
+   if ( ( global_.sync || global_.cold ) && !global_.switchDir ) {
+      throw UsageError( std::string( global_.sync ? "--sync" : "--cold" ) +
+                        " is about a switch that lasts: --switch DIR is missing" );
+   }
    for ( const auto &row : commonOptions() ) {
       const auto before = app_.get_option( row.longName() )->count();
       if ( !std::ranges::count( command.takes, row.option ) ) {
@@ -248,6 +259,9 @@ int CommandLine::run( int argc, char **argv, Output &out ) {
       complain( errors.lines() );
    } catch ( const InputError &error ) {
       complain( error.what() );
+   } catch ( const QuarraAgent::StoreRefused &refused ) {
+      complain( refused.code() + ": " + refused.what() );
+      return exitNoSwitch;
    } catch ( const QuarraAgent::RequestRefused &refused ) {
       complain( refused.code() + ": " + refused.what() );
    } catch ( const std::bad_alloc & ) {

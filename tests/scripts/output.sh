@@ -5,24 +5,7 @@ set -uo pipefail
 tool=$1
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-failed=0
-
-# expect WHAT CODE PATTERN COMMAND...: the exit code, and standard error as one line that matches ("" for none at all).
-expect() {
-   local what=$1 code=$2 pattern=$3
-   shift 3
-   timeout 60 "$@" 2>"$folder/errors"
-   local got=$?
-   local lines
-   lines=$(grep -c '' "$folder/errors")
-   if [ "$got" -ne "$code" ] || { [ -z "$pattern" ] && [ "$lines" -ne 0 ]; } ||
-      { [ -n "$pattern" ] && { [ "$lines" -ne 1 ] || ! grep -qE -- "$pattern" "$folder/errors"; }; }; then
-      echo "$what: exit $got, expected $code, standard error:"
-      cat "$folder/errors"
-      failed=1
-   fi
-}
-
+source "$(dirname "$0")/expect.sh"
 
 printf '%s\n' '{"op":"createGroup","group":16}' '{"op":"check"}' >"$folder/lines"
 commands=(

@@ -127,6 +127,27 @@ try:
     check(picture("port-bits") != light, "a dark page has light pictures")
     check(len(driver.execute_cdp_cmd("Page.printToPDF", {})["data"]) > 10000, "nothing is printed")
 
+    # Before and after a plan: PRINTERS goes, GUESTS comes.
+    after = json.loads(json.dumps(two))
+    del after["ACL_TABLE"]["PRINTERS"], after["ACL_RULE"][f"PRINTERS|{nasty}"]
+    after["ACL_TABLE"]["GUESTS"] = {"type": "L3", "ports": ["Ethernet5"]}
+    after["ACL_RULE"]["GUESTS|WEB"] = {"PRIORITY": "5"}
+    with open(f"{folder}/after.json", "w") as out:
+        json.dump(after, out)
+    done = subprocess.run([tool, "plan", "--from", f"{folder}/two.json", f"{folder}/after.json", "--html", f"{folder}/plan.html"],
+                          stdout=subprocess.DEVNULL, timeout=600)
+    check(done.returncode == 0, f"plan: exit {done.returncode}")
+    show(f"{folder}/plan.html")
+    check(count("#states input") == 2 and driver.find_element(By.ID, "states").is_displayed(), "there is no choice of before and after")
+    names = "return model.state.entries.map((e) => e.name).join(' ')"
+    shown = driver.execute_script(names)
+    check("GUESTS" in shown and "PRINTERS" not in shown, f"afterwards there are {shown}")
+    pictureAfter = picture("entry-ports")
+    driver.find_elements(By.CSS_SELECTOR, "#states input")[0].click()
+    shown = driver.execute_script(names)
+    check("PRINTERS" in shown and "GUESTS" not in shown, f"before there are {shown}")
+    check(picture("entry-ports") != pictureAfter, "before looks like after")
+
     # 10,000 rules on 512 ports.
     many = {"PORT": {f"Ethernet{i}": {} for i in range(512)}, "ACL_TABLE": {}, "ACL_RULE": {}}
     for table in range(50):

@@ -5,6 +5,7 @@ import json
 import os
 import subprocess
 import sys
+import tempfile
 import warnings
 
 import jsonschema
@@ -23,7 +24,7 @@ def load(name):
 def validator(name):
     schema = load(name)
     jsonschema.Draft202012Validator.check_schema(schema)
-    others = {other["$id"]: other for other in map(load, ("common", "chip-file"))}
+    others = {other["$id"]: other for other in map(load, ("common", "chip-file", "plan"))}
     return jsonschema.Draft202012Validator(
         schema, resolver=jsonschema.RefResolver(schema["$id"], schema, store=others))
 
@@ -88,15 +89,45 @@ for variant in variants:
         ask("who", next(iter(json.loads(run([*here, "apply", "-j", file], (0, 1)))["tables"]))["name"], "-c", file)
         ask("usage", "-c", file)
         ask("diff", configurations[0], file)
+        check("plan", json.loads(run([*here, "plan", "-j", "--from", configurations[0], file], (0, 1, 3))), f"plan {file} on {variant}")
     questions = ['{"op":"why","port":"Port1"}', '{"op":"why","port":2,"entry":1,"id":1}', '{"op":"who","space":"flexible","bit":2}',
                  '{"op":"who","port":{"port":1}}', '{"op":"usage"}']
     batch(['{"op":"chip","variant":"%s","ports":4}' % variant, '{"op":"createGroup","group":16}', '{"op":"install","group":16,"entry":1,"ports":[1,2],"rule":{"name":"T|R"}}',
            '{"op":"install","group":16,"entry":2,"ports":[2,3]}', *questions, '{"op":"who","table":"T"}',
-           '{"op":"diff","before":{"groups":[]}}'], [], "questions")
+           '{"op":"diff","before":{"groups":[]}}', '{"op":"expect","entry":1,"offset":0,"width":1,"classId":1}',
+           '{"op":"plan","config":{"PORT":{"Port1":{},"Port2":{}},"ACL_TABLE":{"T":{"type":"L3","ports":["Port1"]}},"ACL_RULE":{"T|R":{}}},"map":{"L3":16}}'], [], "questions")
+# Switches that last: each document before, after and over an apply, a damage and a cold start.
+with tempfile.TemporaryDirectory() as folder:
+    for variant in variants:
+        switch = ["--switch", f"{folder}/{variant}"]
+        new = lambda name, *words, codes=(0, 1): check(name if name != "repair" else "audit", json.loads(
+            run([name, "-j", *switch, *words], codes, stderr=subprocess.DEVNULL)), f"{name} {words} of a switch of {variant}")
+        new("apply", "--variant", variant, configurations[0])
+        batch(['{"op":"install","group":13,"entry":900,"ports":[1],"label":"T|R"}'], switch, "a label")
+        new("apply", configurations[0])
+        for name in ("check", "audit", "repair", "restart", "switch", "usage"):
+            new(name)
+        check("batch-answer", json.loads(run(["dump", *switch])), "dump")
+        for damage in (["entry", "1"], ["bit", "1", "3"], ["word", "2", "9", "7"]):
+            run(["damage", *switch, *damage])
+        for name in ("check", "audit", "repair"):
+            new(name)
+        new("restart", "--cold", "--variant", variant, codes=(0, 1))
 for file in sorted(os.listdir("fuzz/corpus/ChipFile")):
     if file != "refused":
         with open(f"fuzz/corpus/ChipFile/{file}") as chip:
             check("chip-file", json.load(chip), f"fuzz/corpus/ChipFile/{file}")
+
+with tempfile.TemporaryDirectory() as folder:
+    kept = ["--switch", f"{folder}/switch"]
+    run([*kept, "batch", "-"], input='{"op":"chip","ports":3}\n{"op":"install","group":13,"entry":1,"ports":[1]}\n')
+    with open(f"{folder}/new.json", "w") as new:
+        json.dump({"PORT": {"Port1": {}, "Port2": {}}, "ACL_TABLE": {"T": {"type": "L3", "ports": ["Port2"]}}, "ACL_RULE": {"T|R": {}}}, new)
+    check("plan", json.loads(run([*kept, "plan", "-j", "-o", f"{folder}/steps", f"{folder}/new.json"])), "plan on a switch that lasts")
+    for line in open(f"{folder}/steps"):
+        check("batch-request", json.loads(line), "a step of a plan")
+    check("apply-plan", json.loads(run([*kept, "apply", "-j", "-s", "--plan", f"{folder}/steps"])), "apply --plan")
+    run([*kept, "apply", "--plan", f"{folder}/steps"], (2,), stderr=subprocess.DEVNULL)  # the switch is another one now
 
 # What no command of ours may print.
 for name in names:

@@ -1,0 +1,72 @@
+#include "tools/Wanted.h"
+
+#include <fmt/format.h>
+
+#include "lab/TextFile.h"
+
+namespace QuarraTool {
+
+using namespace QuarraAcl;
+using namespace QuarraTcam;
+
+namespace {
+
+std::string ruleName( const AclTable &table, const AclRule &rule ) {
+   return table.name + "|" + rule.name;
+}
+
+TcamGroupId groupOf( const AclTable &table, const GroupMap &map ) {
+   const auto item = map.find( table.type );
+   return item == map.end() ? map.at( otherTypes ) : item->second;
+}
+
+} // namespace
+
+WantedEntries wantedOf( const AclConfig &config, const GroupMap &map,
+                        const std::vector<QuarraAgent::ChipPort> &ports ) {
+   std::map<std::string, QuarraModPort> portOf;
+   for ( const auto &port : ports ) {
+      portOf.emplace( port.intf, port.port );
+   }
+   std::map<const void *, std::vector<QuarraModPort>> lists; // by the list of names that rules share
+   std::vector<std::string> wrong;
+   WantedEntries wanted;
+   for ( const auto &table : config.tables ) {
+      for ( const auto &rule : table.leftOut.empty() ? table.rules : std::vector<AclRule>() ) {
+         auto [ item, isNew ] = lists.try_emplace( rule.ports.get() );
+         for ( std::size_t i = 0; isNew && i < rule.ports->size(); ++i ) {
+            const auto &name = ( *rule.ports )[ i ];
+            const auto port = portOf.find( name );
+            if ( port != portOf.end() ) {
+               item->second.push_back( port->second );
+            } else {
+               wrong.push_back( fmt::format( "{}: {}: port \"{}\" is not on the switch", config.file,
+                                             ruleName( table, rule ), name ) );
+            }
+         }
+         wanted.push_back( { .group = groupOf( table, map ),
+                             .ports = item->second,
+                             .rule = RuleId( FeatureGroupType::acl, ruleName( table, rule ) ),
+                             .label = ruleName( table, rule ) } );
+      }
+   }
+   if ( !wrong.empty() ) {
+      throw InputErrors( wrong );
+   }
+   return wanted;
+}
+
+std::map<std::string, std::string> ruleTextsOf( const AclConfig &config ) {
+   std::map<std::string, std::string> texts;
+   for ( const auto &table : config.tables ) {
+      for ( const auto &rule : table.rules ) {
+         auto &text = texts[ ruleName( table, rule ) ];
+         for ( const auto &field : rule.fields ) {
+            text += ( text.empty() ? "" : ", " ) + field.name + " " + field.value;
+         }
+      }
+   }
+   return texts;
+}
+
+} // namespace QuarraTool
