@@ -40,6 +40,9 @@ class CrashEpisode {
    bool timeIsOver() const { return end_ != Clock::time_point::max() && Clock::now() >= end_; }
 
    std::string prepare( const std::vector<Operation> &operations ) {
+      if ( auto difference = dieMakingIt(); !difference.empty() ) {
+         return difference;
+      }
       for ( const auto &operation : operations ) {
          Hint hint;
          carryOut( model_, operation, hint );
@@ -62,6 +65,8 @@ class CrashEpisode {
       return end.good() ? "" : when + ": " + end.difference;
    }
 
+   std::string dieMakingIt();
+
    // A death at the step, and what comes after it. `steps` is how many the operation has.
    std::string dieAt( U64 step, U64 steps, const DeadlyOperation &deadly );
    std::string takeOver( const DeadlyOperation &deadly, U64 steps, bool damaged, const std::string &when );
@@ -73,6 +78,25 @@ class CrashEpisode {
    const std::string scratch_;
    Model model_; // of the standing switch
 };
+
+// A switch comes with one commit. The process after it makes the switch, or finds it whole.
+std::string CrashEpisode::dieMakingIt() {
+   for ( const U64 step : { 1u, 2u } ) {
+      fs::remove_all( dying() );
+      const auto died = QuarraSoak::prepare( { chip_, dying(), step }, {}, model_ );
+      const auto when = fmt::format( "death at step {} of making the switch ({})", step, died.diedAt );
+      if ( !died.good() || died.diedAt.empty() ) {
+         return died.good() ? when + ": it took fewer steps" : textOf( died, when );
+      }
+      ++tally_.operations;
+      ++tally_.places[ died.diedAt ];
+      ++tally_.outcomes[ "made" ];
+      if ( const auto next = QuarraSoak::prepare( { chip_, dying() }, {}, model_ ); !next.good() ) {
+         return textOf( next, when );
+      }
+   }
+   return "";
+}
 
 std::string CrashEpisode::takeOver( const DeadlyOperation &deadly, U64 steps, bool damaged,
                                     const std::string &when ) {

@@ -14,6 +14,7 @@
 #include "lab/SwitchDir.h"
 #include "soak/Child.h"
 #include "soak/Interrupts.h"
+#include "soak/Scratch.h"
 #include "soak/TinyWorld.h"
 
 namespace QuarraSoak {

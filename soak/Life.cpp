@@ -66,7 +66,7 @@ class Process {
    std::string watched( const Model &model ) { return watch_->end( model ); }
    void watchNoMore() { watch_.reset(); }
 
-   // No step of the end of this process, which goes on as if it were killed, counts.
+   // How many steps there were, once all is done.
    void tellSteps() { std::fprintf( output_, "steps %llu\n", static_cast<unsigned long long>( steps_ ) ); }
 
  private:
@@ -184,10 +184,6 @@ std::string again( Switch &theSwitch, Process &process, const DeadlyOperation &d
    return difference.empty() ? process.watched( deadly.after ) : difference;
 }
 
-std::string onTheOther( const char *when, const std::string &difference ) {
-   return difference.empty() ? "" : when + difference;
-}
-
 } // namespace
 
 std::string nameOf( Step step ) {
@@ -238,7 +234,8 @@ LifeEnd takeOver( const Life &life, const DeadlyOperation &deadly ) {
          }
          difference = compareState( *expected, theSwitch, process );
          if ( difference.empty() && expected == &deadly.before ) {
-            difference = onTheOther( "asked again: ", again( theSwitch, process, deadly ) );
+            difference = again( theSwitch, process, deadly );
+            difference = difference.empty() ? "" : "asked again: " + difference;
          }
          process.tellSteps();
          return difference;

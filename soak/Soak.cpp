@@ -1,10 +1,7 @@
 #include "soak/Soak.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <list>
 #include <sstream>
 #include <system_error>
@@ -16,6 +13,7 @@
 #include "soak/Child.h"
 #include "soak/CrashEpisode.h"
 #include "soak/Interrupts.h"
+#include "soak/Scratch.h"
 
 namespace QuarraSoak {
 namespace {
@@ -346,24 +344,6 @@ SoakResult Soak::run() {
 }
 
 } // namespace
-
-// What is written there need not outlive the machine.
-Scratch::Scratch() {
-   std::error_code none;
-   const char *const chosen = std::getenv( "TMPDIR" );
-   const std::filesystem::path memory = "/dev/shm";
-   const auto base =
-      !chosen && access( memory.c_str(), W_OK ) == 0 ? memory : std::filesystem::temp_directory_path( none );
-   path_ = ( base / "quarra-soak-XXXXXX" ).string();
-   if ( !mkdtemp( path_.data() ) ) {
-      throw std::system_error( errno, std::generic_category(), "directory " + path_ );
-   }
-}
-
-Scratch::~Scratch() {
-   std::error_code ignored;
-   std::filesystem::remove_all( path_, ignored );
-}
 
 SoakResult soak( const SoakOptions &options, const std::function<void( const SoakResult & )> &progress ) {
    return Soak( options, progress ).run();

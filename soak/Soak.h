@@ -6,20 +6,6 @@
 // alone, not on the machine or on how many processes share the work.
 namespace QuarraSoak {
 
-// A directory of its own, in memory where there is such a file system, that goes with this object.
-class Scratch {
- public:
-   Scratch(); // throws std::system_error
-   Scratch( const Scratch & ) = delete;
-   Scratch &operator=( const Scratch & ) = delete;
-   ~Scratch();
-
-   const std::string &path() const { return path_; }
-
- private:
-   std::string path_;
-};
-
 struct SoakOptions {
    std::vector<const QuarraAgent::Variant *> variants; // in turn
    bool deaths = false;                                // of processes, which count as operations then

@@ -76,6 +76,10 @@ struct Fault {
    std::function<void( FaultyAgent & )> calls;
 };
 
+void PrintTo( const Fault &fault, std::ostream *out ) {
+   *out << fault.name;
+}
+
 const Fault faults[] = {
    { "Nothing", oneBitGroup, "", []( auto & ) {} },
    { "ARequestAsItShouldBe", oneBitGroup, "",

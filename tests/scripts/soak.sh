@@ -9,7 +9,8 @@ failed=0
 fail() { echo "$1"; cat "$folder/printed" "$folder/errors"; failed=1; }
 runs() { timeout 120 bash -c "$2" "$tool" >"$folder/printed" 2>"$folder/errors"; [ $? -eq "$1" ] || fail "not $1: $2"; }
 
-for wrong in '--ops 0' '--ops -1' '--ops 99999999999999999999' '--time nan' '--time 0' '--time inf' '--print --ops 5'; do
+for wrong in '--ops 0' '--ops -1' '--ops 99999999999999999999' '--time nan' '--time 0' '--time inf' '--print --ops 5' \
+   '--exhaustive 0' '--exhaustive 2 --crash' '--restart-one-in 3' '--print --crash'; do
    runs 2 "\"\$0\" soak $wrong"
    [ ! -s "$folder/printed" ] && [ "$(grep -c '' "$folder/errors")" -eq 1 ] || fail "no line of its own: $wrong"
 done
@@ -21,6 +22,23 @@ runs 0 'TMPDIR=/nowhere exec "$0" soak --ops 50 --seed 4'
 grep -q '^Library and model agree' "$folder/printed" || fail "no verdict"
 runs 1 'ulimit -n 6; exec "$0" soak --ops 50 --seed 4'
 grep -q agree "$folder/printed" && fail "agrees without descriptors"
+
+mkdir "$folder/scratch"
+runs 0 "TMPDIR='$folder/scratch' exec \"\$0\" soak --crash --ops 30 --seed 4"
+grep -q '^Library and model agree' "$folder/printed" || fail "no verdict of the deaths"
+runs 0 "TMPDIR='$folder/scratch' exec \"\$0\" --variant sdk6 soak --exhaustive 1"
+grep -q '^Library and model agree on every history' "$folder/printed" || fail "no verdict of the histories"
+for kind in --crash '--exhaustive 1'; do
+   runs 1 "TMPDIR=/nowhere exec \"\$0\" soak $kind"
+   grep -q agree "$folder/printed" && fail "agrees without a directory: $kind"
+done
+TMPDIR=$folder/scratch setsid "$tool" soak --crash --time 100 --jobs 2 >"$folder/printed" 2>"$folder/errors" &
+session=$!
+sleep 2
+kill -TERM "$session"
+wait "$session"
+[ $? -gt 128 ] || fail "a soak with deaths does not end by the signal"
+[ -z "$(ls -A "$folder/scratch")" ] || fail "leaves files behind: $(ls "$folder/scratch")"
 
 setsid "$tool" soak --seed 4 --time 100 --jobs 2 >"$folder/printed" 2>"$folder/errors" &
 session=$!
