@@ -26,7 +26,8 @@ bool isAsWanted( const InstallRequest &is, const InstallRequest &wanted ) {
 // Whether each class ID of the group is a bit of its own, so that a port may carry the old one and the new
 // one.
 bool hasBitsOfItsOwn( TcamGroupId group ) {
-   return classIdTcamGroupsInfo.at( group )->classIdPoolWidth() == 1;
+   const auto config = classIdTcamGroupsInfo.find( group );
+   return config != classIdTcamGroupsInfo.end() && config->second->classIdPoolWidth() == 1;
 }
 
 class Reconciler {
@@ -106,6 +107,7 @@ class Reconciler {
    void removeThoseInTheWay() {
       for ( std::size_t i = 0; i < wanted_.size(); ++i ) {
          if ( goesFirst( i ) ) {
+            comesBack_.insert( before_[ i ]->entry );
             remove( *before_[ i ] );
          }
       }
@@ -114,7 +116,7 @@ class Reconciler {
    U32 freeEntry() {
       do {
          ++lastEntry_;
-      } while ( agent_.entries().contains( lastEntry_ ) );
+      } while ( agent_.entries().contains( lastEntry_ ) || comesBack_.contains( lastEntry_ ) );
       return lastEntry_;
    }
 
@@ -129,12 +131,12 @@ class Reconciler {
       entry.request.entry = goesFirst( i ) ? before_[ i ]->entry : freeEntry();
       const bool isThere = entry.change == EntryFate::changes && !goesFirst( i );
       bool installed = tryInstall( entry );
-      if ( isThere ) {
+      if ( isThere && installed ) {
          remove( *before_[ i ] );
-         if ( !installed ) { // the old one's room may do
-            entry.request.entry = before_[ i ]->entry;
-            installed = tryInstall( entry );
-         }
+      } else if ( isThere && entry.refusedCode == "noRoom" ) { // the old one's may do
+         remove( *before_[ i ] );
+         entry.request.entry = before_[ i ]->entry;
+         installed = tryInstall( entry );
       }
       if ( installed ) {
          if ( options_.installed ) {
@@ -176,7 +178,8 @@ class Reconciler {
 
    void putBack( WantedEntry &entry, const InstallRequest &before ) {
       WantedEntry again{ before };
-      entry.refusedMessage += tryInstall( again ) ? "; it stays as it was" : "; what was there is gone";
+      const bool isThere = agent_.entries().contains( before.entry ) || tryInstall( again );
+      entry.refusedMessage += isThere ? "; it stays as it was" : "; what was there is gone";
    }
 
    // A group that a file made, with all that the file put into it gone, goes, too: its pool is somebody
@@ -200,6 +203,7 @@ class Reconciler {
    std::vector<std::optional<InstallRequest>> before_; // by wanted entry: what was there of it
    std::set<TcamGroupId> created_;
    std::set<TcamGroupId> left_; // groups that entries were removed from
+   std::set<U32> comesBack_;    // entries that were removed, and come back under their number
    U32 lastEntry_ = 0;
    Reconciled reconciled_;
 };

@@ -111,6 +111,17 @@ TEST_P( LastingApply, TakesAwayWhatIsGoneMovesWhatChangedAndLeavesTheRest ) {
    EXPECT_EQ( held( *open() ), now );
 }
 
+// In a group of wide pools an entry that changes is removed first: a new entry took its number meanwhile.
+TEST_P( LastingApply, NewRulesTakeNoNumberOfOneThatComesBack ) {
+   const GroupMap map = { { "L3", 16 } };
+   apply( { { "B|R1", "Ethernet0" }, { "C|R1", "Ethernet4" } }, map );
+   const auto applied =
+      apply( { { "A|R1", "Ethernet12" }, { "B|R1", "Ethernet8" }, { "C|R1", "Ethernet16" } }, map );
+   EXPECT_EQ( applied->refused(), 0u );
+   EXPECT_EQ( applied->reconciled().changed, 2u );
+   EXPECT_EQ( held( applied->theSwitch() ).size(), 3u );
+}
+
 // A rule that changed is on the chip at every moment where its class ID is a bit of its own: one of its two entries is.
 TEST_P( LastingApply, ARuleThatChangesInAOneBitGroupNeverStopsMatching ) {
    apply( { { "A|R1", "Ethernet0,Ethernet4" } }, { { "L3", 13 } } );
