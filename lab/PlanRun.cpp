@@ -64,14 +64,14 @@ bool mustBeCreated( const Switch &theSwitch, TcamGroupId group ) {
           !theSwitch.agent().manager().classIdTcamGroupStatusHas( group );
 }
 
-U64 sdkWritesOf( const QuarraSimulator::SimulatedChip &chip ) {
+U64 sdkWritesOf( const QuarraSimulator::SimulatedChip &chip, const std::map<std::string, U64> &calls ) {
    U64 writes = 0;
    U64 words = 0;
    bool logicalTables = false;
-   for ( const auto &[ function, calls ] : chip.callCounts() ) {
+   for ( const auto &[ function, made ] : calls ) {
       const bool ofLogicalTables = function.starts_with( "bcmlt_entry_" );
-      writes += ofLogicalTables ? 0 : calls;
-      words += function == "portTableSet" ? calls : 0;
+      writes += ofLogicalTables ? 0 : made;
+      words += function == "portTableSet" ? made : 0;
       logicalTables = logicalTables || ofLogicalTables;
    }
    return logicalTables ? writes + chip.portWrites() - words : writes;
@@ -117,7 +117,7 @@ PlanRun::PlanRun( Switch &theSwitch, const WantedEntries &wanted, Plan &plan )
    }
    watch_.emplace( switch_, watched_, ruleOf );
    calls_ = switch_.chip().callCounts();
-   writes_ = sdkWritesOf( switch_.chip() );
+   writes_ = sdkWritesOf( switch_.chip(), calls_ );
 }
 
 std::shared_ptr<const PortFlags> PlanRun::flagsOf( const InstallRequest *request ) {
@@ -416,13 +416,16 @@ void PlanRun::end( PlanStep step ) {
          step.sdkCalls.emplace( function, made );
       }
    }
+   const U64 writes = sdkWritesOf( switch_.chip(), calls );
    calls_ = std::move( calls );
-   const U64 writes = sdkWritesOf( switch_.chip() );
    step.sdkWrites = writes - writes_;
    writes_ = writes;
    watch_->ends( step.changesPorts );
+   // Only what lends a class ID or gives it back takes bits or frees them.
+   if ( step.changesPorts || !step.place ) {
+      measure();
+   }
    plan_.steps.push_back( std::move( step ) );
-   measure();
 }
 
 void PlanRun::measure() {

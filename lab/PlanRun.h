@@ -95,7 +95,8 @@ std::vector<PeakOfSpace> fillOf( const Switch &theSwitch );
 // Whether the group must be created before its first entry, and was not.
 bool mustBeCreated( const Switch &theSwitch, TcamGroupId group );
 
-// Calls of the SDK that wrote to the chip. Of the logical-table functions, commits that wrote a port's value.
-U64 sdkWritesOf( const QuarraSimulator::SimulatedChip &chip );
+// Of the calls that the chip counted (callCounts()) those that wrote to it. Of the logical-table functions these are the
+// commits that wrote a port's value.
+U64 sdkWritesOf( const QuarraSimulator::SimulatedChip &chip, const std::map<std::string, U64> &calls );
 
 } // namespace QuarraLab
