@@ -441,6 +441,17 @@ void PlanRun::measure() {
 
 // ---- The outcome
 
+const GainedAndLost<QuarraModPort> &PlanRun::difference( const std::shared_ptr<const PortSet> &before,
+                                                         const std::shared_ptr<const PortSet> &after ) {
+   const auto [ item, isNew ] = differences_.try_emplace( { before, after } );
+   if ( isNew ) {
+      auto &[ gained, lost ] = item->second;
+      std::ranges::set_difference( *after, *before, std::inserter( gained, gained.end() ) );
+      std::ranges::set_difference( *before, *after, std::inserter( lost, lost.end() ) );
+   }
+   return item->second;
+}
+
 void PlanRun::finish() {
    const auto held = heldNow();
    const auto heldBy = []( const std::map<U32, Held> &all, const std::optional<U32> &entry ) {
@@ -459,10 +470,8 @@ void PlanRun::finish() {
       if ( after ) {
          rule.placeAfter = after->place;
       }
-      if ( before && after && *before->ports != *after->ports ) {
-         auto &[ gained, lost ] = rule.ports;
-         std::ranges::set_difference( *after->ports, *before->ports, std::inserter( gained, gained.end() ) );
-         std::ranges::set_difference( *before->ports, *after->ports, std::inserter( lost, lost.end() ) );
+      if ( before && after ) {
+         rule.ports = difference( before->ports, after->ports );
       }
    }
    const auto refuse = [ this ]( const Wish &wish ) {

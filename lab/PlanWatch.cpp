@@ -102,10 +102,12 @@ bool PlanWatch::matches( std::size_t rule, std::size_t port ) const {
 }
 
 void PlanWatch::checkRule( std::size_t rule ) {
-   const auto &[ before, after, ethernet ] = rules_[ rule ];
-   // The usual case: one entry, which matches what it should at any time.
-   if ( standing_[ rule ].size() == 1 && before == after && standing_[ rule ].front()->matched == *before &&
-        open_.empty() ) {
+   // The usual case: there is an entry, and each matches what is right before or after.
+   const auto &standing = standing_[ rule ];
+   if ( !standing.empty() && open_.empty() &&
+        std::ranges::all_of( standing, [ &rights = rules_[ rule ] ]( const Alike *alike ) {
+           return alike->matched == *rights.before || alike->matched == *rights.after;
+        } ) ) {
       return;
    }
    for ( std::size_t port = 0; port < isCpuPort_.size(); ++port ) {
