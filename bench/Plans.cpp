@@ -110,14 +110,13 @@ nlohmann::ordered_json measure( U32 rules, U32 rounds ) {
    for ( U32 round = 0; round < rounds; ++round ) {
       const auto wanted = wantedOf( rules, round % 2 == 0 );
       Plan plan;
-      auto copy = open( folder.switchDir() );
-      planning.push_back( seconds( [ & ] { plan = makePlan( std::move( copy ), wanted ); } ) );
-      auto real = open( folder.switchDir() );
+      planning.push_back( seconds( [ & ] { plan = makePlan( open( folder.switchDir() ), wanted ); } ) );
       applying.push_back( seconds( [ & ] {
+         const auto real = open( folder.switchDir() );
          carryOut( *real, plan );
          exact = exact && checkMatches( *real ).size() == plan.mismatches.size();
       } ) );
-      exact = exact && stateDigest( *real ) == plan.stateAfter;
+      exact = exact && stateDigest( *open( folder.switchDir() ) ) == plan.stateAfter;
       ratios.push_back( planning.back() / applying.back() );
       steps = plan.steps.size();
    }

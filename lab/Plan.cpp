@@ -81,7 +81,7 @@ Reload reload( const Start &start, const WantedEntries &wanted ) {
       std::ranges::find( result.spaces, stringValue( used.space.type ), &PeakOfSpace::name )->largestFreeRun =
          used.largestFreeRun;
    }
-   result.sdkWrites = sdkWritesOf( theSwitch.chip() );
+   result.sdkWrites = sdkWritesOf( theSwitch.chip(), theSwitch.chip().callCounts() );
    return result;
 }
 

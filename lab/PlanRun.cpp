@@ -64,14 +64,14 @@ bool mustBeCreated( const Switch &theSwitch, TcamGroupId group ) {
           !theSwitch.agent().manager().classIdTcamGroupStatusHas( group );
 }
 
-U64 sdkWritesOf( const QuarraSimulator::SimulatedChip &chip ) {
+U64 sdkWritesOf( const QuarraSimulator::SimulatedChip &chip, const std::map<std::string, U64> &calls ) {
    U64 writes = 0;
    U64 words = 0;
    bool logicalTables = false;
-   for ( const auto &[ function, calls ] : chip.callCounts() ) {
+   for ( const auto &[ function, made ] : calls ) {
       const bool ofLogicalTables = function.starts_with( "bcmlt_entry_" );
-      writes += ofLogicalTables ? 0 : calls;
-      words += function == "portTableSet" ? calls : 0;
+      writes += ofLogicalTables ? 0 : made;
+      words += function == "portTableSet" ? made : 0;
       logicalTables = logicalTables || ofLogicalTables;
    }
    return logicalTables ? writes + chip.portWrites() - words : writes;
@@ -117,7 +117,7 @@ PlanRun::PlanRun( Switch &theSwitch, const WantedEntries &wanted, Plan &plan )
    }
    watch_.emplace( switch_, watched_, ruleOf );
    calls_ = switch_.chip().callCounts();
-   writes_ = sdkWritesOf( switch_.chip() );
+   writes_ = sdkWritesOf( switch_.chip(), calls_ );
 }
 
 std::shared_ptr<const PortFlags> PlanRun::flagsOf( const InstallRequest *request ) {
@@ -416,13 +416,16 @@ void PlanRun::end( PlanStep step ) {
          step.sdkCalls.emplace( function, made );
       }
    }
+   const U64 writes = sdkWritesOf( switch_.chip(), calls );
    calls_ = std::move( calls );
-   const U64 writes = sdkWritesOf( switch_.chip() );
    step.sdkWrites = writes - writes_;
    writes_ = writes;
    watch_->ends( step.changesPorts );
+   // Only what lends a class ID or gives it back takes bits or frees them.
+   if ( step.changesPorts || !step.place ) {
+      measure();
+   }
    plan_.steps.push_back( std::move( step ) );
-   measure();
 }
 
 void PlanRun::measure() {
@@ -437,6 +440,17 @@ void PlanRun::measure() {
 }
 
 // ---- The outcome
+
+const GainedAndLost<QuarraModPort> &PlanRun::difference( const std::shared_ptr<const PortSet> &before,
+                                                         const std::shared_ptr<const PortSet> &after ) {
+   const auto [ item, isNew ] = differences_.try_emplace( { before, after } );
+   if ( isNew ) {
+      auto &[ gained, lost ] = item->second;
+      std::ranges::set_difference( *after, *before, std::inserter( gained, gained.end() ) );
+      std::ranges::set_difference( *before, *after, std::inserter( lost, lost.end() ) );
+   }
+   return item->second;
+}
 
 void PlanRun::finish() {
    const auto held = heldNow();
@@ -456,10 +470,8 @@ void PlanRun::finish() {
       if ( after ) {
          rule.placeAfter = after->place;
       }
-      if ( before && after && *before->ports != *after->ports ) {
-         auto &[ gained, lost ] = rule.ports;
-         std::ranges::set_difference( *after->ports, *before->ports, std::inserter( gained, gained.end() ) );
-         std::ranges::set_difference( *before->ports, *after->ports, std::inserter( lost, lost.end() ) );
+      if ( before && after ) {
+         rule.ports = difference( before->ports, after->ports );
       }
    }
    const auto refuse = [ this ]( const Wish &wish ) {

@@ -64,6 +64,8 @@ class PlanRun {
    void end( PlanStep step );
 
    void measure();
+   const GainedAndLost<QuarraModPort> &difference( const std::shared_ptr<const PortSet> &before,
+                                                   const std::shared_ptr<const PortSet> &after );
    void finish();
    void tellWhatWasWrong();
 
@@ -80,6 +82,9 @@ class PlanRun {
    std::map<U32, Held> heldBefore_;
    std::vector<WatchedRule> watched_; // by rule
    std::map<std::pair<bool, std::vector<QuarraModPort>>, std::shared_ptr<const PortFlags>> flags_;
+   std::map<std::pair<std::shared_ptr<const PortSet>, std::shared_ptr<const PortSet>>,
+            GainedAndLost<QuarraModPort>>
+      differences_; // entries of one class ID share theirs
    std::optional<PlanWatch> watch_;
    std::map<std::string, U64> calls_; // up to the last step
    U64 writes_ = 0;
@@ -95,7 +100,8 @@ std::vector<PeakOfSpace> fillOf( const Switch &theSwitch );
 // Whether the group must be created before its first entry, and was not.
 bool mustBeCreated( const Switch &theSwitch, TcamGroupId group );
 
-// Calls of the SDK that wrote to the chip. Of the logical-table functions, commits that wrote a port's value.
-U64 sdkWritesOf( const QuarraSimulator::SimulatedChip &chip );
+// Of the calls that the chip counted (callCounts()) those that wrote to it. Of the logical-table functions these are the
+// commits that wrote a port's value.
+U64 sdkWritesOf( const QuarraSimulator::SimulatedChip &chip, const std::map<std::string, U64> &calls );
 
 } // namespace QuarraLab

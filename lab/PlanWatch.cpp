@@ -53,7 +53,13 @@ void PlanWatch::look( const QuarraSimulator::SdkCallSeen &seen ) {
 // The entry came, went or got another qualifier.
 void PlanWatch::lookAtEntry( U32 entry ) {
    const std::size_t rule = ruleOf_.at( entry );
-   if ( const auto was = of_.find( entry ); was != of_.end() ) {
+   const auto held = switch_.chip().tcamEntries().find( entry );
+   const bool isInstalled = held != switch_.chip().tcamEntries().end() && held->second.installed;
+   const auto was = of_.find( entry );
+   if ( !isInstalled && was == of_.end() ) {
+      return; // it matches nothing yet
+   }
+   if ( was != of_.end() ) {
       auto &standing = standing_[ rule ];
       standing.erase( std::ranges::find( standing, &was->second->second ) );
       was->second->second.entries.erase( entry );
@@ -62,8 +68,7 @@ void PlanWatch::lookAtEntry( U32 entry ) {
       }
       of_.erase( was );
    }
-   const auto held = switch_.chip().tcamEntries().find( entry );
-   if ( held != switch_.chip().tcamEntries().end() && held->second.installed ) {
+   if ( isInstalled ) {
       const auto &[ frame, installed, kind, dataBits, maskBits, data, mask ] = held->second;
       const auto [ item, isNew ] =
          alike_.try_emplace( { kind, frame.sourceTrunkMapTable, dataBits, maskBits, data, mask } );
@@ -97,10 +102,12 @@ bool PlanWatch::matches( std::size_t rule, std::size_t port ) const {
 }
 
 void PlanWatch::checkRule( std::size_t rule ) {
-   const auto &[ before, after, ethernet ] = rules_[ rule ];
-   // The usual case: one entry, which matches what it should at any time.
-   if ( standing_[ rule ].size() == 1 && before == after && standing_[ rule ].front()->matched == *before &&
-        open_.empty() ) {
+   // The usual case: there is an entry, and each matches what is right before or after.
+   const auto &standing = standing_[ rule ];
+   if ( !standing.empty() && open_.empty() &&
+        std::ranges::all_of( standing, [ &rights = rules_[ rule ] ]( const Alike *alike ) {
+           return alike->matched == *rights.before || alike->matched == *rights.after;
+        } ) ) {
       return;
    }
    for ( std::size_t port = 0; port < isCpuPort_.size(); ++port ) {

@@ -22,6 +22,11 @@ class Digest {
       line_.push_back( '\n' );
       add( { line_.data(), line_.size() } );
    }
+   // Ports are most of a state: not by way of text.
+   void number( U64 value ) {
+      value_ = ( value_ ^ value ) * 0x100000001b3;
+      value_ ^= value_ >> 29;
+   }
    std::string text() const { return fmt::format( "{:016x}", value_ ); }
 
  private:
@@ -31,8 +36,9 @@ class Digest {
 
 void addPorts( Digest &digest, const auto &ports ) {
    for ( const auto &port : ports ) {
-      digest.line( "port {}/{}", port.modId().value(), port.port() );
+      digest.number( U64{ port.modId().value() } << 16 | port.port() );
    }
+   digest.number( ports.size() );
 }
 
 void addGroup( Digest &digest, const ClassIdTcamGroupStatus &status ) {
