@@ -178,6 +178,10 @@ SoakOptions soakOptions( const GlobalOptions &global, const SoakCommandOptions &
                                                                                    : operationsUnlessTold ),
                         .seconds = command.seconds.value_or( 0 ),
                         .jobs = command.jobs };
+   if ( command.crash ) {
+      // An episode has hundreds of processes, each with a minute of its own.
+      options.patience = std::chrono::minutes( 20 );
+   }
    return options;
 }
 
