@@ -168,7 +168,7 @@ U64 Plan::sdkWrites() const {
 PlanVerdict Plan::verdict() const {
    const bool allFit = count( Fate::refused ) == 0;
    if ( allFit && mismatches.empty() ) {
-      return wrong.empty() && goFirst.empty() ? PlanVerdict::fits : PlanVerdict::fitsWithAGap;
+      return wrong.empty() ? PlanVerdict::fits : PlanVerdict::fitsWithAGap;
    }
    if ( reload && reload->good() ) {
       return PlanVerdict::needsReload;

@@ -309,6 +309,11 @@ TEST_F( PlanTest, AFileOfStepsIsCarriedOutOnTheSwitchThatItIsForAndOnNoOther ) {
    std::ofstream( file ) << R"({"op":"remove","group":13,"entry":1})"
                          << "\n";
    EXPECT_THROW( carryOutLines( *batch_, file ), InputError ) << "a file that tells no state is no plan";
+   std::ofstream( file ) << R"({"op":"expect","state":")" << state << "\"}\n"
+                         << R"({"op":"remove","group":13,"entry":1})"
+                         << "\n";
+   EXPECT_THROW( carryOutLines( *batch_, file ), InputError )
+      << "nor is one that was cut, which was half carried out";
    EXPECT_EQ( stateDigest( used() ), state );
 }
 

@@ -230,15 +230,21 @@ JsonOut Batch::carryOut( const std::string &line, JsonOut &id ) {
       id = idOf( fields );
    }
    const auto name = fields.text( "op" );
-   std::string names;
    for ( const auto &operation : operations ) {
       if ( operation.name == name ) {
          return ( this->*operation.function )( fields );
       }
-      names += ( names.empty() ? "" : ", " ) + std::string( operation.name );
    }
    throw RequestRefused( "unknownOperation", fmt::format( "line {}: operation \"{}\": expected one of {}",
-                                                          lineNumber_, name, names ) );
+                                                          lineNumber_, name, operationNames() ) );
+}
+
+std::string Batch::operationNames() {
+   std::string names;
+   for ( const auto &operation : operations ) {
+      names += ( names.empty() ? "" : ", " ) + std::string( operation.name );
+   }
+   return names;
 }
 
 JsonOut Batch::answer( const std::string &line ) {

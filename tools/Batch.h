@@ -20,6 +20,8 @@ class Batch {
    explicit Batch( ChipChoice choice, Maker make = {} )
       : choice_( std::move( choice ) ), make_( std::move( make ) ) {}
 
+   static std::string operationNames(); // "chip, createGroup, ..."
+
    // On a switch that lasts and is there.
    explicit Batch( std::unique_ptr<Switch> lasting );
 

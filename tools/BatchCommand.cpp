@@ -38,7 +38,8 @@ int run( const GlobalOptions &global, const std::string &file, Output &out ) {
 
 Command::Run addOptions( CLI::App &app ) {
    const auto file = std::make_shared<std::string>();
-   app.footer( "Operations: chip (first line only), createGroup, install, remove, deleteGroup, dump, check.\n"
+   app.footer( "Operations: " + Batch::operationNames() +
+               "; chip in the first line only.\n"
                "Each line is answered by one line at once: {\"ok\":true,...} or\n"
                "{\"ok\":false,\"error\":{\"code\":...,\"message\":...,\"line\":...}}." );
    app.add_option( "FILE", *file, "The operations; - for standard input" )->required();

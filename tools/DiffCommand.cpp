@@ -45,7 +45,9 @@ SwitchState readState( const GlobalOptions &global, const DiffOptions &options, 
    subject.choice = ofSwitch;
    subject.files = { file };
    subject.onlySwitchOfProcess = false; // the other state may be one, too
-   return stateOf( Subject( global, subject ).theSwitch() );
+   auto inMemory = global;
+   inMemory.switchDir.reset();
+   return stateOf( Subject( inMemory, subject ).theSwitch() );
 }
 
 // Switches first, whichever side they stand on.

@@ -1,5 +1,6 @@
 #include "tools/OpenSwitch.h"
 
+#include <filesystem>
 #include <iostream>
 
 #include <fmt/format.h>
@@ -109,6 +110,11 @@ std::unique_ptr<Switch> start( std::unique_ptr<SwitchDir> dir ) {
    return theSwitch;
 }
 
+bool holdsAnything( const std::string &path ) {
+   std::error_code error;
+   return std::filesystem::is_directory( path, error ) && !std::filesystem::is_empty( path, error );
+}
+
 // The options go before what the switch was; what they do not say is as it was, where that can be read.
 ChipChoice coldChoice( const GlobalOptions &global, const std::vector<ChipPort> *ports,
                        const std::optional<StoreIdentity> &kept ) {
@@ -183,7 +189,7 @@ std::unique_ptr<Switch> openSwitch( const GlobalOptions &global ) {
    if ( !global.switchDir ) {
       throw InputError( "which switch? --switch DIR is missing" );
    }
-   if ( !global.cold ) {
+   if ( !global.cold || !holdsAnything( *global.switchDir ) ) {
       mustBeThere( *global.switchDir );
    }
    return openOrMakeSwitch( global );
@@ -191,7 +197,15 @@ std::unique_ptr<Switch> openSwitch( const GlobalOptions &global ) {
 
 std::unique_ptr<Switch> openOrMakeSwitch( const GlobalOptions &global, const std::vector<ChipPort> *ports ) {
    if ( global.cold ) {
+      const bool wasThere = holdsAnything( *global.switchDir );
       const SwitchDir::Chooser chooser = [ & ]( const auto &kept ) {
+         if ( wasThere && !kept && !global.variantChosen ) {
+            throw StoreRefused( "storeDamaged",
+                                fmt::format( "switch {}: its store does not tell what it is: give "
+                                             "--variant, and --chip where its chip is not the "
+                                             "variant's default one",
+                                             *global.switchDir ) );
+         }
          return coldChoice( global, ports, kept );
       };
       return start( std::make_unique<SwitchDir>( *global.switchDir, chooser, optionsOf( global ) ) );

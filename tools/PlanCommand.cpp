@@ -167,8 +167,12 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
    if ( !options.html.empty() ) {
       writeFile( options.html, pageHtml( pages.document() ) );
    }
-   if ( !options.steps.empty() ) {
+   const auto left = plan.count( PlannedRule::Fate::refused );
+   if ( !options.steps.empty() && left == 0 ) {
       writeFile( options.steps, planLines( plan ) );
+   } else if ( !options.steps.empty() ) {
+      std::cerr << fmt::format( "quarra-tcam: {}: not written, since {} not fit\n", oneLine( options.steps ),
+                                counted( left, "rule does", "rules do" ) );
    }
    if ( global.json ) {
       json[ "ok" ] = code == exitGood;

@@ -51,25 +51,54 @@ std::string planLines( const Plan &plan ) {
    return lines + jsonText( { { "op", "expect" }, { "state", plan.stateAfter } } ) + "\n";
 }
 
+namespace {
+
+std::string operationOf( const Json &json ) {
+   return json.is_object() && json.contains( "op" ) && json[ "op" ].is_string()
+             ? json[ "op" ].get<std::string>()
+             : std::string();
+}
+
+Json lineJson( const std::string &line ) {
+   try {
+      return parseJson( line );
+   } catch ( const Complaint & ) {
+      return {}; // the answer says what is wrong
+   }
+}
+
+bool tellsAState( const std::string &line ) {
+   const auto json = lineJson( line );
+   return operationOf( json ) == "expect" && json.contains( "state" );
+}
+
+// The whole of it, so that a file that was cut is refused before its first step.
+std::vector<std::string> planOf( const std::string &file ) {
+   LineReader reader( file );
+   std::vector<std::string> lines;
+   while ( auto line = reader.next() ) {
+      lines.push_back( std::move( *line ) );
+   }
+   if ( lines.empty() ) {
+      throw InputError( file + ": this is no plan: it is empty" );
+   }
+   if ( !tellsAState( lines.front() ) ) {
+      throw InputError( file + ": this is no plan: its first line tells no state of a switch" );
+   }
+   if ( lines.size() < 2 || !tellsAState( lines.back() ) ) {
+      throw InputError( file + ": the plan is not whole: its last line tells no state of a switch" );
+   }
+   return lines;
+}
+
+} // namespace
+
 Carried carryOutLines( Batch &batch, const std::string &file ) {
    Carried carried;
-   LineReader lines( file );
    std::size_t number = 0;
-   while ( const auto line = lines.next() ) {
+   for ( const auto &line : planOf( file ) ) {
       ++number;
-      Json json;
-      try {
-         json = parseJson( *line );
-      } catch ( const Complaint & ) {
-         // The answer says what is wrong.
-      }
-      const auto op = json.is_object() && json.contains( "op" ) && json[ "op" ].is_string()
-                         ? json[ "op" ].get<std::string>()
-                         : std::string();
-      if ( number == 1 && ( op != "expect" || !json.contains( "state" ) ) ) {
-         throw InputError( file + ": this is no plan: its first line tells no state of a switch" );
-      }
-      const auto answer = batch.answer( *line );
+      const auto answer = batch.answer( line );
       if ( !answer.at( "ok" ).get<bool>() ) {
          const auto &error = answer.at( "error" );
          const auto message = error.at( "message" ).get<std::string>();
@@ -78,10 +107,7 @@ Carried carryOutLines( Batch &batch, const std::string &file ) {
             error.at( "code" ).get<std::string>() );
          return carried;
       }
-      carried.steps += op != "expect";
-   }
-   if ( !number ) {
-      throw InputError( file + ": this is no plan: it is empty" );
+      carried.steps += operationOf( lineJson( line ) ) != "expect";
    }
    return carried;
 }

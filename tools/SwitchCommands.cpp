@@ -154,7 +154,8 @@ int runRestart( const GlobalOptions &global, Output &out ) {
    out.print( global.json ? jsonText( restartJson( *theSwitch ), global.pretty ) + "\n"
                           : restartText( *theSwitch ) );
    const auto &cold = theSwitch->dir()->coldStarted();
-   const bool all = !cold || ( cold->refused.empty() && cold->unreadable == 0 );
+   const bool lostEntries = cold && !cold->why.empty() && cold->back < cold->taken;
+   const bool all = !cold || ( cold->refused.empty() && cold->unreadable == 0 && !lostEntries );
    return withFailuresChecked( global, theSwitch.get(), all ? exitGood : exitDoesNotFit );
 }
 

@@ -37,7 +37,7 @@ constexpr auto about =
 
 constexpr auto examples =
    "Examples:\n"
-   "  quarra-tcam apply /etc/sonic/config_db.json      install all ACL rules, show and check the result\n"
+   "  quarra-tcam apply config_db.json                 install all ACL rules, show and check the result\n"
    "  quarra-tcam apply acl.json --map L3=16 -p         other TCAM group for L3 tables, result as JSON\n"
    "  quarra-tcam plan --from acl.json patch.json       what a change does, before it is made\n"
    "  echo '{\"op\":\"install\",\"group\":13,\"entry\":1,\"ports\":[1,2]}' | quarra-tcam batch -\n"

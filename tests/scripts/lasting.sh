@@ -70,10 +70,16 @@ wait $holder
 head -c 3000 "$folder/sdk6/store.db" >"$folder/short"
 cp "$folder/short" "$folder/sdk6/store.db"
 run "a damaged store" 5 'storeDamaged: ' "$tool" usage "${switch[@]}"
+run "a damaged store, cold, of what kind nobody knows" 5 'give --variant' "$tool" restart "${switch[@]}" --cold
+run "cold where there is no switch" 5 'storeMissing: ' "$tool" restart --switch "$folder/misspelt" --cold
 run "a damaged store, cold" 0 'started cold: .*storeDamaged' "$tool" apply scenarios/pods16.json "${switch[@]}" --cold \
    --variant sdk6
 run "check after it" 0 '' "$tool" check "${switch[@]}"
 run "audit after it" 0 '' "$tool" audit "${switch[@]}"
+run "diff with a configuration" 1 '' "$tool" diff "${switch[@]}" scenarios/overlap.json
+run "a plan that does not fit" 1 'plan: not written, since 20 rules do not fit' "$tool" plan scenarios/exhaustion.json -o "$folder/plan"
+cp "$folder/short" "$folder/sdk6/store.db"
+run "cold, and nothing is back" 1 'started cold: 10 entries left the chip, 0 are back' "$tool" restart "${switch[@]}" --cold --variant sdk6
 
 # As a user who may not write: root may write everywhere.
 if [ "$(id -u)" -eq 0 ]; then
