@@ -1,6 +1,7 @@
 #include "lab/JsonText.h"
 
 #include <algorithm>
+#include <deque>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -77,7 +78,7 @@ class ValueBuilder final : public nlohmann::json_sax<Json> {
    const std::string &text_;
    std::vector<Complaint> &repeated_;
    Json root_;
-   Json ignored_; // takes the values of keys that came before
+   std::deque<Json> ignored_; // the values of keys that came before: one may be open within another
    std::vector<Level> levels_;
 };
 
@@ -136,7 +137,7 @@ Json &ValueBuilder::add( Json value ) {
    if ( level.value->is_array() ) {
       return level.value->get_ref<Json::array_t &>().emplace_back( std::move( value ) );
    }
-   Json &member = level.repeated ? ignored_ : ( *level.value )[ level.key ];
+   Json &member = level.repeated ? ignored_.emplace_back() : ( *level.value )[ level.key ];
    member = std::move( value );
    return member;
 }
