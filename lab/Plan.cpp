@@ -10,7 +10,6 @@ namespace QuarraLab {
 using namespace QuarraTcam;
 using QuarraAgent::InstallRequest;
 using QuarraAgent::RequestRefused;
-using Fate = PlannedRule::Fate;
 
 namespace {
 
@@ -54,7 +53,7 @@ class Reloaded {
  private:
    bool install( const InstallRequest &request ) {
       try {
-         if ( mustBeCreated( switch_, request.group ) ) {
+         if ( mustBeCreated( switch_.agent(), request.group ) ) {
             switch_.agent().createGroup( request.group );
          }
          switch_.agent().install( request );
@@ -153,7 +152,7 @@ std::string verdictName( PlanVerdict verdict ) {
    return ""; // no enumerator
 }
 
-std::size_t Plan::count( PlannedRule::Fate fate ) const {
+std::size_t Plan::count( RuleFate fate ) const {
    return static_cast<std::size_t>( std::ranges::count( rules, fate, &PlannedRule::fate ) );
 }
 
@@ -166,7 +165,7 @@ U64 Plan::sdkWrites() const {
 }
 
 PlanVerdict Plan::verdict() const {
-   const bool allFit = count( Fate::refused ) == 0;
+   const bool allFit = count( RuleFate::refused ) == 0;
    if ( allFit && mismatches.empty() ) {
       return wrong.empty() ? PlanVerdict::fits : PlanVerdict::fitsWithAGap;
    }

@@ -9,44 +9,24 @@
 #include <string>
 #include <vector>
 
+#include "lab/ChangeRun.h"
 #include "lab/Diff.h"
 #include "lab/MatchCheck.h"
 #include "lab/Who.h"
 
 namespace QuarraLab {
 
-// One request to the agent.
-struct PlanStep {
-   enum class Kind { createGroup, deleteGroup, install, remove };
-
-   Kind kind = Kind::install;
-   QuarraAgent::InstallRequest request;      // of a removal, as the entry was asked for; else only the group
+struct PlanStep : ChangeStep {
    std::optional<ClassIdPlace> place = {};   // the class ID that the entry uses, or used
    std::map<std::string, U64> sdkCalls = {}; // of the step, by function
    U64 sdkWrites = 0;                        // those that write to the chip
    bool changesPorts = false;                // a class ID was lent or given back, or got other ports
 };
 
-// What becomes of a rule of the configuration, or of an entry that no configuration tells of.
-struct PlannedRule {
-   enum class Fate {
-      stays,   // its entry is not touched
-      changes, // a new entry takes the place of the old one
-      comes,
-      goes,
-      refused, // it does not fit; an entry that is there stays as it is where it can
-   };
-
-   Fate fate = Fate::stays;
-   std::string rule; // empty for an entry that has no name
-   std::optional<U32> entryBefore = {};
-   std::optional<U32> entryAfter = {};
+struct PlannedRule : RuleChange {
    std::optional<ClassIdPlace> placeBefore = {};
    std::optional<ClassIdPlace> placeAfter = {};
    GainedAndLost<QuarraModPort> ports = {}; // that carry its class ID; of one that is there before and after
-   bool goesFirst = false; // its old entry goes before the new one comes, because there is no room for both
-   std::string code = {};  // of one that is refused
-   std::string message = {};
 
    bool moves() const { return placeBefore && placeAfter && placeBefore != placeAfter; }
 };
@@ -99,7 +79,7 @@ enum class PlanVerdict {
 std::string verdictName( PlanVerdict verdict ); // "fits", ...
 
 struct Plan {
-   std::vector<PlannedRule> rules; // as the switch has them, then those that come
+   std::vector<PlannedRule> rules; // in the order of ChangeRun::rules()
    std::vector<PlanStep> steps;
    std::vector<PeakOfSpace> spaces;
    std::vector<WrongOnTheWay> wrong;
@@ -114,23 +94,17 @@ struct Plan {
    std::map<QuarraModPort, std::string> portNames;
 
    PlanVerdict verdict() const;
-   std::size_t count( PlannedRule::Fate fate ) const;
+   std::size_t count( RuleFate fate ) const;
    U64 sdkWrites() const;
 };
-
-// What a configuration wants: its rules as requests with their labels, "TABLE|RULE", and without entry numbers; highest
-// priority first.
-using WantedEntries = std::vector<QuarraAgent::InstallRequest>;
 
 struct PlanOptions {
    // Told of the copy, "before" the first step and "after" the last one.
    std::function<void( const Switch &copy, const char *when, const Plan &plan )> show = {};
 };
 
-// Makes the plan by carrying it out on `copy`, which is of no use afterwards. An entry of the switch is
-// known by its label; those without one are of no configuration, and stay. The order: new entries before old ones,
-// all rules that change, then what comes, then what goes goes. Where there is no room, what goes goes earlier; where
-// that does not help, the fewest rules that change give up their old entries first.
+// Makes the plan by carrying the change out on `copy`, which is of no use afterwards: what ChangeRun does there, it does on
+// the switch itself.
 Plan makePlan( std::unique_ptr<Switch> copy, const WantedEntries &wanted, const PlanOptions &options = {} );
 
 // Makes a switch that only this process knows of one that lasts: nothing it does from now on is kept.

@@ -8,20 +8,10 @@ JsonOut optionalJson( const std::optional<Value> &value ) {
    return value ? JsonOut( *value ) : JsonOut();
 }
 
-std::string_view wordOf( PlannedRule::Fate fate ) {
-   constexpr std::string_view words[] = { "stays", "changes", "comes", "goes", "refused" };
-   return words[ static_cast<std::size_t>( fate ) ];
-}
-
-std::string_view wordOf( PlanStep::Kind kind ) {
-   constexpr std::string_view words[] = { "createGroup", "deleteGroup", "install", "remove" };
-   return words[ static_cast<std::size_t>( kind ) ];
-}
-
 JsonOut rulesJson( const Plan &plan ) {
    auto rules = JsonOut::array();
    for ( const auto &rule : plan.rules ) {
-      JsonOut json = { { "fate", wordOf( rule.fate ) },
+      JsonOut json = { { "fate", stringValue( rule.fate ) },
                        { "rule", rule.rule },
                        { "entryBefore", optionalJson( rule.entryBefore ) },
                        { "entryAfter", optionalJson( rule.entryAfter ) },
@@ -30,7 +20,7 @@ JsonOut rulesJson( const Plan &plan ) {
                        { "portsGained", namedPortsJson( rule.ports.gained, plan.portNames ) },
                        { "portsLost", namedPortsJson( rule.ports.lost, plan.portNames ) },
                        { "goesFirst", rule.goesFirst } };
-      if ( rule.fate == PlannedRule::Fate::refused ) {
+      if ( rule.fate == RuleFate::refused ) {
          json[ "error" ] = { { "code", rule.code }, { "message", rule.message } };
       }
       rules.push_back( std::move( json ) );
@@ -41,7 +31,7 @@ JsonOut rulesJson( const Plan &plan ) {
 JsonOut stepsJson( const Plan &plan ) {
    auto steps = JsonOut::array();
    for ( const auto &step : plan.steps ) {
-      JsonOut json = { { "op", wordOf( step.kind ) }, { "group", step.request.group.value() } };
+      JsonOut json = { { "op", stringValue( step.kind ) }, { "group", step.request.group.value() } };
       if ( step.place ) {
          json[ "entry" ] = step.request.entry;
          json[ "rule" ] = ruleOf( step.request );

@@ -1,7 +1,6 @@
 #include "lab/PlanRun.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "lab/Usage.h"
 
@@ -9,23 +8,9 @@ namespace QuarraLab {
 
 using namespace QuarraTcam;
 using QuarraAgent::Entry;
-using QuarraAgent::RequestRefused;
-using Fate = PlannedRule::Fate;
-using Kind = PlanStep::Kind;
+using Kind = ChangeStep::Kind;
 
 namespace {
-
-std::vector<QuarraModPort> rising( std::vector<QuarraModPort> ports ) {
-   if ( !std::ranges::is_sorted( ports ) ) {
-      std::ranges::sort( ports );
-   }
-   return ports;
-}
-
-bool asksTheSame( const QuarraAgent::InstallRequest &one, const QuarraAgent::InstallRequest &other ) {
-   return one.group == other.group && one.ethernet == other.ethernet &&
-          ( one.ports == other.ports || rising( one.ports ) == rising( other.ports ) );
-}
 
 const ClassIdRequestStatus &requestOf( const TcamAgent &agent, const Entry &entry ) {
    return *agent.manager().classIdTcamGroupStatus( entry.request.group )->requestStatus( entry.key );
@@ -52,17 +37,6 @@ bool changesPorts( const TcamAgent &agent, const Entry &entry ) {
 }
 
 } // namespace
-
-bool isOfConfiguration( const QuarraAgent::InstallRequest &request ) {
-   return !request.label.empty();
-}
-
-bool mustBeCreated( const Switch &theSwitch, TcamGroupId group ) {
-   const auto item = classIdTcamGroupsInfo.find( group );
-   return item != classIdTcamGroupsInfo.end() &&
-          item->second->classIdType() == ClassIdType::aclGroupFixedWidth &&
-          !theSwitch.agent().manager().classIdTcamGroupStatusHas( group );
-}
 
 U64 sdkWritesOf( const QuarraSimulator::SimulatedChip &chip, const std::map<std::string, U64> &calls ) {
    U64 writes = 0;
@@ -99,30 +73,36 @@ std::vector<PeakOfSpace> fillOf( const Switch &theSwitch ) {
    return spaces;
 }
 
-bool PlanRun::Bundle::done() const {
-   return std::ranges::all_of( wishes, &Wish::done );
-}
-
 PlanRun::PlanRun( Switch &theSwitch, const WantedEntries &wanted, Plan &plan )
-   : switch_( theSwitch ), agent_( theSwitch.agent() ), plan_( plan ) {
+   : switch_( theSwitch ), agent_( theSwitch.agent() ), change_( agent_, wanted ), plan_( plan ) {
    heldBefore_ = heldNow();
    plan_.spaces = fillOf( switch_ );
-   bundleUp( pairUp( wanted ) );
+   std::vector<WatchedRule> watched;
    std::map<U32, std::size_t> ruleOf;
-   for ( std::size_t rule = 0; rule < plan_.rules.size(); ++rule ) {
-      if ( const auto &entry = plan_.rules[ rule ].entryBefore ) {
-         ruleOf.emplace( *entry, rule );
-         lastEntry_ = std::max( lastEntry_, *entry );
+   for ( std::size_t i = 0; i < change_.rules().size(); ++i ) {
+      const auto &rule = change_.rules()[ i ];
+      const auto *const before =
+         rule.entryBefore ? &agent_.entries().at( *rule.entryBefore ).request : nullptr;
+      const auto *const after = rule.wanted                    ? &wanted[ *rule.wanted ]
+                                : rule.fate == RuleFate::stays ? before
+                                                               : nullptr;
+      watched.push_back( { flagsOf( before ), flagsOf( after ), before && before->ethernet } );
+      if ( before ) {
+         ruleOf.emplace( before->entry, i );
       }
    }
-   watch_.emplace( switch_, watched_, ruleOf );
+   watch_.emplace( switch_, std::move( watched ), ruleOf );
    calls_ = switch_.chip().callCounts();
    writes_ = sdkWritesOf( switch_.chip(), calls_ );
 }
 
+void PlanRun::run() {
+   change_.run( *this );
+   finish();
+}
+
 std::shared_ptr<const PortFlags> PlanRun::flagsOf( const InstallRequest *request ) {
-   auto &flags =
-      request ? flags_[ { request->ethernet, rising( request->ports ) } ] : flags_[ { false, {} } ];
+   auto &flags = request ? flags_[ { request->ethernet, request->ports } ] : flags_[ { false, {} } ];
    if ( !flags ) {
       const auto &ports = switch_.ports();
       PortFlags made( ports.size(), request && request->ethernet );
@@ -135,66 +115,6 @@ std::shared_ptr<const PortFlags> PlanRun::flagsOf( const InstallRequest *request
       flags = std::make_shared<PortFlags>( std::move( made ) );
    }
    return flags;
-}
-
-std::size_t PlanRun::addRule( const Entry *before, const InstallRequest *after ) {
-   PlannedRule rule;
-   rule.rule = ruleOf( after ? *after : before->request );
-   rule.fate = !before ? Fate::comes : !after ? Fate::goes : Fate::stays;
-   if ( before ) {
-      rule.entryBefore = before->request.entry;
-   }
-   watched_.push_back( { flagsOf( before ? &before->request : nullptr ), flagsOf( after ),
-                         before && before->request.ethernet } );
-   plan_.rules.push_back( std::move( rule ) );
-   return plan_.rules.size() - 1;
-}
-
-std::vector<PlanRun::Wish> PlanRun::pairUp( const WantedEntries &wanted ) {
-   std::multimap<std::string, const Entry *> installed;
-   for ( const auto &[ id, entry ] : agent_.entries() ) {
-      if ( isOfConfiguration( entry.request ) ) {
-         installed.emplace( ruleOf( entry.request ), &entry );
-      } else {
-         addRule( &entry, &entry.request );
-      }
-   }
-   std::vector<Wish> changes;
-   for ( const auto &request : wanted ) {
-      wantedGroups_.insert( request.group );
-      const auto [ first, last ] = installed.equal_range( ruleOf( request ) );
-      if ( first == last ) {
-         comers_.push_back( { addRule( nullptr, &request ), request } );
-         continue;
-      }
-      const auto same = std::find_if(
-         first, last, [ & ]( const auto &item ) { return asksTheSame( item.second->request, request ); } );
-      const auto old = same == last ? first : same;
-      const auto rule = addRule( old->second, &request );
-      if ( same == last ) {
-         plan_.rules[ rule ].fate = Fate::changes;
-         changes.push_back( { rule, request } );
-      }
-      installed.erase( old );
-   }
-   for ( const auto &[ rule, entry ] : installed ) {
-      goers_.push_back( addRule( entry, nullptr ) );
-   }
-   std::ranges::sort( goers_, {}, [ this ]( std::size_t rule ) { return plan_.rules[ rule ].entryBefore; } );
-   return changes;
-}
-
-void PlanRun::bundleUp( std::vector<Wish> changes ) {
-   std::map<std::pair<TcamGroupId, const ClassIdRequestStatus *>, std::size_t> places;
-   for ( auto &wish : changes ) {
-      const auto &entry = agent_.entries().at( *plan_.rules[ wish.rule ].entryBefore );
-      const auto [ item, isNew ] =
-         places.emplace( std::pair( entry.request.group, &requestOf( agent_, entry ) ), bundles_.size() );
-      if ( isNew ) {
-         bundles_.emplace_back();
-      }
-      bundles_[ item->second ].wishes.push_back( std::move( wish ) );
-   }
 }
 
 std::map<U32, PlanRun::Held> PlanRun::heldNow() const {
@@ -211,221 +131,46 @@ std::map<U32, PlanRun::Held> PlanRun::heldNow() const {
    return held;
 }
 
-// ---- The order of the steps
-
-void PlanRun::run() {
-   while ( !allDone() ) {
-      bool progress = swapAll( false ) || swapAll( true );
-      progress = ( !progress && comeAll() ) || progress;
-      if ( !progress && !allDone() && !goAll() && !breakSmallest() ) {
-         break;
-      }
-   }
-   goAll();
-   dropGroups();
-   finish();
-}
-
-bool PlanRun::allDone() const {
-   return std::ranges::all_of( bundles_, &Bundle::done ) && std::ranges::all_of( comers_, &Wish::done );
-}
-
-bool PlanRun::swapAll( bool oldAreGone ) {
-   bool progress = false;
-   for ( auto &bundle : bundles_ ) {
-      if ( bundle.oldAreGone == oldAreGone && !bundle.done() ) {
-         progress = swap( bundle ) || progress;
-      }
-   }
-   return progress;
-}
-
-bool PlanRun::swap( Bundle &bundle ) {
-   std::vector<std::size_t> replaced;
-   for ( auto &wish : bundle.wishes ) {
-      if ( !wish.done() && install( wish ) ) {
-         replaced.push_back( wish.rule );
-      }
-   }
-   if ( !bundle.oldAreGone ) {
-      for ( const auto rule : replaced ) {
-         remove( rule );
-      }
-   }
-   return !replaced.empty();
-}
-
-bool PlanRun::comeAll() {
-   bool progress = false;
-   for ( auto &wish : comers_ ) {
-      progress = ( !wish.done() && install( wish ) ) || progress;
-   }
-   return progress;
-}
-
-bool PlanRun::goAll() {
-   const bool any = !goers_.empty();
-   for ( const auto rule : goers_ ) {
-      remove( rule );
-   }
-   goers_.clear();
-   return any;
-}
-
-// The entries of nothing else hold the class ID of the old ones.
-bool PlanRun::frees( const Bundle &bundle ) const {
-   std::size_t old = 0;
-   const ClassIdRequestStatus *request = nullptr;
-   for ( const auto &wish : bundle.wishes ) {
-      if ( !wish.done() ) {
-         ++old;
-         request = &requestOf( agent_, agent_.entries().at( *plan_.rules[ wish.rule ].entryBefore ) );
-      }
-   }
-   return request && request->entryRefs() == old;
-}
-
-// Something that found no room draws on the space of the old entries.
-bool PlanRun::couldHelp( const Bundle &bundle ) const {
-   const auto &first = plan_.rules[ bundle.wishes.front().rule ];
-   const auto group = agent_.entries().contains( *first.entryBefore )
-                         ? agent_.entries().at( *first.entryBefore ).request.group
-                         : bundle.wishes.front().request.group;
-   const auto type = classIdTcamGroupsInfo.at( group )->classIdType();
-   const auto needs = [ & ]( const Wish &wish ) {
-      const auto item = classIdTcamGroupsInfo.find( wish.request.group );
-      return !wish.done() && item != classIdTcamGroupsInfo.end() && item->second->classIdType() == type &&
-             ( type != ClassIdType::aclGroupFixedWidth || wish.request.group == group );
-   };
-   return std::ranges::any_of( comers_, needs ) ||
-          std::ranges::any_of(
-             bundles_, [ & ]( const Bundle &other ) { return std::ranges::any_of( other.wishes, needs ); } );
-}
-
-bool PlanRun::breakSmallest() {
-   const auto left = []( const Bundle &bundle ) {
-      return std::ranges::count_if( bundle.wishes, []( const Wish &wish ) { return !wish.done(); } );
-   };
-   Bundle *smallest = nullptr;
-   for ( auto &bundle : bundles_ ) {
-      if ( !bundle.done() && !bundle.oldAreGone && frees( bundle ) && couldHelp( bundle ) &&
-           ( !smallest || left( bundle ) < left( *smallest ) ) ) {
-         smallest = &bundle;
-      }
-   }
-   if ( !smallest ) {
-      return false;
-   }
-   smallest->oldAreGone = true;
-   for ( const auto &wish : smallest->wishes ) {
-      if ( !wish.done() ) {
-         plan_.rules[ wish.rule ].goesFirst = true;
-         remove( wish.rule );
-      }
-   }
-   return true;
-}
-
 // ---- The steps
 
-bool PlanRun::install( Wish &wish ) {
-   auto &rule = plan_.rules[ wish.rule ];
-   const std::pair portSet( wish.request.group, wish.request.ports );
-   if ( const auto known = roomless_.find( portSet ); known != roomless_.end() ) {
-      std::tie( rule.code, rule.message ) = known->second;
-      return false;
-   }
-   try {
-      if ( mustBeCreated( switch_, wish.request.group ) ) {
-         makeGroup( wish.request.group );
-      }
-      installOrThrow( wish );
-      return true;
-   } catch ( const RequestRefused &refused ) {
-      rule.code = refused.code();
-      rule.message = refused.what();
-      if ( refused.code() == "noRoom" ) {
-         roomless_.emplace( portSet, std::pair( rule.code, rule.message ) );
-      } else {
-         wish.refused = true;
-      }
-      return false;
-   }
-}
-
-void PlanRun::installOrThrow( Wish &wish ) {
-   U32 entry = lastEntry_;
-   do {
-      entry = entry == std::numeric_limits<U32>::max() ? 1 : entry + 1;
-   } while ( agent_.entries().contains( entry ) );
-   wish.request.entry = entry;
-   begin();
-   watch_->entryStandsFor( entry, wish.rule );
-   agent_.install( wish.request );
-   lastEntry_ = entry;
-   wish.installed = true;
-   plan_.rules[ wish.rule ].entryAfter = entry;
-   const auto &installed = agent_.entries().at( entry );
-   PlanStep step{ Kind::install, wish.request };
-   step.place = placeOf( agent_, installed );
-   step.changesPorts = changesPorts( agent_, installed );
-   end( std::move( step ) );
-}
-
-void PlanRun::remove( std::size_t rule ) {
-   const auto entry = agent_.entries().at( *plan_.rules[ rule ].entryBefore );
-   PlanStep step{ Kind::remove, entry.request };
-   step.place = placeOf( agent_, entry );
-   step.changesPorts = changesPorts( agent_, entry );
-   begin();
-   agent_.remove( entry.request.group, entry.request.entry );
-   leftGroups_.insert( entry.request.group );
-   roomless_.clear();
-   end( std::move( step ) );
-}
-
-void PlanRun::makeGroup( TcamGroupId group ) {
-   begin();
-   agent_.createGroup( group );
-   end( { Kind::createGroup, { .group = group } } );
-}
-
-// A fixed-width group keeps its pool when its last entry goes. Where nothing is wanted of it any more, it goes, too.
-void PlanRun::dropGroups() {
-   for ( const auto group : leftGroups_ ) {
-      const bool used = std::ranges::any_of(
-         agent_.entries(), [ & ]( const auto &item ) { return item.second.request.group == group; } );
-      if ( !used && !wantedGroups_.contains( group ) &&
-           classIdTcamGroupsInfo.at( group )->classIdType() == ClassIdType::aclGroupFixedWidth ) {
-         begin();
-         agent_.deleteGroup( group );
-         end( { Kind::deleteGroup, { .group = group } } );
-      }
-   }
-}
-
-void PlanRun::begin() {
+void PlanRun::begins( const ChangeStep &step, std::optional<std::size_t> rule ) {
    watch_->begins( plan_.steps.size() + 1 );
+   if ( rule ) {
+      watch_->entryStandsFor( step.request.entry, *rule );
+   }
+   step_ = PlanStep{ step };
+   if ( step.kind == Kind::remove ) {
+      tellPlace();
+   }
 }
 
-void PlanRun::end( PlanStep step ) {
+void PlanRun::ends( const ChangeStep &step ) {
+   if ( step.kind == Kind::install ) {
+      tellPlace();
+   }
    auto calls = switch_.chip().callCounts();
    for ( const auto &[ function, number ] : calls ) {
       const auto before = calls_.find( function );
       if ( const U64 made = number - ( before == calls_.end() ? 0 : before->second ) ) {
-         step.sdkCalls.emplace( function, made );
+         step_.sdkCalls.emplace( function, made );
       }
    }
    const U64 writes = sdkWritesOf( switch_.chip(), calls );
    calls_ = std::move( calls );
-   step.sdkWrites = writes - writes_;
+   step_.sdkWrites = writes - writes_;
    writes_ = writes;
-   watch_->ends( step.changesPorts );
+   watch_->ends( step_.changesPorts );
    // Only what lends a class ID or gives it back takes bits or frees them.
-   if ( step.changesPorts || !step.place ) {
+   if ( step_.changesPorts || !step_.place ) {
       measure();
    }
-   plan_.steps.push_back( std::move( step ) );
+   plan_.steps.push_back( std::move( step_ ) );
+}
+
+void PlanRun::tellPlace() {
+   const auto &entry = agent_.entries().at( step_.request.entry );
+   step_.place = placeOf( agent_, entry );
+   step_.changesPorts = changesPorts( agent_, entry );
 }
 
 void PlanRun::measure() {
@@ -458,10 +203,8 @@ void PlanRun::finish() {
       const auto item = entry ? all.find( *entry ) : all.end();
       return item == all.end() ? nullptr : &item->second;
    };
-   for ( auto &rule : plan_.rules ) {
-      if ( rule.entryBefore && !rule.entryAfter && agent_.entries().contains( *rule.entryBefore ) ) {
-         rule.entryAfter = rule.entryBefore;
-      }
+   for ( const auto &change : change_.rules() ) {
+      PlannedRule rule{ change };
       const auto *const before = heldBy( heldBefore_, rule.entryBefore );
       const auto *const after = heldBy( held, rule.entryAfter );
       if ( before ) {
@@ -473,19 +216,7 @@ void PlanRun::finish() {
       if ( before && after ) {
          rule.ports = difference( before->ports, after->ports );
       }
-   }
-   const auto refuse = [ this ]( const Wish &wish ) {
-      auto &rule = plan_.rules[ wish.rule ];
-      if ( wish.installed ) {
-         rule.code.clear();
-         rule.message.clear();
-      } else {
-         rule.fate = Fate::refused;
-      }
-   };
-   std::ranges::for_each( comers_, refuse );
-   for ( const auto &bundle : bundles_ ) {
-      std::ranges::for_each( bundle.wishes, refuse );
+      plan_.rules.push_back( std::move( rule ) );
    }
    const auto usage = usageOf( switch_ );
    const auto fill = fillOf( switch_ );

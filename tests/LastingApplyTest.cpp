@@ -1,9 +1,13 @@
+#include <random>
+
 #include "agent/Audit.h"
+#include "lab/Plan.h"
 #include "lab/Switch.h"
 #include "lab/SwitchDir.h"
 #include "tests/Lasting.h"
 #include "tests/Lines.h"
 #include "tools/Apply.h"
+#include "tools/Wanted.h"
 
 namespace QuarraTest {
 namespace {
@@ -74,7 +78,7 @@ TEST_P( LastingApply, OfTheSameConfigurationTakesNoSdkCall ) {
    const auto before = held( apply( rules )->theSwitch() );
    const auto again = apply( rules );
    EXPECT_EQ( calls, 0u );
-   EXPECT_EQ( again->reconciled().stayed, 3u );
+   EXPECT_EQ( again->changes().stayed, 3u );
    EXPECT_EQ( held( again->theSwitch() ), before );
 }
 
@@ -102,7 +106,7 @@ TEST_P( LastingApply, TakesAwayWhatIsGoneMovesWhatChangedAndLeavesTheRest ) {
    for ( const auto &mismatch : applied->mismatches() ) { // in the wide pools of HSDK chips
       EXPECT_EQ( mismatch.reason, QuarraLab::Reason::bitWithoutOthers );
    }
-   const auto done = applied->reconciled();
+   const auto done = applied->changes();
    EXPECT_EQ( done.came, 1u );
    EXPECT_EQ( done.changed, 1u );
    EXPECT_EQ( done.stayed, 1u );
@@ -118,7 +122,7 @@ TEST_P( LastingApply, NewRulesTakeNoNumberOfOneThatComesBack ) {
    const auto applied =
       apply( { { "A|R1", "Ethernet12" }, { "B|R1", "Ethernet8" }, { "C|R1", "Ethernet16" } }, map );
    EXPECT_EQ( applied->refused(), 0u );
-   EXPECT_EQ( applied->reconciled().changed, 2u );
+   EXPECT_EQ( applied->changes().changed, 2u );
    EXPECT_EQ( held( applied->theSwitch() ).size(), 3u );
 }
 
@@ -146,9 +150,10 @@ TEST_P( LastingApply, ARuleThatChangesInAOneBitGroupNeverStopsMatching ) {
    const auto dir = std::move( opened ); // goes first
    dir->start( agent );
    showAclGroupsOf( agent.variant(), agent.manager().portsHelper(), *chip );
-   std::vector<WantedEntry> wanted = { { agent.entries().begin()->second.request } };
-   wanted[ 0 ].request.ports = { { 0, 1 }, { 0, 3 } };
-   EXPECT_EQ( reconcile( agent, wanted ).changed, 1u );
+   WantedEntries wanted = { agent.entries().begin()->second.request };
+   wanted[ 0 ].ports = { { 0, 1 }, { 0, 3 } };
+   ChangeObserver nobody;
+   ChangeRun( agent, wanted ).run( nobody );
    EXPECT_TRUE( always );
    EXPECT_EQ( agent.entries().size(), 1u );
 }
@@ -160,28 +165,34 @@ TEST_P( LastingApply, OneThatIsRefusedStaysAsItWas ) {
    auto &agent = theSwitch->agent();
    const TcamGroupId group( 16 );
    agent.createGroup( group );
-   std::vector<WantedEntry> wanted;
+   WantedEntries wanted;
    for ( U32 set = 1; set < 64; ++set ) {
-      WantedEntry entry;
-      entry.request.group = group;
-      entry.request.label = "T|R" + std::to_string( set );
+      wanted.push_back( { .group = group, .label = "T|R" + std::to_string( set ) } );
       for ( U32 port = 1; port <= 6; ++port ) {
          if ( set >> ( port - 1 ) & 1 ) {
-            entry.request.ports.push_back( { 0, port } );
+            wanted.back().ports.push_back( { 0, port } );
          }
       }
-      wanted.push_back( entry );
    }
-   reconcile( agent, wanted );
+   ChangeObserver nobody;
    const auto refused = [ & ] {
-      return std::ranges::count_if( wanted, []( const auto &entry ) { return !entry.refusedCode.empty(); } );
+      ChangeRun change( agent, wanted );
+      change.run( nobody );
+      std::map<std::string, RuleChange> refusals;
+      for ( const auto &rule : change.rules() ) {
+         if ( rule.fate == RuleFate::refused ) {
+            refusals.emplace( rule.rule, rule );
+         }
+      }
+      return refusals;
    };
    const auto before = refused();
    const auto entries = held( *theSwitch );
-   wanted[ 0 ].request.group = TcamGroupId( 9999 ); // there is none
-   EXPECT_EQ( reconcile( agent, wanted ).changed, 0u );
-   EXPECT_EQ( refused(), before + 1 );
-   EXPECT_EQ( wanted[ 0 ].refusedCode, "unknownGroup" );
+   wanted[ 0 ].group = TcamGroupId( 9999 ); // there is none
+   const auto now = refused();
+   EXPECT_EQ( now.size(), before.size() + 1 );
+   EXPECT_EQ( now.at( "T|R1" ).code, "unknownGroup" );
+   EXPECT_THAT( now.at( "T|R1" ).message, ::testing::EndsWith( "; it stays as it was" ) );
    EXPECT_EQ( held( *theSwitch ), entries );
 }
 
@@ -206,8 +217,36 @@ TEST_P( LastingApply, OfPortsThatTheSwitchDoesNotHaveChangesNothing ) {
                                              "ACL_TABLE": {}, "ACL_RULE": {} })",
                                          "acl.json" ),
                           open(), {} ),
-                 RequestRefused );
+                 QuarraLab::InputErrors );
    EXPECT_EQ( held( *open() ), before );
+}
+
+// Somebody plans, reads the plan, and applies the file then: nothing else may come of it.
+TEST_P( LastingApply, DoesWhatThePlanForItSays ) {
+   std::mt19937 random( 5 );
+   const GroupMap groups = { { "L3", TcamGroupId( 16 ) } }; // wide pools, which run short
+   Rules rules;
+   for ( int round = 0; round < 30; ++round ) {
+      for ( int number = 0; number < 8; ++number ) {
+         const auto rule = ( number % 2 ? "A|R" : "B|R" ) + std::to_string( number );
+         if ( random() % 3 == 0 ) {
+            rules.erase( rule );
+         } else if ( random() % 2 ) {
+            rules[ rule ] = "Ethernet" + std::to_string( 4 * ( random() % 6 ) ) + ",Ethernet" +
+                            std::to_string( 4 * ( random() % 6 ) );
+         }
+      }
+      auto map = round / 10 % 2 ? groups : GroupMap();
+      auto whole = map;
+      std::unique_ptr<Switch> copy = open();
+      whole.merge( GroupMap( defaultGroupMap( copy->agent().variant().generation ) ) );
+      const auto wanted = wantedOf( config( rules ), whole, copy->agent().chip().ports );
+      const auto plan = makePlan( std::move( copy ), wanted );
+      const auto applied = apply( rules, map );
+      ASSERT_EQ( stateDigest( applied->theSwitch() ), plan.stateAfter ) << round;
+      EXPECT_EQ( applied->refused(), plan.count( RuleFate::refused ) );
+      EXPECT_EQ( applied->mismatches().size(), plan.mismatches.size() );
+   }
 }
 
 } // namespace

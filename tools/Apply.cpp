@@ -7,10 +7,13 @@
 #include <fmt/format.h>
 
 #include "agent/RequestChecks.h"
+#include "agent/StoreRefused.h"
 #include "lab/CostModel.h"
 #include "lab/SwitchDir.h"
 #include "lab/TextFile.h"
 #include "lab/Who.h"
+#include "tools/TextTable.h"
+#include "tools/Wanted.h"
 
 namespace QuarraTool {
 
@@ -23,6 +26,31 @@ std::vector<QuarraAgent::ChipPort> chipPortsOf( const AclConfig &config ) {
    }
    return ports;
 }
+
+namespace {
+
+class Counter : public ChangeObserver {
+ public:
+   explicit Counter( const Switch &theSwitch ) : writes_( theSwitch ) {}
+
+   void ends( const ChangeStep &step ) override {
+      ++steps_;
+      // An entry of a port set that is programmed already writes no port words.
+      if ( step.kind == ChangeStep::Kind::install &&
+           portSets_.emplace( step.request.group, step.request.ports ).second ) {
+         writes_.step();
+      }
+   }
+   U64 portWords() const { return writes_.count(); }
+   std::size_t steps() const { return steps_; }
+
+ private:
+   PortWrites writes_;
+   std::set<std::pair<TcamGroupId, std::vector<QuarraModPort>>> portSets_;
+   std::size_t steps_ = 0;
+};
+
+} // namespace
 
 Applied::Applied( AclConfig config, const ChipChoice &choice, const GroupMap &map,
                   std::vector<AclComplaint> complaints )
@@ -44,9 +72,7 @@ Applied::Applied( AclConfig config, std::unique_ptr<Switch> lasting, const Group
 
 void Applied::start() {
    map_.merge( defaultGroupMap( switch_->agent().variant().generation ) );
-   for ( const auto &[ type, group ] : map_ ) {
-      QuarraAgent::RequestChecks::knownGroup( group );
-   }
+   checkGroups( map_ );
    plan();
    install();
    mismatches_ = checkMatches( *switch_ );
@@ -64,35 +90,11 @@ std::size_t Applied::refused() const {
 }
 
 void Applied::plan() {
-   std::map<std::string, QuarraModPort> portOf;
-   for ( const auto &port : switch_->agent().chip().ports ) {
-      portOf.emplace( port.intf, port.port );
-   }
-   for ( const auto &port : config_.ports ) {
-      if ( !portOf.contains( port ) ) {
-         throw QuarraAgent::RequestRefused( "unknownPort",
-                                            fmt::format( "{}: the switch {} has no port {}", config_.file,
-                                                         switch_->dir()->path(), shortName( port ) ) );
-      }
-   }
-   std::map<const void *, std::vector<QuarraModPort>> chipPorts; // by the list of names that rules share
+   auto wanted = wantedOf( config_, map_, switch_->agent().chip().ports );
+   auto request = wanted.begin();
    for ( const auto &table : config_.tables ) {
-      if ( !table.leftOut.empty() ) {
-         continue;
-      }
-      for ( const auto &rule : table.rules ) {
-         PlannedEntry entry{ &table, &rule, {} };
-         entry.request.group = groupOf( table );
-         entry.request.label = table.name + "|" + rule.name;
-         entry.request.rule = RuleId( FeatureGroupType::acl, entry.request.label );
-         auto &ports = chipPorts[ rule.ports.get() ];
-         if ( ports.empty() ) {
-            for ( const auto &name : *rule.ports ) {
-               ports.push_back( portOf.at( name ) );
-            }
-         }
-         entry.request.ports = ports;
-         entries_.push_back( std::move( entry ) );
+      for ( std::size_t i = 0; table.leftOut.empty() && i < table.rules.size(); ++i, ++request ) {
+         entries_.push_back( { &table, &table.rules[ i ], std::move( *request ) } );
       }
    }
 }
@@ -107,33 +109,49 @@ bool Applied::isComplainedAbout( const std::string &label ) const {
 }
 
 void Applied::install() {
-   std::vector<WantedEntry> wanted;
+   WantedEntries wanted;
    wanted.reserve( entries_.size() );
    for ( const auto &entry : entries_ ) {
-      wanted.push_back( { entry.request } );
+      wanted.push_back( entry.request );
    }
-   std::set<std::pair<TcamGroupId, std::vector<QuarraModPort>>> portSets;
-   PortWrites writes( *switch_ );
-   ReconcileOptions options;
-   options.keeps = [ this ]( const std::string &label ) { return isComplainedAbout( label ); };
-   options.installed = [ & ]( const WantedEntry &entry ) {
-      // An entry of a port set that is programmed already writes no port words.
-      if ( portSets.emplace( entry.request.group, entry.request.ports ).second ) {
-         writes.step();
-      }
-   };
-   reconciled_ = reconcile( switch_->agent(), wanted, options );
-   costs_.portWords = writes.count();
-   for ( std::size_t i = 0; i < wanted.size(); ++i ) {
-      auto &entry = entries_[ i ];
-      entry.request.entry = wanted[ i ].request.entry;
-      entry.change = wanted[ i ].change;
-      entry.refusedCode = std::move( wanted[ i ].refusedCode );
-      entry.refusedMessage = std::move( wanted[ i ].refusedMessage );
-      if ( entry.refusedCode.empty() ) {
-         placeOf_.emplace( entry.request.entry, i );
+   const ChangeOptions options{ [ this ]( const std::string &rule ) { return isComplainedAbout( rule ); } };
+   ChangeRun change( switch_->agent(), wanted, options );
+   for ( const auto &rule : change.rules() ) {
+      if ( rule.fate == RuleFate::goes ) {
+         changes_.gone.push_back( switch_->agent().entries().at( *rule.entryBefore ).request );
+      } else if ( rule.wanted ) {
+         entries_[ *rule.wanted ].change = rule.fate;
       }
    }
+   Counter counter( *switch_ );
+   try {
+      change.run( counter );
+   } catch ( const QuarraAgent::StoreRefused &refused ) {
+      throw QuarraAgent::StoreRefused( refused.code(),
+                                       fmt::format( "{}; {} carried out before, and what came of them stays",
+                                                    refused.what(),
+                                                    counted( counter.steps(), "step was", "steps were" ) ) );
+   }
+   costs_.portWords = counter.portWords();
+   for ( const auto &rule : change.rules() ) {
+      if ( rule.wanted ) {
+         tellOutcome( *rule.wanted, rule );
+      }
+   }
+}
+
+void Applied::tellOutcome( std::size_t place, const RuleChange &rule ) {
+   auto &entry = entries_[ place ];
+   entry.request.entry = rule.entryAfter.value_or( 0 );
+   entry.refusedCode = rule.code;
+   entry.refusedMessage = rule.message;
+   if ( rule.fate == RuleFate::refused ) {
+      return;
+   }
+   placeOf_.emplace( entry.request.entry, place );
+   ++( rule.fate == RuleFate::stays   ? changes_.stayed
+       : rule.fate == RuleFate::comes ? changes_.came
+                                      : changes_.changed );
 }
 
 std::string Applied::nameOf( U32 entry ) const {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "acl/ReadAcl.h"
+#include "lab/ChangeRun.h"
 #include "lab/ChipFile.h"
 #include "lab/MatchCheck.h"
-#include "lab/Reconcile.h"
 #include "tools/GroupMap.h"
 
 namespace QuarraTool {
@@ -16,9 +16,17 @@ struct PlannedEntry {
    const AclTable *table;
    const AclRule *rule;
    QuarraAgent::InstallRequest request;
-   EntryFate change = EntryFate::comes;
-   std::string refusedCode = {}; // empty when it is installed
+   RuleFate change = RuleFate::comes; // of one that is refused: as if it were not
+   std::string refusedCode = {};      // empty when it is installed
    std::string refusedMessage = {};
+};
+
+// What was done to the switch's entries.
+struct Changes {
+   std::vector<QuarraAgent::InstallRequest> gone; // what nobody wants any more, by entry
+   std::size_t stayed = 0;
+   std::size_t came = 0; // refused ones are not counted
+   std::size_t changed = 0;
 };
 
 // What the port sets cost, by the three ways to tell an entry its ports.
@@ -48,8 +56,7 @@ class Applied {
 
    // Makes a switch that lasts hold what the configuration says. Entries of an earlier configuration that
    // this one does not have are removed, but for those that complaints are about; entries without a label
-   // stay as they are. Throws RequestRefused ("unknownPort") for ports that the switch does not have, and
-   // StoreRefused.
+   // stay as they are. Throws InputErrors for ports that the switch does not have, and StoreRefused.
    Applied( AclConfig config, std::unique_ptr<Switch> lasting, const GroupMap &map,
             std::vector<AclComplaint> complaints = {} );
 
@@ -57,7 +64,7 @@ class Applied {
    const Switch &theSwitch() const { return *switch_; }
    TcamGroupId groupOf( const AclTable &table ) const;
    const std::vector<PlannedEntry> &entries() const { return entries_; }
-   const Reconciled &reconciled() const { return reconciled_; }
+   const Changes &changes() const { return changes_; }
    bool lasts() const { return switch_->dir(); }
 
    // Of any entry on the switch, by number: "TABLE|RULE" and its table, or "entry 7" where nobody named it.
@@ -73,6 +80,7 @@ class Applied {
    void start();
    void plan();
    void install();
+   void tellOutcome( std::size_t place, const RuleChange &rule );
    bool isComplainedAbout( const std::string &label ) const;
    void count();
 
@@ -82,7 +90,7 @@ class Applied {
    std::unique_ptr<Switch> switch_;
    std::vector<PlannedEntry> entries_;
    std::map<U32, std::size_t> placeOf_; // in entries_, by entry
-   Reconciled reconciled_;
+   Changes changes_;
    std::vector<Mismatch> mismatches_;
    Costs costs_;
 };

@@ -50,6 +50,12 @@ Applied applyOn( const GlobalOptions &global, AclConfig config, const GroupMap &
       return Applied( std::move( config ), global.choice(), map, std::move( complaints ) );
    }
    const auto ports = chipPortsOf( config );
+   if ( !SwitchDir::isThere( *global.switchDir ) ) {
+      auto choice = global.choice();
+      choice.onlySwitchOfProcess = false;
+      const Switch like( choice );
+      checkGroups( map ); // so that no switch is made for a group that it does not have
+   }
    return Applied( std::move( config ), openOrMakeSwitch( global, &ports ), map, std::move( complaints ) );
 }
 

@@ -43,7 +43,7 @@ JsonOut tablesJson( const Applied &applied, const PortsJson &ports ) {
 JsonOut entriesJson( const Applied &applied, const PortsJson &ports ) {
    auto entries = JsonOut::array();
    for ( const auto &entry : applied.entries() ) {
-      JsonOut json = { { "entry", entry.request.entry },
+      JsonOut json = { { "entry", entry.request.entry ? JsonOut( entry.request.entry ) : JsonOut() },
                        { "table", entry.table->name },
                        { "rule", entry.rule->name },
                        { "group", entry.request.group.value() } };
@@ -80,7 +80,7 @@ JsonOut complaintsJson( const Applied &applied ) {
 }
 
 JsonOut changesJson( const Applied &applied ) {
-   const auto &done = applied.reconciled();
+   const auto &done = applied.changes();
    auto gone = JsonOut::array();
    for ( const auto &request : done.gone ) {
       gone.push_back(

@@ -165,11 +165,8 @@ std::string ruleName( const PlannedEntry &entry ) {
    return shortName( entry.table->name ) + "|" + shortName( entry.rule->name );
 }
 
-// Why an entry is refused: the code, and the message without the entry that it begins with.
 std::string causeOf( const PlannedEntry &entry ) {
-   const auto who = fmt::format( "group {} entry {}: ", entry.request.group.value(), entry.request.entry );
-   const auto &message = entry.refusedMessage;
-   return entry.refusedCode + ": " + ( message.starts_with( who ) ? message.substr( who.size() ) : message );
+   return entry.refusedCode + ": " + entry.refusedMessage;
 }
 
 // Entries that are refused for one cause.
@@ -237,7 +234,7 @@ std::string refusedPart( const Applied &applied, bool all, bool colour ) {
 
 // The switch that lasts, before and after: what was done to its entries, and the calls that it took.
 std::string changesPart( const Applied &applied, bool all ) {
-   const auto &done = applied.reconciled();
+   const auto &done = applied.changes();
    auto text = fmt::format( "  {} came, {} changed, {} gone, {} untouched; {}\n", done.came, done.changed,
                             done.gone.size(), done.stayed,
                             counted( applied.theSwitch().chip().calls(), "SDK call", "SDK calls" ) );
@@ -246,14 +243,14 @@ std::string changesPart( const Applied &applied, bool all ) {
          text += fmt::format( "  {}: {}\n", what, shortened( names, all ? names.size() : 8 ) );
       }
    };
-   for ( const auto change : { EntryFate::comes, EntryFate::changes } ) {
+   for ( const auto change : { RuleFate::comes, RuleFate::changes } ) {
       std::vector<std::string> names;
       for ( const auto &entry : applied.entries() ) {
          if ( entry.change == change && entry.refusedCode.empty() ) {
             names.push_back( ruleName( entry ) );
          }
       }
-      list( change == EntryFate::comes ? "came" : "changed", names );
+      list( change == RuleFate::comes ? "came" : "changed", names );
    }
    std::vector<std::string> gone;
    for ( const auto &request : done.gone ) {

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "acl/ConfigRows.h"
+#include "agent/RequestChecks.h"
 #include "lab/TextFile.h"
 
 namespace QuarraTool {
@@ -32,6 +33,12 @@ void addToMap( GroupMap &map, const std::string &text ) {
    }
    if ( !map.emplace( type, QuarraTcam::TcamGroupId( group ) ).second ) {
       throw InputError( fmt::format( "--map {}: type {} is mapped twice", text, type ) );
+   }
+}
+
+void checkGroups( const GroupMap &map ) {
+   for ( const auto &[ type, group ] : map ) {
+      QuarraAgent::RequestChecks::knownGroup( group );
    }
 }
 

@@ -20,4 +20,7 @@ GroupMap defaultGroupMap( const QuarraAgent::Generation &generation );
 // there.
 void addToMap( GroupMap &map, const std::string &text );
 
+// Throws RequestRefused ("unknownGroup") for a group that the switch does not have. There must be a switch.
+void checkGroups( const GroupMap &map );
+
 } // namespace QuarraTool

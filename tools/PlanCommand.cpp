@@ -7,7 +7,6 @@
 
 #include "acl/NaturalOrder.h"
 #include "acl/ReadAcl.h"
-#include "agent/RequestChecks.h"
 #include "lab/Page.h"
 #include "tools/Command.h"
 #include "tools/OpenSwitch.h"
@@ -90,7 +89,7 @@ class Pages {
          }
       }
       for ( const auto &rule : plan.rules ) {
-         if ( rule.fate == PlannedRule::Fate::refused ) {
+         if ( rule.fate == RuleFate::refused ) {
             notes.refused.push_back( { rule.rule, rule.code, rule.message } );
          }
       }
@@ -144,9 +143,7 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
    for ( const auto &text : options.map ) {
       addToMap( map, text );
    }
-   for ( const auto &[ type, group ] : map ) {
-      QuarraAgent::RequestChecks::knownGroup( group );
-   }
+   checkGroups( map );
    map.merge( defaultGroupMap( variant.generation ) );
    fill( *copy, wantedOf( before, map, chip.ports ) );
    const auto wanted = wantedOf( after, map, chip.ports );
@@ -167,7 +164,7 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
    if ( !options.html.empty() ) {
       writeFile( options.html, pageHtml( pages.document() ) );
    }
-   const auto left = plan.count( PlannedRule::Fate::refused );
+   const auto left = plan.count( RuleFate::refused );
    if ( !options.steps.empty() && left == 0 ) {
       writeFile( options.steps, planLines( plan ) );
    } else if ( !options.steps.empty() ) {

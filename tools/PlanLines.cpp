@@ -7,7 +7,7 @@
 namespace QuarraTool {
 namespace {
 
-using Kind = PlanStep::Kind;
+using Kind = ChangeStep::Kind;
 
 JsonOut stepLine( const PlanStep &step ) {
    const auto &request = step.request;

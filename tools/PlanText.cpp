@@ -13,8 +13,8 @@
 namespace QuarraTool {
 namespace {
 
-using Fate = PlannedRule::Fate;
-using Kind = PlanStep::Kind;
+using Fate = RuleFate;
+using Kind = ChangeStep::Kind;
 using Align = TextTable::Align;
 
 constexpr std::size_t someLines = 40; // of steps, of wrong matches

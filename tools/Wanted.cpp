@@ -28,30 +28,31 @@ WantedEntries wantedOf( const AclConfig &config, const GroupMap &map,
    for ( const auto &port : ports ) {
       portOf.emplace( port.intf, port.port );
    }
-   std::map<const void *, std::vector<QuarraModPort>> lists; // by the list of names that rules share
    std::vector<std::string> wrong;
+   for ( const auto &name : config.ports ) {
+      if ( !portOf.contains( name ) ) {
+         wrong.push_back( fmt::format( "{}: port \"{}\" is not on the switch", config.file, name ) );
+      }
+   }
+   if ( !wrong.empty() ) {
+      throw InputErrors( wrong );
+   }
+   std::map<const void *, std::vector<QuarraModPort>> lists; // by the list of names that rules share
    WantedEntries wanted;
    for ( const auto &table : config.tables ) {
-      for ( const auto &rule : table.leftOut.empty() ? table.rules : std::vector<AclRule>() ) {
+      if ( !table.leftOut.empty() ) {
+         continue;
+      }
+      for ( const auto &rule : table.rules ) {
          auto [ item, isNew ] = lists.try_emplace( rule.ports.get() );
          for ( std::size_t i = 0; isNew && i < rule.ports->size(); ++i ) {
-            const auto &name = ( *rule.ports )[ i ];
-            const auto port = portOf.find( name );
-            if ( port != portOf.end() ) {
-               item->second.push_back( port->second );
-            } else {
-               wrong.push_back( fmt::format( "{}: {}: port \"{}\" is not on the switch", config.file,
-                                             ruleName( table, rule ), name ) );
-            }
+            item->second.push_back( portOf.at( ( *rule.ports )[ i ] ) );
          }
          wanted.push_back( { .group = groupOf( table, map ),
                              .ports = item->second,
                              .rule = RuleId( FeatureGroupType::acl, ruleName( table, rule ) ),
                              .label = ruleName( table, rule ) } );
       }
-   }
-   if ( !wrong.empty() ) {
-      throw InputErrors( wrong );
    }
    return wanted;
 }

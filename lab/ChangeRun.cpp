@@ -1,0 +1,212 @@
+#include "lab/ChangeRun.h"
+
+#include <algorithm>
+#include <limits>
+#include <ranges>
+
+#include <fmt/format.h>
+
+#include "agent/StoreRefused.h"
+#include "lab/Who.h"
+
+namespace QuarraLab {
+
+using namespace QuarraTcam;
+using QuarraAgent::Entry;
+using QuarraAgent::InstallRequest;
+using QuarraAgent::RequestRefused;
+using QuarraAgent::TcamAgent;
+using QuarraCentral::QuarraModPort;
+using Kind = ChangeStep::Kind;
+
+bool isOfType( TcamGroupId group, ClassIdType type ) {
+   const auto item = classIdTcamGroupsInfo.find( group );
+   return item != classIdTcamGroupsInfo.end() && item->second->classIdType() == type;
+}
+
+std::string_view stringValue( RuleFate fate ) {
+   constexpr std::string_view words[] = { "stays", "changes", "comes", "goes", "refused" };
+   return words[ static_cast<std::size_t>( fate ) ];
+}
+
+std::string_view stringValue( ChangeStep::Kind kind ) {
+   constexpr std::string_view words[] = { "createGroup", "deleteGroup", "install", "remove" };
+   return words[ static_cast<std::size_t>( kind ) ];
+}
+
+namespace {
+
+// A message begins with the entry, whose number nobody chose and nothing has.
+std::string withoutEntry( const std::string &message, const InstallRequest &request ) {
+   const auto entry = fmt::format( "group {} entry {}: ", request.group.value(), request.entry );
+   return message.starts_with( entry ) ? message.substr( entry.size() ) : message;
+}
+
+} // namespace
+
+bool isOfConfiguration( const InstallRequest &request ) {
+   return !request.label.empty();
+}
+
+bool mustBeCreated( const TcamAgent &agent, TcamGroupId group ) {
+   return isOfType( group, ClassIdType::aclGroupFixedWidth ) &&
+          !agent.manager().classIdTcamGroupStatusHas( group );
+}
+
+ChangeRun::PortSet ChangeRun::portSetOf( const InstallRequest &request ) {
+   PortSet portSet( request.group, request.ports );
+   if ( !std::ranges::is_sorted( portSet.second ) ) {
+      std::ranges::sort( portSet.second );
+   }
+   return portSet;
+}
+
+bool ChangeRun::asksTheSame( const InstallRequest &one, const InstallRequest &other ) {
+   return one.ethernet == other.ethernet && one.rule == other.rule &&
+          ( ( one.group == other.group && one.ports == other.ports ) ||
+            portSetOf( one ) == portSetOf( other ) );
+}
+
+const ClassIdRequestStatus *ChangeRun::requestOf( U32 entry ) const {
+   const auto &installed = agent_.entries().at( entry );
+   const auto &group = agent_.manager().classIdTcamGroupStatus( installed.request.group );
+   return group->requestStatus( installed.key ).get();
+}
+
+ChangeRun::ChangeRun( TcamAgent &agent, const WantedEntries &wanted, const ChangeOptions &options )
+   : agent_( agent ), wanted_( wanted ), options_( options ) {
+   if ( !agent_.entries().empty() ) {
+      lastEntry_ = std::ranges::max( agent_.entries() | std::views::keys );
+   }
+   pairUp();
+}
+
+std::size_t ChangeRun::addRule( const InstallRequest *before, std::optional<std::size_t> wanted ) {
+   RuleChange rule;
+   rule.wanted = wanted;
+   rule.rule = ruleOf( before ? *before : wanted_[ *wanted ] );
+   rule.fate = before ? RuleFate::stays : RuleFate::comes;
+   if ( before ) {
+      rule.entryBefore = before->entry;
+   }
+   rules_.push_back( std::move( rule ) );
+   return rules_.size() - 1;
+}
+
+// A rule may be there twice: a process died between the new entry and the end of the old one.
+void ChangeRun::pairUp() {
+   std::multimap<std::string, const InstallRequest *> installed;
+   for ( const auto &[ id, entry ] : agent_.entries() ) {
+      const auto rule = ruleOf( entry.request );
+      if ( isOfConfiguration( entry.request ) && !( options_.keeps && options_.keeps( rule ) ) ) {
+         installed.emplace( rule, &entry.request );
+      } else {
+         addRule( &entry.request, {} );
+      }
+   }
+   std::vector<std::size_t> changed;
+   for ( std::size_t i = 0; i < wanted_.size(); ++i ) {
+      const auto &request = wanted_[ i ];
+      wantedGroups_.insert( request.group );
+      const auto [ first, last ] = installed.equal_range( ruleOf( request ) );
+      if ( first == last ) {
+         comers_.push_back( { addRule( nullptr, i ), request } );
+         continue;
+      }
+      const auto same = std::find_if(
+         first, last, [ & ]( const auto &item ) { return asksTheSame( *item.second, request ); } );
+      const auto old = same == last ? first : same;
+      const auto rule = addRule( old->second, i );
+      if ( same == last ) {
+         changed.push_back( rule );
+      }
+      installed.erase( old );
+   }
+   bundleUp( changed );
+   std::map<U32, const InstallRequest *> rest;
+   for ( const auto &[ rule, request ] : installed ) {
+      rest.emplace( request->entry, request );
+   }
+   for ( const auto &[ entry, request ] : rest ) {
+      goers_.push_back( addRule( request, {} ) );
+      rules_.back().fate = RuleFate::goes;
+   }
+}
+
+void ChangeRun::bundleUp( const std::vector<std::size_t> &changed ) {
+   std::map<const ClassIdRequestStatus *, std::size_t> places;
+   for ( const auto index : changed ) {
+      auto &rule = rules_[ index ];
+      rule.fate = RuleFate::changes;
+      const auto [ item, isNew ] = places.emplace( requestOf( *rule.entryBefore ), bundles_.size() );
+      if ( isNew ) {
+         bundles_.emplace_back();
+      }
+      auto &bundle = bundles_[ item->second ];
+      bundle.wishes.push_back( { index, wanted_[ *rule.wanted ] } );
+      bundle.old.push_back( agent_.entries().at( *rule.entryBefore ).request );
+   }
+}
+
+// ---- The steps
+
+bool ChangeRun::install( Wish &wish ) {
+   auto &rule = rules_[ wish.rule ];
+   const auto portSet = portSetOf( wish.request );
+   if ( const auto known = roomless_.find( portSet ); known != roomless_.end() ) {
+      std::tie( rule.code, rule.message ) = known->second;
+      return false;
+   }
+   try {
+      if ( mustBeCreated( agent_, wish.request.group ) ) {
+         createGroup( wish.request.group );
+      }
+      installOrThrow( wish );
+      return true;
+   } catch ( const QuarraAgent::StoreRefused & ) {
+      throw; // nothing more can be done
+   } catch ( const RequestRefused &refused ) {
+      rule.code = refused.code();
+      rule.message = withoutEntry( refused.what(), wish.request );
+      if ( refused.code() == "noRoom" ) {
+         roomless_.emplace( portSet, std::pair( rule.code, rule.message ) );
+      } else {
+         wish.refused = true;
+      }
+      return false;
+   }
+}
+
+void ChangeRun::installOrThrow( Wish &wish ) {
+   U32 entry = lastEntry_;
+   do {
+      entry = entry == std::numeric_limits<U32>::max() ? 1 : entry + 1;
+   } while ( agent_.entries().contains( entry ) );
+   wish.request.entry = entry;
+   const ChangeStep step{ Kind::install, wish.request };
+   observer_->begins( step, wish.rule );
+   agent_.install( wish.request );
+   lastEntry_ = entry;
+   wish.installed = true;
+   rules_[ wish.rule ].entryAfter = entry;
+   observer_->ends( step );
+}
+
+void ChangeRun::remove( std::size_t rule ) {
+   const auto entry = *rules_[ rule ].entryBefore;
+   const ChangeStep step{ Kind::remove, agent_.entries().at( entry ).request };
+   observer_->begins( step, {} );
+   agent_.remove( step.request.group, entry );
+   leftGroups_.insert( step.request.group );
+   roomless_.clear();
+   observer_->ends( step );
+}
+
+void ChangeRun::createGroup( TcamGroupId group ) {
+   const ChangeStep step{ Kind::createGroup, { .group = group } };
+   observer_->begins( step, {} );
+   agent_.createGroup( group );
+   observer_->ends( step );
+}
+
+} // namespace QuarraLab
