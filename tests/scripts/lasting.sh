@@ -62,13 +62,13 @@ done
 
 switch=(--switch "$folder/sdk6")
 run "another variant" 2 'storeOfAnother: .*its variant is sdk6, --variant says hsdk' "$tool" usage "${switch[@]}" --variant hsdk
-echo '{"variant":"sdk6","ports":[2,3,20]}' >"$folder/chip"
-run "other ports of a chip" 2 'its ports are not those that --chip says; Port1, Port4, .* and [0-9]+ more only on the switch; Port20 only there' \
-   "$tool" usage "${switch[@]}" --chip "$folder/chip"
 run "other ports" 2 'unknownPort: ' "$tool" apply scenarios/campus48.json "${switch[@]}"
 run "none there" 5 'storeMissing: ' "$tool" usage --switch "$folder/none"
 run "no switch named" 2 '--switch DIR is missing' "$tool" audit
 run "cold without a switch" 2 '--switch DIR is missing' "$tool" apply scenarios/pods16.json --cold
+echo '{"variant":"sdk6","ports":[2,3,20]}' >"$folder/chip"
+run "other ports of a chip" 2 'its ports are not those that --chip says; Port1, Port4, .* and [0-9]+ more only on the switch; Port20 only there' \
+   "$tool" usage "${switch[@]}" --chip "$folder/chip"
 mkfifo "$folder/pipe"
 "$tool" batch - "${switch[@]}" <"$folder/pipe" >/dev/null & holder=$!
 exec 7>"$folder/pipe"
