@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <set>
 #include <utility>
 
 #include <fmt/format.h>
@@ -30,12 +31,35 @@ std::string coverText( const Names &ports ) {
                                      : fmt::format( "covers {} only", joinNames( ports ) );
 }
 
-bool same( const std::string &left, const std::string &right ) {
-   return left == right;
+// What the first says otherwise than the second, "" when they agree.
+std::string difference( const std::string &here, const std::string &there ) {
+   return here == there ? "" : fmt::format( "\"{}\" here, \"{}\" there", here, there );
 }
 
-bool same( const NameList &left, const NameList &right ) {
-   return left.names == right.names;
+// Names that only the first list has; their order and "" say nothing.
+Names onlyIn( const Names &list, const Names &other ) {
+   std::set<std::string, NaturalLess> names( list.begin(), list.end() );
+   names.erase( "" );
+   std::ranges::for_each( other, [ & ]( const std::string &name ) { names.erase( name ); } );
+   return { names.begin(), names.end() };
+}
+
+std::string someOf( Names names ) {
+   constexpr std::size_t most = 8;
+   const std::size_t more = names.size() > most ? names.size() - most : 0;
+   if ( more ) {
+      names.resize( most );
+      names.push_back( fmt::format( "{} more", more ) );
+   }
+   return joinNames( names );
+}
+
+std::string difference( const NameList &here, const NameList &there ) {
+   const Names added = onlyIn( here.names, there.names );
+   const Names missing = onlyIn( there.names, here.names );
+   const std::string first = added.empty() ? "" : someOf( added ) + " only here";
+   const std::string second = missing.empty() ? "" : someOf( missing ) + " only there";
+   return first + ( first.empty() || second.empty() ? "" : ", " ) + second;
 }
 
 std::string emptyGroupsText( const Names &groups ) {
@@ -155,8 +179,9 @@ void Assembler::merge( const DraftTable &more ) {
    const auto take = [ & ]( auto &mine, const auto &other, const char *what ) {
       if ( !mine ) {
          mine = other;
-      } else if ( other && !same( *other, *mine ) ) {
-         complaints_.add( more.place, fmt::format( "the {} is not what {} says", what, *table.place.file ),
+      } else if ( const auto text = other ? difference( *other, *mine ) : ""; !text.empty() ) {
+         complaints_.add( more.place,
+                          fmt::format( "the {} is not what {} says: {}", what, *table.place.file, text ),
                           { more.name, "" } );
       }
    };

@@ -5,7 +5,7 @@
 
 namespace QuarraAcl {
 
-bool isJsonPatch( const Json &root );
+bool isJsonPatch( const Json &root ); // an empty list, too: it changes nothing
 
 // Applies the operations in order, all or nothing: the first that cannot be is a fatal complaint, and `document` stays
 // as it was. Neither is too deep.

@@ -33,14 +33,14 @@ class AclReader {
  public:
    explicit AclReader( std::optional<AclFormat> format ) : format_( format ) {}
 
-   // `file` outlives the reader.
-   void addText( const std::string &file, const std::string &text );
+   // `file` outlives the reader. `mayBeChanged`: a forced format of a change need not be this one's.
+   void addText( const std::string &file, const std::string &text, bool mayBeChanged = true );
    void addJson( const std::string &file, Json json, std::vector<Complaint> repeated,
                  std::optional<AclFormat> format );
    AclReading read( const std::string &files );
 
  private:
-   std::optional<AclFormat> formatOf( const Json &json ) const;
+   std::optional<AclFormat> formatOf( const Json &json, bool mayBeChanged ) const;
    void change( const Document &change );
    void draft( const Document &document );
 
@@ -91,17 +91,21 @@ std::string formatNames() {
    return fmt::format( "{}", fmt::join( names, ", " ) );
 }
 
-std::optional<AclFormat> AclReader::formatOf( const Json &json ) const {
+std::optional<AclFormat> AclReader::formatOf( const Json &json, bool mayBeChanged ) const {
    const auto *found =
       std::ranges::find_if( recognisers, [ & ]( const auto &one ) { return one.second( json ); } );
-   return format_ ? format_ : found == std::end( recognisers ) ? std::nullopt : std::optional( found->first );
+   const bool isForced = format_ && !( mayBeChanged && rowOf( *format_ ).isChange &&
+                                       !json.is_array() ); // every change is a list
+   return isForced                           ? format_
+          : found == std::end( recognisers ) ? std::nullopt
+                                             : std::optional( found->first );
 }
 
-void AclReader::addText( const std::string &file, const std::string &text ) {
+void AclReader::addText( const std::string &file, const std::string &text, bool mayBeChanged ) {
    std::vector<Complaint> repeated;
    try {
       Json json = parseJson( text, repeated );
-      const auto format = formatOf( json );
+      const auto format = formatOf( json, mayBeChanged );
       addJson( file, std::move( json ), std::move( repeated ), format );
    } catch ( const Complaint &complaint ) {
       for ( const Complaint &one : repeated ) {
@@ -271,7 +275,9 @@ AclReading readSources( const std::vector<std::string> &sources, std::vector<std
       if ( isRedis( sources[ i ] ) ) {
          reader.addJson( files[ i ], readRedis( sources[ i ] ), {}, AclFormat::configDb );
       } else {
-         reader.addText( files[ i ], i < unread ? readText( sources[ i ] ) : texts[ i - unread ] );
+         const bool isRead = i >= unread;
+         reader.addText( files[ i ], isRead ? texts[ i - unread ] : readText( sources[ i ] ),
+                         !isRead || i + 1 < sources.size() );
       }
    }
    return reader.read( joined( files ) );

@@ -52,12 +52,12 @@ struct AclText {
 // Reads one configuration from several sources: ports and bindings may stand in one, rules in another; a change is
 // applied to the configuration before it. A source is a file, "-" for standard input, or a Redis database
 // ("redis://HOST[:PORT][/DB]", "redis+unix://PATH[?db=DB]", the path of a socket). `format` forces the format of all of
-// them. Throws InputError when one cannot be read at all; what is wrong in them comes back as complaints.
+// them; one of a change that of the changes only, and what they change is told by its content. Throws InputError when one cannot be read at all; what is wrong in them comes back as complaints.
 AclReading readAcl( const std::vector<std::string> &sources, std::optional<AclFormat> format = {} );
 AclReading parseAcl( const std::vector<AclText> &texts, std::optional<AclFormat> format = {} );
 
 // The configuration that sources make of one before: alone, or where the first of them is a change (a patch, row
-// operations), together with those before.
+// operations), together with those before. The last source is of the forced format, if there is one.
 AclReading readChangedAcl( const std::vector<std::string> &before, const std::vector<std::string> &sources,
                            std::optional<AclFormat> format = {} );
 

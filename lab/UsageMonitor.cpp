@@ -25,16 +25,18 @@ std::string perfData( const Level &level, double warnPercent, double critPercent
                        critPercent );
 }
 
-// A label's value: a backslash, a quote and a line's end are written with a backslash.
+// A label's value: a backslash, a quote and a line's end are written with a backslash, and these three are all that
+// the format knows of. What else terminals obey, and what is no UTF-8, becomes the text that reports have for it.
 std::string labelValue( std::string_view text ) {
    std::string escaped;
-   for ( const char c : text ) {
-      if ( c == '\n' ) {
-         escaped += "\\n";
-      } else {
+   while ( !text.empty() ) {
+      const auto line = text.substr( 0, text.find( '\n' ) );
+      for ( const char c : oneLine( std::string( line ) ) ) {
          escaped += c == '"' || c == '\\' ? "\\" : "";
          escaped += c;
       }
+      escaped += line.size() < text.size() ? "\\n" : "";
+      text.remove_prefix( std::min( line.size() + 1, text.size() ) );
    }
    return escaped;
 }

@@ -164,8 +164,10 @@ std::vector<U32> entriesNamed( const Switch &theSwitch, const std::string &what 
    if ( entries.empty() && !what.empty() ) {
       throw QuarraAgent::RequestRefused(
          "unknownEntry",
-         fmt::format( "\"{}\" is no installed entry, table or rule; the switch has {} entries", what,
-                      theSwitch.agent().entries().size() ) );
+         fmt::format(
+            "\"{}\" is no number of an installed entry, no table, TABLE|RULE or rule; the switch has "
+            "{} entries",
+            what, theSwitch.agent().entries().size() ) );
    }
    return entries;
 }

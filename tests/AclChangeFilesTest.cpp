@@ -1,3 +1,5 @@
+#include <optional>
+
 #include <gtest/gtest.h>
 
 #include "tests/AclSummary.h"
@@ -37,43 +39,66 @@ TEST( AclPatch, ChangesAConfigurationHoweverItIsWritten ) {
 TEST( AclPatch, ThatCannotBeAppliedIsRefusedAsAWhole ) {
    const std::pair<const char *, const char *> cases[] = {
       { R"({"op":"test","path":"/ACL_RULE/T|R/PRIORITY","value":9})",
-        "the test fails: /ACL_RULE/T|R/PRIORITY is something else" },
-      { R"({"op":"test","path":"/ACL_RULE/T|X","value":{}})", "the test fails: /ACL_RULE/T|X is not there" },
-      { R"({"op":"remove","path":"/ACL_RULE/T|X"})", "key 'T|X' not found" },
-      { R"({"op":"replace","path":"/ACL_RULE/T|X","value":{}})", "key 'T|X' not found" },
-      { R"({"op":"add","path":"/NO/T|X","value":{}})", "key 'NO' not found" },
+        " (test): the test fails: /ACL_RULE/T|R/PRIORITY is something else" },
+      { R"({"op":"test","path":"/ACL_RULE/T|X","value":{}})",
+        " (test): the test fails: /ACL_RULE/T|X is not there" },
+      { R"({"op":"test","path":"/NO/T|X","value":{}})", " (test): /NO is not there" },
+      { R"({"op":"remove","path":"/ACL_RULE/T|X"})", " (remove): /ACL_RULE/T|X is not there" },
+      { R"({"op":"remove","path":"/ACL_RULE/T~1X/y"})", " (remove): /ACL_RULE/T~1X is not there" },
+      { R"({"op":"replace","path":"/ACL_RULE/T|X","value":{}})", " (replace): /ACL_RULE/T|X is not there" },
+      { R"({"op":"add","path":"/NO/T|X","value":{}})", " (add): /NO is not there" },
       { R"({"op":"add","path":"/ACL_TABLE/T/type/x","value":{}})",
-        "/ACL_TABLE/T/type is neither an object nor a list" },
-      { R"({"op":"remove","path":"/ACL_TABLE/T/type/x"})",
-        "/ACL_TABLE/T/type is neither an object nor a list" },
-      { R"({"op":"add","path":"/ACL_TABLE/T/ports/3","value":"E8"})", "array index 3 is out of range" },
-      { R"({"op":"remove","path":"/ACL_TABLE/T/ports/-"})", "array index '-' (2) is out of range" },
+        " (add): /ACL_TABLE/T/type is neither an object nor a list" },
+      { R"({"op":"remove","path":"/ACL_TABLE/T/type/x/y"})",
+        " (remove): /ACL_TABLE/T/type is neither an object nor a list" },
+      { R"({"op":"add","path":"/ACL_TABLE/T/ports/3","value":"E8"})",
+        " (add): /ACL_TABLE/T/ports/3: array index 3 is out of range" },
+      { R"({"op":"remove","path":"/ACL_TABLE/T/ports/-"})",
+        " (remove): /ACL_TABLE/T/ports/-: array index '-' (2) is out of range" },
       { R"({"op":"add","path":"/ACL_TABLE/T/ports/01","value":"E8"})",
-        "parse error: array index '01' must not begin with '0'" },
-      { R"({"op":"move","from":"/ACL_TABLE","path":"/ACL_TABLE/T"})", "what is moved cannot go into itself" },
-      { R"({"op":"copy","from":"/X","path":"/ACL_TABLE/T"})", "key 'X' not found" },
-      { R"({"op":"remove","path":""})", "the whole configuration cannot be removed" },
+        " (add): /ACL_TABLE/T/ports/01: parse error: array index '01' must not begin with '0'" },
+      { R"({"op":"move","from":"/ACL_TABLE","path":"/ACL_TABLE/T"})",
+        " (move): what is moved cannot go into itself" },
+      { R"({"op":"move","from":"/ACL_TABLE/X","path":"/ACL_TABLE/Y"})",
+        " (move): /ACL_TABLE/X is not there" },
+      { R"({"op":"copy","from":"/X","path":"/ACL_TABLE/T"})", " (copy): /X is not there" },
+      { R"({"op":"remove","path":""})", " (remove): the whole configuration cannot be removed" },
       { R"({"op":"add","path":"ACL_TABLE","value":1})",
-        "parse error at byte 1: JSON pointer must be empty or begin with '/' - was: 'ACL_TABLE'" },
+        " (add): parse error at byte 1: JSON pointer must be empty or begin with '/' - was: 'ACL_TABLE'" },
       { R"({"op":"add","path":"/a~2","value":1})",
-        "parse error: escape character '~' must be followed with '0' or '1'" },
-      { R"({"op":"add","path":"/ACL_TABLE/X"})", "expected a \"value\"" },
-      { R"({"op":"add","value":1})", "expected \"path\" with a path such as /ACL_RULE/DATAACL|RULE_1" },
+        " (add): parse error: escape character '~' must be followed with '0' or '1'" },
+      { R"({"op":"add","path":"/ACL_TABLE/X"})", " (add): expected a \"value\"" },
+      { R"({"op":"add","value":1})",
+        " (add): expected \"path\" with a path such as /ACL_RULE/DATAACL|RULE_1" },
       { R"({"op":"merge","path":"/ACL_TABLE"})",
-        "expected \"op\" with add, remove, replace, move, copy or test" },
-      { "7", "expected an object, got a number" },
+        ": expected \"op\" with add, remove, replace, move, copy or test" },
+      { "7", ": expected an object, got a number" },
    };
    for ( const auto &[ operation, message ] : cases ) {
       const auto reading =
          parseAcl( { { "f", nested },
                      { "c", R"([{"op":"remove","path":"/VLAN"},)" + std::string( operation ) + "]" } } );
       EXPECT_FALSE( reading.usable() ) << operation;
-      EXPECT_EQ( reading.complaints.front().text(), fmt::format( "c: [1]: {}", message ) );
+      EXPECT_EQ( reading.complaints.front().text(), fmt::format( "c: [1]{}", message ) );
    }
    EXPECT_EQ( changed( R"([{"op":"remove","path":"/PORT"}])", nested ),
               "f: a patch needs a configuration before it" );
    EXPECT_EQ( changed( nested, R"([{"op":"replace","path":"","value":7}])" ).substr( 0, 39 ),
               "c: leaves a number of the configuration" );
+}
+
+// An empty list was of no format that is read.
+TEST( AclChange, ThatIsAnEmptyListChangesNothing ) {
+   const std::optional<AclFormat> formats[] = { std::nullopt, AclFormat::jsonPatch,
+                                                AclFormat::rowOperations };
+   for ( const auto format : formats ) {
+      for ( const auto &configuration : { nested, dumped } ) {
+         const auto reading = parseAcl( { { "f", configuration }, { "c", " [ ] " } }, format );
+         EXPECT_EQ( summary( reading.config ), answerTo( configuration ) );
+         EXPECT_TRUE( reading.good() );
+      }
+   }
+   EXPECT_EQ( answerTo( "[]" ), "f: a patch needs a configuration before it" );
 }
 
 TEST( AclPatch, AlsoChangesAConfigurationOfAnotherFormat ) {
@@ -113,22 +138,6 @@ TEST( AclRowOperations, ThatAreNotUnderstoodAreToldAndLeftOut ) {
       "list" );
    EXPECT_EQ( changed( R"({"acls":{}})", R"([{"ACL_RULE|T|R":{},"OP":"SET"}])" ),
               "c: rows need a config_db.json before them" );
-}
-
-// A file of RFC 8519 under --format openconfig was read as no rules, with exit code 0.
-TEST( AclFormats, ForcedUponAFileOfAnotherAreRefused ) {
-   const auto told = []( const char *text, AclFormat format ) {
-      const auto reading = parseAcl( { { "f", text } }, format );
-      return reading.usable() ? "taken" : reading.complaints.front().text();
-   };
-   EXPECT_EQ( told( R"({"acls":{}})", AclFormat::openConfig ),
-              "f: expected what the format openconfig has, got an object without it" );
-   EXPECT_EQ( told( R"({"ACL_TABLE":{}})", AclFormat::rfc8519 ),
-              "f: expected what the format rfc8519 has, got an object without it" );
-   EXPECT_EQ( told( R"([{"OP":"SET"}])", AclFormat::jsonPatch ),
-              "f: expected what the format json-patch has, got a list without it" );
-   EXPECT_EQ( told( R"({"acls":{}})", AclFormat::configDb ), "f: expected a table ACL_TABLE" );
-   EXPECT_EQ( told( R"({"acls":{}})", AclFormat::rfc8519 ), "taken" );
 }
 
 // To copy or compare a document nested endlessly would exhaust the stack.

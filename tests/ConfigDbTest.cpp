@@ -330,21 +330,6 @@ TEST( ConfigDbFaults, AreListedUpToAHundred ) {
    EXPECT_EQ( lines.back(), "and 5 more" );
 }
 
-TEST( ConfigDbFiles, MayEachHoldAPart ) {
-   const AclText ports = { "ports",
-                           R"({"PORT":{"E0":{},"E4":{}},"ACL_TABLE":{"T":{"type":"L3","ports":["E0"]}}})" };
-   const AclText rules = { "rules", R"({"ACL_RULE":{"T|R":{"PRIORITY":"5"}},"ACL_TABLE|T":{"type":"l3"}})" };
-   EXPECT_EQ( summary( parseAcl( { ports, rules } ).config ), "T L3 on E0; T|R 5 on E0" );
-   EXPECT_EQ( summary( parseAcl( { rules, ports } ).config ), "T L3 on E0; T|R 5 on E0" );
-   const AclText other = {
-      "other", R"({"ACL_RULE":{"T|R":{"PRIORITY":"6"}},"ACL_TABLE|T":{"type":"L3V6","ports":"E4"}})"
-   };
-   EXPECT_EQ( complaintLines( parseAcl( { ports, rules, other } ).complaints ),
-              ( Names{ "other: ACL_TABLE|T: the type is not what ports says",
-                       "other: ACL_TABLE|T: the list of ports is not what ports says",
-                       "other: ACL_RULE|T|R: the rule is in rules, too" } ) );
-}
-
 TEST( ConfigDbHarm, DeepNestingEndsInAnAnswer ) {
    constexpr std::size_t depth = 200'000;
    const std::string tooDeep = ": lists and objects stand more than 100 deep";

@@ -183,6 +183,10 @@ TEST_F( UsageTest, ANameCannotBreakTheLinesForPrometheus ) {
    const auto text = prometheusText( theSwitch, usageOf( theSwitch ) );
    EXPECT_THAT( text, HasSubstr( R"(table="A\"B\\C"} 1)" ) );
    EXPECT_THAT( text, HasSubstr( "# TYPE quarra_tcam_space_bits gauge\n" ) );
+   auto usage = usageOf( theSwitch );
+   usage.tables.front().table = "\a\nB\x1b[2J\n\xff";
+   EXPECT_THAT( prometheusText( theSwitch, usage ), HasSubstr( R"(table="\\x07\nB\\x1b[2J\n\\xff"})" ) )
+      << "the format has \\n, \\\\ and \\\" only";
    EXPECT_THAT( text, HasSubstr( "space=\"aclGroupFlexibleWidth\"} 64\n" ) );
 }
 

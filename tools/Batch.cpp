@@ -193,6 +193,11 @@ JsonOut Batch::expect( JsonFields &fields ) {
       }
       return JsonOut::object();
    }
+   if ( !fields.has( "entry" ) ) {
+      throw RequestRefused( "missingField",
+                            fields.place() +
+                               R"(: expected "state", or "entry", "offset", "width" and "classId")" );
+   }
    const U32 entry = fields.number( "entry", 1, maxEntry );
    const U32 offset = fields.number( "offset", 0, 255 );
    const U32 width = fields.number( "width", 1, 255 );

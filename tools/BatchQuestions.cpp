@@ -25,22 +25,32 @@ QuarraModPort portOf( JsonFields &fields, const Switch &theSwitch ) {
    return port;
 }
 
+std::vector<U32> entriesAskedFor( JsonFields &fields, const Switch &theSwitch ) {
+   if ( fields.has( "entry" ) && fields.has( "of" ) ) {
+      throw RequestRefused( "badField", fields.place() + ": expected \"entry\" or \"of\", got both" );
+   }
+   if ( fields.has( "entry" ) ) {
+      return { fields.number( "entry", 1, maxEntry ) };
+   }
+   const auto of = fields.optionalText( "of" ).value_or( "" );
+   try {
+      return entriesNamed( theSwitch, of );
+   } catch ( const RequestRefused &refused ) {
+      throw RequestRefused( refused.code(), fmt::format( "{}.of: {}", fields.place(), refused.what() ) );
+   }
+}
+
 } // namespace
 
 JsonOut Batch::why( JsonFields &fields ) {
    const auto port = portOf( fields, theSwitch() );
-   std::vector<U32> entries;
-   if ( fields.has( "entry" ) ) {
-      entries = { fields.number( "entry", 1, maxEntry ) };
-   } else {
-      entries = entriesNamed( theSwitch(), fields.optionalText( "of" ).value_or( "" ) );
-   }
+   const auto entries = entriesAskedFor( fields, theSwitch() );
    fields.finish();
    return portReportJson( theSwitch(), explainPort( theSwitch(), port, entries ) );
 }
 
 JsonOut Batch::who( JsonFields &fields ) {
-   if ( fields.has( "space" ) ) {
+   if ( fields.has( "space" ) || fields.has( "bit" ) ) {
       const auto name = fields.text( "space" );
       const U32 bit = fields.number( "bit", 0, 255 );
       fields.finish();
@@ -50,6 +60,10 @@ JsonOut Batch::who( JsonFields &fields ) {
       const auto table = fields.text( "table" );
       fields.finish();
       return tableReportJson( theSwitch(), whoHoldsForTable( theSwitch(), table ) );
+   }
+   if ( !fields.has( "port" ) ) {
+      throw RequestRefused( "missingField",
+                            fields.place() + R"(: expected "space" and "bit", "table", or "port")" );
    }
    const auto port = portOf( fields, theSwitch() );
    fields.finish();

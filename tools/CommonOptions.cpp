@@ -18,8 +18,9 @@ const CommonOptionRow rows[] = {
    { CommonOption::chip, "--chip", "Chip file: a JSON object that changes the variant's default chip", "FILE",
      false, []( GlobalOptions &global, const std::string &value ) { global.chipFile = value; } },
    { CommonOption::switchDir, "--switch",
-     "A switch that lasts: its directory, made with its first use as --variant and --chip say", "DIR", false,
-     []( GlobalOptions &global, const std::string &value ) { global.switchDir = value; } },
+     "A switch that lasts: its directory. apply and batch make it with its first use, as --variant and "
+     "--chip say",
+     "DIR", false, []( GlobalOptions &global, const std::string &value ) { global.switchDir = value; } },
    { CommonOption::sync, "--sync", "With --switch: every change survives a loss of power, too", nullptr, true,
      []( GlobalOptions &global, const std::string & ) { global.sync = true; } },
    { CommonOption::cold, "--cold",

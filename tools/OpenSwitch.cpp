@@ -1,7 +1,9 @@
 #include "tools/OpenSwitch.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
 
 #include <fmt/format.h>
 
@@ -52,6 +54,30 @@ std::vector<QuarraCentral::QuarraModPort> portsOf( const ChipConfig &chip ) {
    return ports;
 }
 
+// The ports of `of` that are not in the list.
+std::vector<QuarraCentral::QuarraModPort> missing( std::vector<QuarraCentral::QuarraModPort> in,
+                                                   std::vector<QuarraCentral::QuarraModPort> of ) {
+   std::sort( in.begin(), in.end() );
+   std::sort( of.begin(), of.end() );
+   std::vector<QuarraCentral::QuarraModPort> ports;
+   std::set_difference( of.begin(), of.end(), in.begin(), in.end(), std::back_inserter( ports ) );
+   return ports;
+}
+
+// "; Port3, Port4 only on the switch", "" without ports.
+std::string portsText( const std::vector<QuarraCentral::QuarraModPort> &ports, const char *where ) {
+   constexpr std::size_t most = 8;
+   std::string text;
+   for ( std::size_t i = 0; i < std::min( ports.size(), most ); ++i ) {
+      text += ( i ? ", " : "; " ) + QuarraAgent::portName( ports[ i ] );
+   }
+   return ports.empty()
+             ? text
+             : fmt::format( "{}{} only {}", text,
+                            ports.size() > most ? fmt::format( " and {} more", ports.size() - most ) : "",
+                            where );
+}
+
 // A chip that nobody gave ports has those of its profile.
 void checkSame( const std::string &path, const ChipChoice &is, const ChipChoice &asked,
                 const std::string &what, bool withPorts ) {
@@ -70,7 +96,9 @@ void checkSame( const std::string &path, const ChipChoice &is, const ChipChoice 
    }
    const auto ports = portsOf( asked.chip );
    if ( withPorts && ports != portsOf( is.chip ) && ports != portsOf( shippedChip( asked ) ) ) {
-      refuse( path, "its ports are not those that " + what + " says" );
+      refuse( path, fmt::format( "its ports are not those that {} says{}", what,
+                                 portsText( missing( ports, portsOf( is.chip ) ), "on the switch" ) +
+                                    portsText( missing( portsOf( is.chip ), ports ), "there" ) ) );
    }
    if ( is.chip.cpuPorts != asked.chip.cpuPorts ) {
       refuse( path, "its CPU ports are not those that " + what + " says" );

@@ -191,6 +191,12 @@ std::string damageEntry( Switch &theSwitch, const std::vector<std::string> &word
 }
 
 std::string damageBit( Switch &theSwitch, const std::vector<std::string> &words ) {
+   const auto &variant = theSwitch.agent().variant();
+   if ( variant.aclGroupOf ) {
+      throw InputError( fmt::format( "damage: the agent of variant {} keeps the ports' values itself: there "
+                                     "is no bit of them on the chip",
+                                     variant.name ) );
+   }
    const auto port = PortNames( theSwitch ).find( words[ 1 ] );
    auto value = theSwitch.chip().aclGroup( port.port() );
    const U32 bit = numberOf( words[ 2 ], value.size() - 1 );
@@ -207,12 +213,22 @@ std::string damageBit( Switch &theSwitch, const std::vector<std::string> &words 
 }
 
 std::string damageWord( Switch &theSwitch, const std::vector<std::string> &words ) {
+   const auto &agent = theSwitch.agent();
+   if ( agent.chip().sourceTrunkMapBits == 0 ) {
+      throw InputError( fmt::format( "damage: the chip {} of variant {} has no words in tables 9 and 10",
+                                     agent.chip().profile, agent.variant().name ) );
+   }
    const auto port = PortNames( theSwitch ).find( words[ 1 ] );
-   const U32 table = numberOf( words[ 2 ], QuarraCentral::vfpSourceTrunkMapTable );
-   if ( table < QuarraCentral::ifpSourceTrunkMapTable ) {
-      throw InputError( "damage: the port tables are 9 and 10" );
+   const U32 table = numberOf( words[ 2 ], 0xff );
+   if ( table != QuarraCentral::ifpSourceTrunkMapTable && table != QuarraCentral::vfpSourceTrunkMapTable ) {
+      throw InputError(
+         fmt::format( "damage: table {}: expected 9 or 10, the tables of ports' words", table ) );
    }
    const U32 value = numberOf( words[ 3 ], 0xffffffff );
+   if ( theSwitch.chip().sourceTrunkMapWord( static_cast<U8>( table ), port ) == value ) {
+      throw InputError( fmt::format( "damage: the word of {} in table {} is {} already",
+                                     PortNames( theSwitch ).full( port ), table, value ) );
+   }
    theSwitch.chip().sourceTrunkMapWordIs( static_cast<U8>( table ), port, value );
    theSwitch.dir()->image().portChanged( port.port() );
    return fmt::format( "the word of {} in table {} is {}", PortNames( theSwitch ).full( port ), table,
@@ -246,11 +262,15 @@ int runDamage( const GlobalOptions &global, const std::vector<std::string> &word
 
 Command::Run addDamageOptions( CLI::App &app ) {
    const auto words = std::make_shared<std::vector<std::string>>();
-   app.footer( "damage entry ENTRY             the entry is off the chip\n"
-               "damage bit PORT BIT            the bit of the port's ACL-group "
-               "value is the other way round\n"
-               "damage word PORT TABLE VALUE   the port's word of table 9 or 10\n"
-               "The agent does not know of it: audit finds it, repair mends it." );
+   app.footer(
+      "damage entry ENTRY             the entry, a number, is off the chip\n"
+      "damage bit PORT BIT            the bit of the port's ACL-group value, from 0, is the other way "
+      "round\n"
+      "                               (not on testSdk6, whose agent keeps these values)\n"
+      "damage word PORT TABLE VALUE   the port's word of table 9 (ingress) or 10 (VLAN) is VALUE (on "
+      "chips with a\n"
+      "                               source-trunk map only: the shipped SDK6 one)\n"
+      "The agent does not know of it: audit finds it, repair mends it." );
    app.add_option( "WHAT", *words, "What to damage, as below" )->required()->expected( 2, 4 );
    return [ words ]( const GlobalOptions &global, Output &out ) { return runDamage( global, *words, out ); };
 }

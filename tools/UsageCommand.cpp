@@ -1,5 +1,7 @@
 #include <algorithm>
 
+#include <fmt/format.h>
+
 #include "tools/Answers.h"
 #include "tools/Command.h"
 #include "tools/Subject.h"
@@ -36,6 +38,11 @@ int runMonitor( const GlobalOptions &global, const UsageOptions &options, Output
 int run( const GlobalOptions &global, const UsageOptions &options, Output &out ) {
    if ( options.warn > options.crit ) {
       throw InputError( "usage: --warn is above --crit" );
+   }
+   if ( global.json && ( options.monitor || options.prometheus ) ) {
+      throw InputError(
+         fmt::format( "usage: {} has a form of its own: it does not go with --json or --pretty",
+                      options.monitor ? "--monitor" : "--prometheus" ) );
    }
    if ( options.monitor ) {
       return runMonitor( global, options, out );

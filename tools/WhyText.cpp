@@ -246,8 +246,8 @@ std::string detailsPart( const Switch &theSwitch, const PortReport &report,
            entries.size() == 1 && rule != ruleTexts.end() && !rule->second.empty() ) {
          text += fmt::format( "    Rule: {}\n", oneLine( rule->second ) );
       }
-      text += fmt::format( "    Group {}, pool {}: bits {} of {}. Class ID {}.\n",
-                           first->holder.group.value(), pool.poolId(), bitRange( pool ),
+      text += fmt::format( "    Group {}, pool {}: {} {} of {}. Class ID {}.\n", first->holder.group.value(),
+                           pool.poolId(), pool.size() == 1 ? "bit" : "bits", bitRange( pool ),
                            stringValue( first->space.type ), first->holder.request->classId() );
       text += bitRows( *first );
       const auto differing = first->differingBits();

@@ -88,7 +88,7 @@ class CommandLine {
    void checkWords() const; // throws UsageError for words that are not known
    [[noreturn]] void refuseOption( const std::string &option, const Command *command ) const;
    void checkCommonOptions() const;
-   void traceLevels() const;
+   bool traceLevels() const; // false: refused, and told already
    const Command *chosen() const;
    std::string shortHelp() const;
 
@@ -218,18 +218,22 @@ void CommandLine::checkCommonOptions() const {
    }
 }
 
-void CommandLine::traceLevels() const {
+bool CommandLine::traceLevels() const {
    const auto refuse = []( const std::string &place, const std::string &problem ) {
       if ( !problem.empty() ) {
          throw UsageError( place + ": " + problem );
       }
    };
    if ( const char *environment = std::getenv( "QUARRA_TRACE" ) ) {
+      if ( !Nodra::traceLevelsIs( environment, true ).empty() ) {
+         return false; // the platform could not read it when it was loaded, and said so
+      }
       refuse( "QUARRA_TRACE", Nodra::traceLevelsIs( environment ) );
    }
    for ( const auto &setting : global_.trace ) {
       refuse( "--trace", Nodra::traceLevelsIs( setting ) );
    }
+   return true;
 }
 
 int CommandLine::run( int argc, char **argv, Output &out ) {
@@ -240,7 +244,9 @@ int CommandLine::run( int argc, char **argv, Output &out ) {
    try {
       parse( argc, argv );
       checkCommonOptions();
-      traceLevels();
+      if ( !traceLevels() ) {
+         return exitBadInput;
+      }
       const auto *const place = std::ranges::find( commands, chosen() );
       return runs_[ static_cast<std::size_t>( place - std::begin( commands ) ) ]( global_, out );
    } catch ( const CLI::CallForVersion &versionText ) {

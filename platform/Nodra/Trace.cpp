@@ -1,7 +1,7 @@
 #include "Nodra/Trace.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <cerrno> // program_invocation_short_name
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -65,13 +65,21 @@ std::string parseSettings( std::string_view text, std::vector<Setting> &settings
    return {};
 }
 
+// On one line, and nothing that a terminal obeys.
+std::string printable( std::string text ) {
+   std::replace_if(
+      text.begin(), text.end(), []( unsigned char c ) { return c < ' ' || c >= 0x7f; }, '?' );
+   return text;
+}
+
 const std::vector<Setting> &environmentSettings() {
    static const std::vector<Setting> settings = [] {
       std::vector<Setting> parsed;
       const char *value = std::getenv( "QUARRA_TRACE" );
       const std::string problem = value ? parseSettings( value, parsed ) : std::string();
       if ( !problem.empty() ) {
-         std::fprintf( stderr, "QUARRA_TRACE: %s\n", problem.c_str() );
+         std::fprintf( stderr, "%s: QUARRA_TRACE: %s\n", program_invocation_short_name,
+                       printable( problem ).c_str() );
       }
       return parsed;
    }();

@@ -35,6 +35,19 @@ for variant in sdk6 hsdk testSdk6 testHsdk; do
    run "repair on $variant" 0 '' "$tool" repair "${switch[@]}"
    run "audit after it on $variant" 0 '' "$tool" audit "${switch[@]}"
 
+   # Damage is what an audit finds; where there is nothing to damage, it is refused.
+   for what in "bit 1 3" "word 1 9 5"; do
+      read -ra words <<<"$what"
+      if [[ "$variant ${words[0]}" == "testSdk6 bit" || "$variant ${words[0]}" == *[hH]sdk\ word ]]; then
+         run "damage $what on $variant" 2 '^quarra-tcam: damage: ' "$tool" damage "${words[@]}" "${switch[@]}"
+      else
+         run "damage $what on $variant" 0 '' "$tool" damage "${words[@]}" "${switch[@]}"
+         run "audit of $what on $variant" 1 '' "$tool" audit "${switch[@]}"
+         run "repair of $what on $variant" 0 '' "$tool" repair "${switch[@]}"
+      fi
+   done
+   run "damage without effect on $variant" 2 '^quarra-tcam: damage: ' "$tool" damage word 1 9 0 "${switch[@]}"
+
    # Every SDK call of an apply fails once: the process aborts, the next one has a switch, and ends what was begun.
    for call in 1 2 3 5 8 13 40; do
       { "$tool" apply scenarios/overlap.json --switch "$folder/$variant-dead" --variant $variant --fail-sdk-call $call; } \
@@ -53,6 +66,9 @@ run "other ports" 2 'is not on the switch' "$tool" apply scenarios/campus48.json
 run "none there" 5 'storeMissing: ' "$tool" usage --switch "$folder/none"
 run "no switch named" 2 '--switch DIR is missing' "$tool" audit
 run "cold without a switch" 2 '--switch DIR is missing' "$tool" apply scenarios/pods16.json --cold
+echo '{"variant":"sdk6","ports":[2,3,20]}' >"$folder/chip"
+run "other ports of a chip" 2 'its ports are not those that --chip says; Port1, Port4, .* and [0-9]+ more only on the switch; Port20 only there' \
+   "$tool" usage "${switch[@]}" --chip "$folder/chip"
 mkfifo "$folder/pipe"
 "$tool" batch - "${switch[@]}" <"$folder/pipe" >/dev/null & holder=$!
 exec 7>"$folder/pipe"

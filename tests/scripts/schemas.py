@@ -109,7 +109,7 @@ with tempfile.TemporaryDirectory() as folder:
             new(name)
         check("batch-answer", json.loads(run(["dump", *switch])), "dump")
         for damage in (["entry", "1"], ["bit", "1", "3"], ["word", "2", "9", "7"]):
-            run(["damage", *switch, *damage])
+            run(["damage", *switch, *damage], (0, 2), stderr=subprocess.DEVNULL)  # not every chip has all of it
         for name in ("check", "audit", "repair"):
             new(name)
         new("restart", "--cold", "--variant", variant, codes=(0, 1))
