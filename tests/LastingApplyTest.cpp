@@ -217,7 +217,7 @@ TEST_P( LastingApply, OfPortsThatTheSwitchDoesNotHaveChangesNothing ) {
                                              "ACL_TABLE": {}, "ACL_RULE": {} })",
                                          "acl.json" ),
                           open(), {} ),
-                 QuarraLab::InputErrors );
+                 QuarraLab::InputError );
    EXPECT_EQ( held( *open() ), before );
 }
 

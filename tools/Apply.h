@@ -56,7 +56,7 @@ class Applied {
 
    // Makes a switch that lasts hold what the configuration says. Entries of an earlier configuration that
    // this one does not have are removed, but for those that complaints are about; entries without a label
-   // stay as they are. Throws InputErrors for ports that the switch does not have, and StoreRefused.
+   // stay as they are. Throws InputError for ports that the switch does not have, and StoreRefused.
    Applied( AclConfig config, std::unique_ptr<Switch> lasting, const GroupMap &map,
             std::vector<AclComplaint> complaints = {} );
 

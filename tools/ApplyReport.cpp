@@ -20,15 +20,6 @@ std::string heading( const std::string &text, bool colour ) {
    return colour ? fmt::format( "\n\033[1m{}\033[0m\n", text ) : fmt::format( "\n{}\n", text );
 }
 
-// How many names of a long list to print, with the number of the rest.
-std::string shortened( const std::vector<std::string> &names, std::size_t most ) {
-   std::string text;
-   for ( std::size_t i = 0; i < std::min( most, names.size() ); ++i ) {
-      text += ( i ? ", " : "" ) + names[ i ];
-   }
-   return names.size() > most ? text + fmt::format( " and {} more", names.size() - most ) : text;
-}
-
 std::string tablesPart( const Applied &applied, const PortNames &names ) {
    TextTable table(
       { { "table" }, { "type" }, { "group", Align::right }, { "rules", Align::right }, { "ports" } } );

@@ -66,16 +66,11 @@ std::vector<QuarraCentral::QuarraModPort> missing( std::vector<QuarraCentral::Qu
 
 // "; Port3, Port4 only on the switch", "" without ports.
 std::string portsText( const std::vector<QuarraCentral::QuarraModPort> &ports, const char *where ) {
-   constexpr std::size_t most = 8;
-   std::string text;
-   for ( std::size_t i = 0; i < std::min( ports.size(), most ); ++i ) {
-      text += ( i ? ", " : "; " ) + QuarraAgent::portName( ports[ i ] );
+   std::vector<std::string> names;
+   for ( const auto &port : ports ) {
+      names.push_back( QuarraAgent::portName( port ) );
    }
-   return ports.empty()
-             ? text
-             : fmt::format( "{}{} only {}", text,
-                            ports.size() > most ? fmt::format( " and {} more", ports.size() - most ) : "",
-                            where );
+   return names.empty() ? "" : fmt::format( "; {} only {}", shortened( names, 8 ), where );
 }
 
 // A chip that nobody gave ports has those of its profile.

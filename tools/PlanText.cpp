@@ -233,16 +233,13 @@ std::string tablesText( const std::vector<RulesOfTable> &tables ) {
    constexpr std::size_t most = 20;
    std::vector<std::string> texts;
    for ( const auto &table : tables ) {
-      if ( texts.size() == most ) {
-         return fmt::format( "{} and {} more", fmt::join( texts, ", " ), tables.size() - most );
-      }
       texts.push_back( table.all ? fmt::format( "{} ({})", oneLine( table.table ),
                                                 counted( table.rules.size(), "rule", "rules" ) )
                        : table.rules.size() == 1
                           ? oneLine( table.rules.front() )
                           : fmt::format( "{} rules of {}", table.rules.size(), oneLine( table.table ) ) );
    }
-   return fmt::format( "{}", fmt::join( texts, ", " ) );
+   return shortened( texts, most );
 }
 
 std::string reloadText( const Reload &reload ) {

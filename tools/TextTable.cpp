@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <iterator>
+#include <span>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "lab/TextFile.h"
 
@@ -51,6 +53,12 @@ std::string TextTable::text() const {
 
 std::string counted( std::size_t number, const std::string &one, const std::string &many ) {
    return fmt::format( "{} {}", number, number == 1 ? one : many );
+}
+
+std::string shortened( const std::vector<std::string> &names, std::size_t most ) {
+   const auto shown = std::span( names ).first( std::min( most, names.size() ) );
+   const auto text = fmt::format( "{}", fmt::join( shown, ", " ) );
+   return names.size() > most ? fmt::format( "{} and {} more", text, names.size() - most ) : text;
 }
 
 } // namespace QuarraTool

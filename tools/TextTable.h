@@ -34,4 +34,7 @@ class TextTable {
 // "1 entry", "2 entries": the word in the number that fits.
 std::string counted( std::size_t number, const std::string &one, const std::string &many );
 
+// "A, B, C and 7 more": the first names of a list that may be long.
+std::string shortened( const std::vector<std::string> &names, std::size_t most );
+
 } // namespace QuarraTool

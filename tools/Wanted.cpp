@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "lab/TextFile.h"
+#include "tools/TextTable.h"
 
 namespace QuarraTool {
 
@@ -28,14 +29,16 @@ WantedEntries wantedOf( const AclConfig &config, const GroupMap &map,
    for ( const auto &port : ports ) {
       portOf.emplace( port.intf, port.port );
    }
-   std::vector<std::string> wrong;
+   std::vector<std::string> unknown;
    for ( const auto &name : config.ports ) {
       if ( !portOf.contains( name ) ) {
-         wrong.push_back( fmt::format( "{}: port \"{}\" is not on the switch", config.file, name ) );
+         unknown.push_back( fmt::format( "\"{}\"", name ) );
       }
    }
-   if ( !wrong.empty() ) {
-      throw InputErrors( wrong );
+   if ( !unknown.empty() ) {
+      throw InputError( fmt::format( "{}: {} not on the switch: {}", config.file,
+                                     counted( unknown.size(), "port is", "ports are" ),
+                                     shortened( unknown, 8 ) ) );
    }
    std::map<const void *, std::vector<QuarraModPort>> lists; // by the list of names that rules share
    WantedEntries wanted;

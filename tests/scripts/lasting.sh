@@ -62,7 +62,7 @@ done
 
 switch=(--switch "$folder/sdk6")
 run "another variant" 2 'storeOfAnother: .*its variant is sdk6, --variant says hsdk' "$tool" usage "${switch[@]}" --variant hsdk
-run "other ports" 2 'is not on the switch' "$tool" apply scenarios/campus48.json "${switch[@]}"
+run "other ports" 2 '32 ports are not on the switch: "Ethernet16", .* and 24 more' "$tool" apply scenarios/campus48.json "${switch[@]}"
 run "none there" 5 'storeMissing: ' "$tool" usage --switch "$folder/none"
 run "no switch named" 2 '--switch DIR is missing' "$tool" audit
 run "cold without a switch" 2 '--switch DIR is missing' "$tool" apply scenarios/pods16.json --cold
