@@ -49,13 +49,15 @@ bool ChangeRun::allDone() const {
 void ChangeRun::clearTheWay() {
    std::set<PortSet> held;
    for ( const auto &[ id, entry ] : agent_.entries() ) {
-      held.insert( portSetOf( entry.request ) );
+      if ( sharesBits( entry.request.group ) ) {
+         held.insert( portSetOf( entry.request ) );
+      }
    }
    std::set<PortSet> asked;
    std::set<TcamGroupId> getNewOnes;
    const auto ask = [ & ]( const InstallRequest &request ) {
-      asked.insert( portSetOf( request ) );
-      if ( sharesBits( request.group ) && !held.contains( portSetOf( request ) ) ) {
+      if ( sharesBits( request.group ) && asked.insert( portSetOf( request ) ).second &&
+           !held.contains( portSetOf( request ) ) ) {
          getNewOnes.insert( request.group );
       }
    };

@@ -83,10 +83,11 @@ PlanRun::PlanRun( Switch &theSwitch, const WantedEntries &wanted, Plan &plan )
       const auto &rule = change_.rules()[ i ];
       const auto *const before =
          rule.entryBefore ? &agent_.entries().at( *rule.entryBefore ).request : nullptr;
-      const auto *const after = rule.wanted                    ? &wanted[ *rule.wanted ]
-                                : rule.fate == RuleFate::stays ? before
-                                                               : nullptr;
-      watched.push_back( { flagsOf( before ), flagsOf( after ), before && before->ethernet } );
+      const auto flags = flagsOf( before );
+      watched.push_back(
+         { flags,
+           rule.fate == RuleFate::stays ? flags : flagsOf( rule.wanted ? &wanted[ *rule.wanted ] : nullptr ),
+           before && before->ethernet } );
       if ( before ) {
          ruleOf.emplace( before->entry, i );
       }
@@ -117,11 +118,12 @@ std::shared_ptr<const PortFlags> PlanRun::flagsOf( const InstallRequest *request
    return flags;
 }
 
-std::map<U32, PlanRun::Held> PlanRun::heldNow() const {
-   std::map<U32, Held> held;
+PlanRun::HeldByEntry PlanRun::heldNow() const {
+   HeldByEntry held;
    for ( const auto &holder : holdersOf( switch_ ) ) {
       const auto &ports = holder.request->intfGroup()->portId();
-      const Held one{ placeOf( holder ), std::make_shared<PortSet>( ports.begin(), ports.end() ) };
+      const auto one = std::make_shared<const Held>(
+         Held{ placeOf( holder ), std::make_shared<PortSet>( ports.begin(), ports.end() ) } );
       for ( const U32 entry : holder.request->entryRef() ) {
          if ( entry != INVALID_ENTRY_ID ) {
             held.emplace( entry, one );
@@ -199,9 +201,9 @@ const GainedAndLost<QuarraModPort> &PlanRun::difference( const std::shared_ptr<c
 
 void PlanRun::finish() {
    const auto held = heldNow();
-   const auto heldBy = []( const std::map<U32, Held> &all, const std::optional<U32> &entry ) {
+   const auto heldBy = []( const HeldByEntry &all, const std::optional<U32> &entry ) {
       const auto item = entry ? all.find( *entry ) : all.end();
-      return item == all.end() ? nullptr : &item->second;
+      return item == all.end() ? nullptr : item->second.get();
    };
    for ( const auto &change : change_.rules() ) {
       PlannedRule rule{ change };
@@ -228,7 +230,9 @@ void PlanRun::finish() {
       } );
       space.largestFreeRun = item == usage.spaces.end() ? 0 : item->largestFreeRun;
    }
-   plan_.mismatches = checkMatches( switch_ );
+   if ( !watch_->allIsRight() ) {
+      plan_.mismatches = checkMatches( switch_ );
+   }
    tellWhatWasWrong();
 }
 

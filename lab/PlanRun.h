@@ -1,5 +1,7 @@
 #pragma once
 
+#include <unordered_map>
+
 #include "lab/Plan.h"
 #include "lab/PlanWatch.h"
 
@@ -23,6 +25,8 @@ class PlanRun : private ChangeObserver {
       ClassIdPlace place;
       std::shared_ptr<const PortSet> ports;
    };
+   using HeldByEntry =
+      std::unordered_map<U32, std::shared_ptr<const Held>>; // entries of one class ID share it
 
    void begins( const ChangeStep &step, std::optional<std::size_t> rule ) override;
    void ends( const ChangeStep &step ) override;
@@ -30,7 +34,7 @@ class PlanRun : private ChangeObserver {
    void measure();
 
    std::shared_ptr<const PortFlags> flagsOf( const InstallRequest *request );
-   std::map<U32, Held> heldNow() const;
+   HeldByEntry heldNow() const;
    const GainedAndLost<QuarraModPort> &difference( const std::shared_ptr<const PortSet> &before,
                                                    const std::shared_ptr<const PortSet> &after );
    void finish();
@@ -40,7 +44,7 @@ class PlanRun : private ChangeObserver {
    TcamAgent &agent_;
    ChangeRun change_;
    Plan &plan_;
-   std::map<U32, Held> heldBefore_;
+   HeldByEntry heldBefore_;
    std::map<std::pair<bool, std::vector<QuarraModPort>>, std::shared_ptr<const PortFlags>> flags_;
    std::map<std::pair<std::shared_ptr<const PortSet>, std::shared_ptr<const PortSet>>,
             GainedAndLost<QuarraModPort>>

@@ -140,4 +140,16 @@ std::vector<WrongForAWhile> PlanWatch::wrong() const {
    return { wrong_.begin(), wrong_.end() };
 }
 
+bool PlanWatch::allIsRight() const {
+   for ( std::size_t rule = 0; rule < rules_.size(); ++rule ) {
+      const auto &standing = standing_[ rule ];
+      const auto &after = *rules_[ rule ].after;
+      if ( standing.empty() ? std::ranges::find( after, true ) != after.end()
+                            : standing.size() > 1 || standing.front()->matched != after ) {
+         return false;
+      }
+   }
+   return true;
+}
+
 } // namespace QuarraLab

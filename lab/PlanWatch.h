@@ -48,6 +48,10 @@ class PlanWatch {
 
    std::vector<WrongForAWhile> wrong() const;
 
+   // Each rule matches the ports that it should match after the change, and no other: for certain. Where it says no, a check
+   // has to tell.
+   bool allIsRight() const;
+
  private:
    // Entries that are held against the ports alike.
    using Qualifier =
