@@ -55,16 +55,17 @@ void ChangeRun::clearTheWay() {
    }
    std::set<PortSet> asked;
    std::set<TcamGroupId> getNewOnes;
-   const auto ask = [ & ]( const InstallRequest &request ) {
+   const auto ask = [ & ]( const Wish &wish ) {
+      const auto &request = *wish.request;
       if ( sharesBits( request.group ) && asked.insert( portSetOf( request ) ).second &&
            !held.contains( portSetOf( request ) ) ) {
          getNewOnes.insert( request.group );
       }
    };
    for ( const auto &bundle : bundles_ ) {
-      std::ranges::for_each( bundle.wishes, ask, &Wish::request );
+      std::ranges::for_each( bundle.wishes, ask );
    }
-   std::ranges::for_each( comers_, ask, &Wish::request );
+   std::ranges::for_each( comers_, ask );
    const auto isInTheWay = [ & ]( const InstallRequest &request ) {
       return getNewOnes.contains( request.group ) && !asked.contains( portSetOf( request ) );
    };
@@ -142,8 +143,8 @@ bool ChangeRun::couldHelp( const Bundle &bundle ) const {
    const auto group = bundle.old.front().group;
    const auto type = classIdTcamGroupsInfo.at( group )->classIdType();
    const auto needs = [ & ]( const Wish &wish ) {
-      return !wish.done() && isOfType( wish.request.group, type ) &&
-             ( type != ClassIdType::aclGroupFixedWidth || wish.request.group == group );
+      return !wish.done() && isOfType( wish.request->group, type ) &&
+             ( type != ClassIdType::aclGroupFixedWidth || wish.request->group == group );
    };
    return std::ranges::any_of( comers_, needs ) ||
           std::ranges::any_of(
@@ -182,8 +183,8 @@ void ChangeRun::putBack() {
    for ( auto &bundle : bundles_ ) {
       for ( std::size_t i = 0; i < bundle.wishes.size(); ++i ) {
          const auto rule = bundle.wishes[ i ].rule;
-         Wish again{ rule, bundle.old[ i ] };
-         if ( !bundle.wishes[ i ].installed && !agent_.entries().contains( again.request.entry ) ) {
+         Wish again{ rule, &bundle.old[ i ] };
+         if ( !bundle.wishes[ i ].installed && !agent_.entries().contains( again.request->entry ) ) {
             const auto refusal = rules_[ rule ];
             roomless_.clear();
             install( again );

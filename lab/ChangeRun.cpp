@@ -36,10 +36,11 @@ std::string_view stringValue( ChangeStep::Kind kind ) {
 
 namespace {
 
-// A message begins with the entry, whose number nobody chose and nothing has.
-std::string withoutEntry( const std::string &message, const InstallRequest &request ) {
-   const auto entry = fmt::format( "group {} entry {}: ", request.group.value(), request.entry );
-   return message.starts_with( entry ) ? message.substr( entry.size() ) : message;
+// A message begins with the entry, "group 13 entry 7: ", whose number nobody chose and nothing has.
+std::string withoutEntry( const std::string &message, TcamGroupId group ) {
+   const auto start = fmt::format( "group {} entry ", group.value() );
+   const auto end = message.find( ": " );
+   return message.starts_with( start ) && end != std::string::npos ? message.substr( end + 2 ) : message;
 }
 
 } // namespace
@@ -110,7 +111,7 @@ void ChangeRun::pairUp() {
       wantedGroups_.insert( request.group );
       const auto [ first, last ] = installed.equal_range( ruleOf( request ) );
       if ( first == last ) {
-         comers_.push_back( { addRule( nullptr, i ), request } );
+         comers_.push_back( { addRule( nullptr, i ), &request } );
          continue;
       }
       const auto same = std::find_if(
@@ -143,7 +144,7 @@ void ChangeRun::bundleUp( const std::vector<std::size_t> &changed ) {
          bundles_.emplace_back();
       }
       auto &bundle = bundles_[ item->second ];
-      bundle.wishes.push_back( { index, wanted_[ *rule.wanted ] } );
+      bundle.wishes.push_back( { index, &wanted_[ *rule.wanted ] } );
       bundle.old.push_back( agent_.entries().at( *rule.entryBefore ).request );
    }
 }
@@ -152,14 +153,14 @@ void ChangeRun::bundleUp( const std::vector<std::size_t> &changed ) {
 
 bool ChangeRun::install( Wish &wish ) {
    auto &rule = rules_[ wish.rule ];
-   const auto portSet = portSetOf( wish.request );
-   if ( const auto known = roomless_.find( portSet ); known != roomless_.end() ) {
+   if ( const auto known = roomless_.empty() ? roomless_.end() : roomless_.find( portSetOf( *wish.request ) );
+        known != roomless_.end() ) {
       std::tie( rule.code, rule.message ) = known->second;
       return false;
    }
    try {
-      if ( mustBeCreated( agent_, wish.request.group ) ) {
-         createGroup( wish.request.group );
+      if ( mustBeCreated( agent_, wish.request->group ) ) {
+         createGroup( wish.request->group );
       }
       installOrThrow( wish );
       return true;
@@ -167,9 +168,9 @@ bool ChangeRun::install( Wish &wish ) {
       throw; // nothing more can be done
    } catch ( const RequestRefused &refused ) {
       rule.code = refused.code();
-      rule.message = withoutEntry( refused.what(), wish.request );
+      rule.message = withoutEntry( refused.what(), wish.request->group );
       if ( refused.code() == "noRoom" ) {
-         roomless_.emplace( portSet, std::pair( rule.code, rule.message ) );
+         roomless_.emplace( portSetOf( *wish.request ), std::pair( rule.code, rule.message ) );
       } else {
          wish.refused = true;
       }
@@ -178,17 +179,16 @@ bool ChangeRun::install( Wish &wish ) {
 }
 
 void ChangeRun::installOrThrow( Wish &wish ) {
-   U32 entry = lastEntry_;
+   ChangeStep step{ Kind::install, *wish.request };
+   step.request.entry = lastEntry_;
    do {
-      entry = entry == std::numeric_limits<U32>::max() ? 1 : entry + 1;
-   } while ( agent_.entries().contains( entry ) );
-   wish.request.entry = entry;
-   const ChangeStep step{ Kind::install, wish.request };
+      step.request.entry = step.request.entry == std::numeric_limits<U32>::max() ? 1 : step.request.entry + 1;
+   } while ( agent_.entries().contains( step.request.entry ) );
    observer_->begins( step, wish.rule );
-   agent_.install( wish.request );
-   lastEntry_ = entry;
+   agent_.install( step.request );
+   lastEntry_ = step.request.entry;
    wish.installed = true;
-   rules_[ wish.rule ].entryAfter = entry;
+   rules_[ wish.rule ].entryAfter = lastEntry_;
    observer_->ends( step );
 }
 

@@ -33,7 +33,7 @@ struct RuleChange {
    std::optional<std::size_t> wanted = {}; // its place among the entries that are wanted
    std::optional<U32> entryBefore = {};
    std::optional<U32> entryAfter = {};
-   bool goesFirst = false; // its old entry goes before the new one comes, because both together have no room
+   bool goesFirst = false; // its old entry goes before the new one comes: both cannot stand side by side
    std::string code = {};  // of one that is refused
    std::string message = {};
 };
@@ -86,7 +86,7 @@ class ChangeRun {
    // A rule that is to be installed.
    struct Wish {
       std::size_t rule;
-      InstallRequest request;
+      const InstallRequest *request; // still without the number of its entry
       bool installed = false;
       bool refused = false; // for another reason than room
       bool done() const { return installed || refused; }

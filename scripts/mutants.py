@@ -33,15 +33,31 @@ PROGRAMMES = ['tests', 'quarra-tcam']
 MEGABYTES = 4096
 CASES_PERCENT = '5'  # of the generated inputs
 
-# In the order in which they run: those that notice most for their time first. What is in none of them runs at the end.
-TESTS = ['Misuse*:HelperMisuse*:Pools*:Reservation*:RequestKeys*:Release*:Programming*:SourceTrunkMap*:Helpers*:'
-         'TcamGroups*:Registry*:Translation*:Records*:SimulatedChip*:ConfigDb*',
-         'BatchOn*:BatchLines*:*BatchOn*:Apply*:BadInput*',
-         '*SoakOnEveryVariant*',
-         '*FullTables*:*FullFixedTables*-*255*:*64InPoolsOf8',
-         '*Scenarios*',
-         '*255InPoolsOf*:*64InPoolsOf8']
-REST = '*-' + ':'.join(part for tests in TESTS[:3] + TESTS[4:] for part in tests.split(':')) + ':*Full*'
+# Groups of tests in the order in which they run, those that notice most for their time first. "Tool.*" are the tests that
+# run the command. What is in no group runs at the end.
+ALONE = ('Misuse*:HelperMisuse*:Pools*:Reservation*:RequestKeys*:Release*:Programming*:SourceTrunkMap*:Helpers*:'
+         'TcamGroups*:Registry*:Translation*:Records*')  # the library without agent, lab and tools
+FULL = '*FullTables*:*FullFixedTables*'
+ANSWERS = 'BatchOn*:BatchLines*:*BatchOn*:*Apply*:*BadInput*'
+LAST = ['*SoakOnEveryVariant*', '*Scenarios*']
+FIRST = {
+    'QuarraTcamSdkBaseTypes': [ALONE + ':*Chip*', ANSWERS, 'Tool.*', LAST[0], FULL + '-*255*:*64InPoolsOf8', LAST[1]],
+    'simulator': ['*Chip*:' + ALONE, ANSWERS, 'Tool.*', *LAST, FULL],
+    'agent': [ANSWERS, '*Restart*:*Store*:*ColdStart*:*Audit*:*SwitchDir*', 'Tool.*', *LAST, ALONE],
+    'lab': ['*Plan*:*Why*:*Usage*:*Diff*:*MatchCheck*:*SwitchDir*:*Chip*:*PortNames*', ANSWERS, 'Tool.*', *LAST],
+    'acl': ['Acl*:ConfigDb*:*BadInput*', 'Tool.*'],
+    'tools': ['*Text*:*Command*:*Plan*:' + ANSWERS, 'Tool.*'],
+}
+# A change that only these would notice counts as survived: they call nothing of the room, or next to nothing.
+LEFT_OUT = {'lab': ALONE + ':' + FULL, 'acl': ALONE + ':' + FULL, 'tools': ALONE + ':' + FULL}
+
+
+def groups_of(room):
+    groups = FIRST[room]
+    done = ':'.join([group.split('-')[0] for group in groups if group != 'Tool.*' and '-' not in group] +
+                    ([LEFT_OUT[room]] if room in LEFT_OUT else []))
+    return groups + ['*-' + done]
+
 
 SWAPS = {'==': '!=', '!=': '==', '<': '<=', '<=': '<', '>': '>=', '>=': '>', '&&': '||', '||': '&&', '+': '-',
          '-': '+', '*': '+', '%': '/', '&': '|', '|': '&', '+=': '-=', '|=': '&=', '&=': '|=', '<<': '>>', '>>': '<<'}
@@ -189,29 +205,25 @@ class Build:
             run.wait()
             return 'timed out'
 
-    def steps(self, place):
-        """(name, commands) of the tests, in the order in which they run."""
-        tests = self.programme('tests', place)
+    def commands(self, group, place):
+        if group != 'Tool.*':
+            return [[self.programme('tests', place), f'--gtest_filter={group}']]
         tool = str(self.directory / 'bin/quarra-tcam')
-        for group in TESTS[:2]:
-            yield group, [[tests, f'--gtest_filter={group}']]
-        mutated = self.programme('quarra-tcam', place)
-        yield 'Tool.*', [[mutated if word == tool else word for word in test] for test in self.tool_tests]
-        for group in TESTS[2:] + [REST]:
-            yield group, [[tests, f'--gtest_filter={group}']]
+        return [[self.programme('quarra-tcam', place) if word == tool else word for word in test]
+                for test in self.tool_tests]
 
-    def rehearse(self):
-        """Runs the tests without a mutant; each then has ten times as long, and a minute."""
-        for name, commands in self.steps(PLACE / 'none'):
+    def rehearse(self, rooms):
+        """Runs the tests without a mutant; each group then has ten times as long, and a minute."""
+        for group in dict.fromkeys(group for room in rooms for group in groups_of(room)):
             start = time.monotonic()
-            for command in commands:
+            for command in self.commands(group, PLACE / 'none'):
                 if self.run(command, PLACE / 'none', 600):
                     raise SystemExit(f'the tests fail without a mutant: {shlex.join(command)}')
-            self.limits[name] = 60 + 10 * (time.monotonic() - start)
+            self.limits[group] = 60 + 10 * (time.monotonic() - start)
 
-    def verdict(self, place):
-        ends = (self.run(command, place, self.limits[name])
-                for name, commands in self.steps(place) for command in commands)
+    def verdict(self, room, place):
+        ends = (self.run(command, place, self.limits[group])
+                for group in groups_of(room) for command in self.commands(group, place))
         return next(filter(None, ends), 'survived')
 
 
@@ -223,7 +235,7 @@ def judge(build, number, mutant):
     try:
         if not build.compile(path, source[:start] + new + source[end:], place):
             return 'not built'
-        return build.verdict(place)
+        return build.verdict(path.relative_to(ROOT).parts[0], place)
     finally:
         shutil.rmtree(place)
 
@@ -260,7 +272,7 @@ def main():
     PLACE.mkdir(parents=True, exist_ok=True)
     (PLACE / f'{options.of}.list').write_text(listed)
     build = Build(ROOT / options.build)
-    build.rehearse()
+    build.rehearse(SETS[options.of])
     verdicts = {'killed': 0, 'timed out': 0, 'survived': 0, 'not built': 0}
     log = open(PLACE / f'{options.of}-{options.seed}.txt', 'w')
 

@@ -73,7 +73,6 @@ Applied::Applied( AclConfig config, std::unique_ptr<Switch> lasting, const Group
 void Applied::start() {
    map_.merge( defaultGroupMap( switch_->agent().variant().generation ) );
    checkGroups( map_ );
-   plan();
    install();
    mismatches_ = checkMatches( *switch_ );
    count();
@@ -89,16 +88,6 @@ std::size_t Applied::refused() const {
       entries_.begin(), entries_.end(), []( const auto &entry ) { return !entry.refusedCode.empty(); } ) );
 }
 
-void Applied::plan() {
-   auto wanted = wantedOf( config_, map_, switch_->agent().chip().ports );
-   auto request = wanted.begin();
-   for ( const auto &table : config_.tables ) {
-      for ( std::size_t i = 0; table.leftOut.empty() && i < table.rules.size(); ++i, ++request ) {
-         entries_.push_back( { &table, &table.rules[ i ], std::move( *request ) } );
-      }
-   }
-}
-
 // What is wrong with a rule may be a slip of the pen: what was there of it is not taken away for that.
 bool Applied::isComplainedAbout( const std::string &label ) const {
    return std::any_of( complaints_.begin(), complaints_.end(), [ & ]( const auto &complaint ) {
@@ -109,18 +98,12 @@ bool Applied::isComplainedAbout( const std::string &label ) const {
 }
 
 void Applied::install() {
-   WantedEntries wanted;
-   wanted.reserve( entries_.size() );
-   for ( const auto &entry : entries_ ) {
-      wanted.push_back( entry.request );
-   }
+   auto wanted = wantedOf( config_, map_, switch_->agent().chip().ports );
    const ChangeOptions options{ [ this ]( const std::string &rule ) { return isComplainedAbout( rule ); } };
    ChangeRun change( switch_->agent(), wanted, options );
    for ( const auto &rule : change.rules() ) {
       if ( rule.fate == RuleFate::goes ) {
          changes_.gone.push_back( switch_->agent().entries().at( *rule.entryBefore ).request );
-      } else if ( rule.wanted ) {
-         entries_[ *rule.wanted ].change = rule.fate;
       }
    }
    Counter counter( *switch_ );
@@ -133,6 +116,12 @@ void Applied::install() {
                                                     counted( counter.steps(), "step was", "steps were" ) ) );
    }
    costs_.portWords = counter.portWords();
+   auto request = wanted.begin();
+   for ( const auto &table : config_.tables ) {
+      for ( std::size_t i = 0; table.leftOut.empty() && i < table.rules.size(); ++i, ++request ) {
+         entries_.push_back( { &table, &table.rules[ i ], std::move( *request ) } );
+      }
+   }
    for ( const auto &rule : change.rules() ) {
       if ( rule.wanted ) {
          tellOutcome( *rule.wanted, rule );
@@ -143,9 +132,11 @@ void Applied::install() {
 void Applied::tellOutcome( std::size_t place, const RuleChange &rule ) {
    auto &entry = entries_[ place ];
    entry.request.entry = rule.entryAfter.value_or( 0 );
-   entry.refusedCode = rule.code;
-   entry.refusedMessage = rule.message;
+   entry.change = rule.fate;
    if ( rule.fate == RuleFate::refused ) {
+      entry.change = rule.entryBefore ? RuleFate::changes : RuleFate::comes;
+      entry.refusedCode = rule.code;
+      entry.refusedMessage = rule.message;
       return;
    }
    placeOf_.emplace( entry.request.entry, place );

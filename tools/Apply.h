@@ -78,7 +78,6 @@ class Applied {
 
  private:
    void start();
-   void plan();
    void install();
    void tellOutcome( std::size_t place, const RuleChange &rule );
    bool isComplainedAbout( const std::string &label ) const;

@@ -140,7 +140,7 @@ Command::Run addOptions( CLI::App &app ) {
 } // namespace
 
 const Command applyCommand = { "apply",
-                               "Install the ACL rules of a config_db.json and check them",
+                               "Install the rules of ACL configurations and check them",
                                { CommonOption::json, CommonOption::pretty, CommonOption::statistics,
                                  CommonOption::variant, CommonOption::chip, CommonOption::switchDir,
                                  CommonOption::sync, CommonOption::cold, CommonOption::failSdkCall,

@@ -247,7 +247,7 @@ JsonOut Batch::carryOut( const std::string &line, JsonOut &id ) {
 std::string Batch::operationNames() {
    std::string names;
    for ( const auto &operation : operations ) {
-      names += ( names.empty() ? "" : ", " ) + std::string( operation.name );
+      names.append( names.empty() ? "" : ", " ).append( operation.name );
    }
    return names;
 }

@@ -200,7 +200,9 @@ Command::Run addOptions( CLI::App &app ) {
       ->expected( 1 )
       ->allow_extra_args( false )
       ->take_all();
-   app.add_option( "--format", options->format, "Format of the files" )->type_name( "NAME" );
+   app.add_option( "--format", options->format,
+                   "Format of the change, and of what is before it unless a patch is forced" )
+      ->type_name( "NAME" );
    app.add_option( "--map", options->map, "TCAM group for a table type; may be given several times" )
       ->type_name( "TYPE=GROUP" )
       ->expected( 1 )

@@ -279,7 +279,7 @@ std::string verdictPart( const Plan &plan ) {
       break;
    }
    if ( !plan.goFirst.empty() ) {
-      text += fmt::format( "  There is no room for old and new side by side. What must go first: {}.\n",
+      text += fmt::format( "  Old and new cannot stand side by side. What must go first: {}.\n",
                            tablesText( plan.goFirst ) );
    }
    if ( plan.reload ) {
