@@ -97,7 +97,8 @@ TEST_P( ChipImageTest, KeepsPortsValuesAndWordsToTheirLastBit ) {
       for ( const U32 port : { 1u, 2u, 1023u } ) {
          image.portChanged( port );
       }
-      EXPECT_EQ( chip.aclGroup( 1 ).test( last ), true );
+      EXPECT_TRUE( chip.aclGroup( 1 ).test( last ) );
+      EXPECT_TRUE( chip.aclGroup( 1023 ).test( last ) ) << "the last port";
    } );
    EXPECT_EQ( now(), before );
    EXPECT_THAT( before, ::testing::HasSubstr( "source-trunk map 9 of port 5/2 4294967295" ) );
@@ -182,15 +183,26 @@ TEST_P( ChipImageTest, FollowsTheSdkAndTellsOthers ) {
 TEST_P( ChipImageTest, GrowsByBlocksOfRowsAndKeepsThem ) {
    const auto sizeBefore = std::filesystem::file_size( path );
    const auto before = with( [ & ]( auto &chip, auto &image ) {
-      for ( U32 id = 1; id <= 257; ++id ) {
+      for ( U32 id = 1; id <= 600; ++id ) { // more than two blocks of 256
          image.makeRoom();
          chip.tcamEntryIs( id, { .frame = { 9, 0, 0, 0 }, .installed = id % 2 == 0 } );
          image.entryChanged( id );
-         EXPECT_EQ( std::filesystem::file_size( path ) > sizeBefore, id == 257 ) << id;
+         EXPECT_EQ( std::filesystem::file_size( path ) > sizeBefore, id > 256 ) << id;
       }
    } );
    EXPECT_EQ( now(), before );
    const auto size = std::filesystem::file_size( path );
+   // Rows of entries that went are taken before the file grows.
+   with( [ & ]( auto &chip, auto &image ) {
+      for ( U32 id = 1; id <= 600; ++id ) {
+         chip.tcamEntryDel( id );
+         image.entryChanged( id );
+         image.makeRoom();
+         chip.tcamEntryIs( id, { .frame = { 10, 0, 0, 0 } } );
+         image.entryChanged( id );
+      }
+   } );
+   EXPECT_EQ( std::filesystem::file_size( path ), size );
    std::filesystem::resize_file( path, size - 1 );
    EXPECT_EQ( refusal(), "storeDamaged" );
    std::filesystem::resize_file( path, size + 1 );
