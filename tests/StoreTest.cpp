@@ -99,6 +99,10 @@ TEST_F( Tampered, AStoreWithoutAFileOrWithAnotherOneIsRefused ) {
    EXPECT_EQ( start(), "storeMissing" );
    std::ofstream( path ).close();
    EXPECT_EQ( start(), "storeDamaged" );
+   EXPECT_THAT( message, ::testing::HasSubstr( "is empty" ) );
+   std::ofstream( path ) << "x";
+   EXPECT_EQ( start(), "storeDamaged" );
+   EXPECT_THAT( message, ::testing::Not( ::testing::HasSubstr( "is empty" ) ) );
    std::ofstream( path ) << std::string( 5000, 'x' );
    EXPECT_EQ( start(), "storeDamaged" );
    std::filesystem::rename( path + ".away", path );
@@ -200,6 +204,18 @@ TEST_F( Tampered, RecordsThatBreakARuleAreFoundWhateverTheirSums ) {
         "UPDATE indexed SET ports = ( SELECT ports FROM indexed WHERE tcamGroup = 13 LIMIT 1 ) WHERE "
         "tcamGroup = 13",
         "two buckets of one hash in the index of group 13" },
+      { Tables::indexed,
+        "DELETE FROM indexed WHERE tcamGroup = 13 AND ord = ( SELECT max( ord ) FROM indexed WHERE tcamGroup "
+        "= 13 )",
+        "the index of group 13 does not find key" },
+      { Tables::indexed,
+        "INSERT INTO indexed SELECT tcamGroup, bucket + 99999, ord, name, number, secondName, x'63000000', "
+        "ethernet, 0 FROM indexed WHERE tcamGroup = 16 LIMIT 1",
+        "the index of group 16 has a key of other ports" },
+      { Tables::indexed,
+        "UPDATE indexed SET ports = x'63000000' WHERE tcamGroup = 13 AND "
+        "ord = ( SELECT max( ord ) FROM indexed WHERE tcamGroup = 13 )",
+        "the index of group 13 does not find key" },
       { Tables::bit, "UPDATE bit SET ethernet = 2", "out of its range" },
       { Tables::entry, "DELETE FROM entry WHERE entry = 4", "without an entry" },
       { Tables::entry, "UPDATE entry SET request = 99999 WHERE entry = 4",
