@@ -33,6 +33,7 @@ class RecordReader {
       readBits();
       readEntries();
       checkPools();
+      checkIndex();
       checkSpaces();
       keeper_.uniqueId_ = store_.number( "uniqueId" );
       Vesk::UniqueId::restart( keeper_.uniqueId_ );
@@ -238,6 +239,35 @@ class RecordReader {
       must( classId && classId < classIds.size() && !classIds[ classId ], "class ID ", classId, " of pool ",
             pool, " of group ", group, " is none of the pool's, or is there twice" );
       classIds[ classId ] = true;
+   }
+
+   // The index finds each request by the ports that it holds now. Those of system groups are found by their rules, and
+   // the keys reserved at start-up stay in the index with the ports that they had once.
+   void checkIndex() {
+      for ( const auto &[ group, kept ] : keeper_.groups_ ) {
+         if ( isSystemAclGroup( group ) ) {
+            continue;
+         }
+         std::size_t surplus = 0;
+         for ( const auto &bucket : kept.buckets ) {
+            for ( const auto &indexed : bucket.indexed ) {
+               surplus += !kept.record->requestStatus( indexed.key )->entryRefHas( INVALID_ENTRY_ID );
+            }
+         }
+         for ( const auto &request : kept.requests ) {
+            if ( request.record->entryRefHas( INVALID_ENTRY_ID ) ) {
+               continue;
+            }
+            const auto &key = request.record->requestKey();
+            const auto &intfGroup = request.record->intfGroup();
+            const auto &bucket = kept.record->intfGroupHashToIntfGroupInfo( intfGroup->hash() );
+            must( bucket && bucket->requestKeyToIntfGroupHas( key ) &&
+                     bucket->requestKeyToIntfGroup( key )->isEqual( intfGroup ),
+                  "the index of group ", group, " does not find key ", key );
+            --surplus;
+         }
+         must( surplus == 0, "the index of group ", group, " has a key of other ports" );
+      }
    }
 
    // The reserved bits are those of the pools; pools at a fixed offset do not mark theirs.

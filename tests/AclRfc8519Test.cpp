@@ -67,6 +67,14 @@ TEST( AclRfc8519, EveryTypeHasATableType ) {
               "a OTHER on E0; f: acl[a]: type x:new is not known and counts as OTHER" );
 }
 
+TEST( AclRfc8519, WhatIsNotReadIsToldWhereItStands ) {
+   EXPECT_EQ( answerOn( acls( R"({"name":"a","type":"ipv4-acl-type","owner":"me"})",
+                              R"({"interface-id":"E0","mtu":9,"ingress":{"acl-sets":{"acl-set":[{"name":"a",)"
+                              R"("x:mark":1}]}}})" ) ),
+              "a L3 on E0; f: interface[E0]: \"mtu\" is not read; f: interface[E0].acl-set[a]: \"x:mark\" is "
+              "not read; f: acl[a]: \"owner\" is not read" );
+}
+
 TEST( AclRfc8519, EgressIsLeftOut ) {
    EXPECT_EQ( answerOn( acls( acl( "a", "ipv4-acl-type", ace( "r" ) ), bound( "E0", "a", "egress" ) ) ),
               "a L3 on E0 left out: egress table; a|r 1 on " );
@@ -103,6 +111,8 @@ TEST( AclRfc8519, WhatIsWrongIsToldAtItsPlaceWithWhatIsLeftOut ) {
         "r" },
       { inAcl( R"({"name":7})" ), "f: acl[a].ace[7].name: expected a text, got a number", "a", "7" },
       { inAcl( R"({"name":"r","matches":[]})" ), "f: acl[a].ace[r].matches: expected an object, got a list",
+        "a", "r" },
+      { inAcl( R"({"name":"r","actions":7})" ), "f: acl[a].ace[r].actions: expected an object, got a number",
         "a", "r" },
       { inAcl( ace( "r", R"("ingress-interface":"E9")" ) ),
         "f: acl[a].ace[r].matches.ingress-interface: port \"E9\" is not in PORT", "a", "r" },

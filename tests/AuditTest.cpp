@@ -91,6 +91,47 @@ TEST_P( AuditTest, EntriesThatAreGoneStrangeOrWrongAreNamedAndMended ) {
    repaired( 3 + 2 + 1 ); // made, qualified and installed; qualified and installed; destroyed
 }
 
+// An entry that is on the chip, and not as it should be: what is said of it, and that it is mended by no more writes
+// than that takes.
+TEST_P( AuditTest, AnEntryThatIsThereIsHeldAgainstAllThatItShouldBe ) {
+   using Entry = QuarraSimulator::TcamEntry;
+   struct Case {
+      void ( *harm )( Entry & );
+      const char *expected, *found; // their ends
+      U64 writes;
+   };
+   const Case cases[] = {
+      { []( Entry &entry ) { entry.installed = false; }, ", installed", ", not installed", 2 },
+      { []( Entry &entry ) { entry = { .frame = entry.frame, .installed = true }; }, "", "no qualifier", 2 },
+      { []( Entry &entry ) { entry = { .frame = entry.frame }; }, ", installed",
+        "no qualifier, not installed", 2 },
+      { []( Entry &entry ) { --entry.frame.endBit; }, "", "", 4 },
+      { []( Entry &entry ) { entry.dataBits.clear(); }, "", "", 2 },
+      { []( Entry &entry ) { entry.maskBits.push_back( entry.maskBits.back() + 1 ); }, "", "", 2 },
+      { []( Entry &entry ) {
+          entry = { .frame = { .sourceTrunkMapTable = 9 },
+                    .installed = true,
+                    .kind = Entry::Kind::interfaceClassPort,
+                    .data = 1,
+                    .mask = 3 };
+       },
+        "", "class data 0x1 mask 0x3", 4 },
+   };
+   for ( const auto &item : cases ) {
+      auto entry = lasting.chip().tcamEntries().at( 162 );
+      item.harm( entry );
+      lasting.chip().tcamEntryIs( 162, entry );
+      const auto audited = audit( lasting.agent() );
+      ASSERT_EQ( audited.drifts.size(), 1u ) << text( audited );
+      const auto &drift = audited.drifts[ 0 ];
+      EXPECT_EQ( drift.kind, Kind::qualifier );
+      EXPECT_THAT( drift.expected, ::testing::EndsWith( item.expected ) );
+      EXPECT_THAT( drift.found, ::testing::EndsWith( item.found ) );
+      EXPECT_NE( drift.expected, drift.found ) << "whatever is different, it is said";
+      repaired( item.writes );
+   }
+}
+
 TEST_P( AuditTest, BitsOfPortsAreNamedAndOnlyThoseAreWritten ) {
    auto &chip = lasting.chip();
    auto damaged = chip.aclGroup( 2 );

@@ -1,5 +1,3 @@
-#include <sys/wait.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +8,7 @@
 
 #include "Nodra/Trace.h"
 #include "tests/BadInputs.h"
+#include "tests/ToolRun.h"
 #include "tools/ApplyReport.h"
 
 // Bad input is refused in one line, with its code, and nothing is applied.
@@ -142,38 +141,17 @@ TEST( BadInput, AsAnOptionIsRefused ) {
    }
 }
 
-// The command itself, in a folder of its own.
-class Command : public ::testing::Test {
+class Command : public ToolTest {
  protected:
-   Command() { std::filesystem::create_directories( folder_ ); }
-   ~Command() override { std::filesystem::remove_all( folder_ ); }
-
-   std::string write( const std::string &text ) const {
-      std::ofstream( folder_ / "input.json", std::ios::binary ) << text;
-      return folder_ / "input.json";
-   }
-
    void expectBadInput( const BadInput &input, const std::vector<std::string> &arguments ) const {
-      const char *const other =
-         std::getenv( "QUARRA_TCAM" ); // another build of it, as scripts/mutants.py has
-      std::string line = "cd '" QUARRA_SOURCES "' && '" + std::string( other ? other : QUARRA_TCAM ) + "'";
-      for ( const auto &argument : arguments ) {
-         line += " '" + argument + "'";
-      }
-      const auto printed = ( folder_ / "printed" ).string();
-      const auto errors = ( folder_ / "errors" ).string();
-      const int status = std::system( ( line + " >'" + printed + "' 2>'" + errors + "'" ).c_str() );
-      EXPECT_TRUE( WIFEXITED( status ) && WEXITSTATUS( status ) == 2 ) << input.where() << " " << status;
-      EXPECT_EQ( readText( printed ), "" ) << input.where();
-      const auto error = readText( errors );
+      const auto ran = run( arguments );
+      EXPECT_EQ( ran.code, 2 ) << input.where();
+      EXPECT_EQ( ran.printed, "" ) << input.where();
+      const auto &error = ran.complained;
       ASSERT_TRUE( error.ends_with( '\n' ) ) << input.where() << error;
       EXPECT_THAT( error, StartsWith( "quarra-tcam: " ) ) << input.where();
       expectRefusal( input, error.substr( 0, error.size() - 1 ) );
    }
-
- private:
-   const std::filesystem::path folder_ =
-      std::filesystem::temp_directory_path() / ( "quarra-bad-input-" + std::to_string( getpid() ) );
 };
 
 TEST_F( Command, RefusesBadInputWithExitCode2AndOneLine ) {
@@ -182,8 +160,8 @@ TEST_F( Command, RefusesBadInputWithExitCode2AndOneLine ) {
    }
    for ( const auto &input : badInputs( "config" ) ) {
       if ( input.fields.contains( "command" ) ) {
-         expectBadInput( input, { "apply", write( input.text ) } );
-         expectBadInput( input, { "-j", "apply", write( input.text ), "--bindings" } );
+         expectBadInput( input, { "apply", write( "input.json", input.text ) } );
+         expectBadInput( input, { "-j", "apply", write( "input.json", input.text ), "--bindings" } );
       }
    }
 }

@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include "agent/Audit.h"
+#include "lab/ChipImage.h"
 #include "lab/Switch.h"
 #include "lab/SwitchDir.h"
 #include "soak/Child.h"
@@ -127,6 +128,46 @@ TEST_P( ColdStart, EndsAsAnEmptySwitchThatGetsTheEntries ) {
    sql( "PRAGMA user_version = 99" );
    const auto now = state( *startCold() );
    EXPECT_EQ( now, freshState() );
+}
+
+// A chip whose tables are of no use is one that was reset; one that cannot be opened, or is another, is left alone.
+TEST_P( ColdStart, ResetsAChipWhoseTablesAreOfNoUse ) {
+   namespace fs = std::filesystem;
+   const auto chip = path + "/chip";
+   const auto expected = freshState();
+   const std::function<void()> harms[] = {
+      [ & ] { fs::remove( chip ); },
+      [ & ] { fs::resize_file( chip, 5000 ); },
+      [ & ] { std::ofstream( chip ) << "Dear Sir"; },
+   };
+   for ( const auto &harm : harms ) {
+      harm();
+      EXPECT_NE( refusal(), "ok" );
+      const auto theSwitch = startCold();
+      const auto &cold = theSwitch->dir()->coldStarted();
+      EXPECT_TRUE( cold->chipWasReset );
+      EXPECT_EQ( cold->taken, 0u );
+      EXPECT_EQ( cold->back, entries );
+      EXPECT_EQ( state( *theSwitch ), expected );
+   }
+   EXPECT_EQ( refusal(), "ok" );
+   const auto refusedCold = [ & ] {
+      try {
+         startCold();
+      } catch ( const StoreRefused &refused ) {
+         return refused.code();
+      }
+      return std::string( "ok" );
+   };
+   fs::remove( chip );
+   auto other = QuarraLab::chipOptions( *choice.variant, choice.chip );
+   --other.aclGroupBits;
+   QuarraLab::ChipImage::make( chip, other );
+   EXPECT_EQ( refusedCold(), "storeOfAnother" );
+   fs::remove( chip );
+   fs::create_directory( chip );
+   EXPECT_EQ( refusedCold(), "storeFailed" );
+   EXPECT_TRUE( fs::is_directory( chip ) );
 }
 
 // An entry that still compares old bits while new ones are put on the ports matches what nobody asked for.

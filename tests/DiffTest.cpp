@@ -88,6 +88,30 @@ TEST( Diff, ARuleIsTheSameWhateverItsNumber ) {
    EXPECT_EQ( found.classIds[ 0 ].entriesAfter, 3u );
 }
 
+// A port with a name, with one that is none, and without; in another module; as a number alone.
+TEST( Diff, PortsOfADumpAreReadInEveryForm ) {
+   struct Case {
+      const char *port;
+      QuarraModPort read;
+      const char *name; // empty: none
+   };
+   const Case cases[] = {
+      { R"({"name":"Ethernet4","port":7})", { 0, 7 }, "Ethernet4" },
+      { R"({"name":9,"port":1023})", { 0, 1023 }, "" },
+      { R"({"port":0})", { 0, 0 }, "" },
+      { R"({"module":63,"port":7})", { 63, 7 }, "" },
+      { "7", { 0, 7 }, "" },
+   };
+   for ( const auto &[ port, read, name ] : cases ) {
+      const auto state = stateOfDump( Json::parse(
+         R"({"groups":[],"chip":{"ports":[{"aclGroup":"0x81a","port":)" + std::string( port ) + "}]}}" ) );
+      ASSERT_EQ( state.ports.size(), 1u ) << port;
+      EXPECT_EQ( state.ports.begin()->first, read ) << port;
+      EXPECT_EQ( state.ports.begin()->second.at( "aclGroup" ), std::set<U32>( { 1, 3, 4, 11 } ) ) << port;
+      EXPECT_EQ( state.portNames.contains( read ) ? state.portNames.at( read ) : "", name ) << port;
+   }
+}
+
 TEST( Diff, DamagedDumpsAreNamedWithThePlace ) {
    const std::pair<const char *, const char *> cases[] = {
       { "[]", "groups" },

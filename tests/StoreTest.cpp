@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include "agent/Sqlite.h"
+#include "agent/StoreSchema.h"
 #include "lab/ChipFile.h"
 #include "soak/Child.h"
 #include "tests/Lasting.h"
@@ -47,6 +49,38 @@ class Tampered : public StoreTest {
       sqlite3_close( database );
    }
 
+   // Gives every row of the table the sum that is right for what it holds now.
+   void seal( const Schema::Table &table ) {
+      const Database database( lasting.storePath(), false );
+      Statement put( database, Schema::put( table ) );
+      sqlite3_stmt *rows = nullptr;
+      ASSERT_EQ( sqlite3_prepare_v2( database.handle(), Schema::all( table ).c_str(), -1, &rows, nullptr ),
+                 SQLITE_OK );
+      std::vector<std::vector<std::pair<int, std::string>>> all; // the types and values of the columns
+      while ( sqlite3_step( rows ) == SQLITE_ROW ) {
+         auto &row = all.emplace_back();
+         for ( int i = 0; i < table.values; ++i ) {
+            const auto *const bytes = static_cast<const char *>( sqlite3_column_blob( rows, i ) );
+            row.emplace_back( sqlite3_column_type( rows, i ),
+                              std::string( bytes ? bytes : "",
+                                           static_cast<std::size_t>( sqlite3_column_bytes( rows, i ) ) ) );
+         }
+      }
+      sqlite3_finalize( rows );
+      for ( const auto &row : all ) {
+         for ( const auto &[ type, value ] : row ) {
+            if ( type == SQLITE_INTEGER ) {
+               put.bind( S64{ std::stoll( value ) } );
+            } else if ( type == SQLITE_TEXT ) {
+               put.bind( std::string_view( value ) );
+            } else {
+               put.bind( std::span( reinterpret_cast<const U8 *>( value.data() ), value.size() ) );
+            }
+         }
+         put.runWithSum();
+      }
+   }
+
    // Starts on the store; on refusal, checks that the chip was left alone.
    std::string start() {
       const auto before = lasting.chip().digest();
@@ -65,6 +99,10 @@ TEST_F( Tampered, AStoreWithoutAFileOrWithAnotherOneIsRefused ) {
    EXPECT_EQ( start(), "storeMissing" );
    std::ofstream( path ).close();
    EXPECT_EQ( start(), "storeDamaged" );
+   EXPECT_THAT( message, ::testing::HasSubstr( "is empty" ) );
+   std::ofstream( path ) << "x";
+   EXPECT_EQ( start(), "storeDamaged" );
+   EXPECT_THAT( message, ::testing::Not( ::testing::HasSubstr( "is empty" ) ) );
    std::ofstream( path ) << std::string( 5000, 'x' );
    EXPECT_EQ( start(), "storeDamaged" );
    std::filesystem::rename( path + ".away", path );
@@ -97,6 +135,117 @@ TEST_F( Tampered, ValuesThatDoNotFitTogetherAreFound ) {
                                   std::filesystem::copy_options::overwrite_existing );
    }
    EXPECT_EQ( start(), "ok" );
+   EXPECT_EQ( lasting.state(), state );
+}
+
+// With sums that are right: what no agent could have written, each named by the rule that it breaks. Group 16 has
+// one pool of four bits and lends 1 to 10 of it, 13 ten pools of one.
+TEST_F( Tampered, RecordsThatBreakARuleAreFoundWhateverTheirSums ) {
+   namespace Tables = Schema;
+   struct Case {
+      const Schema::Table &table;
+      const char *damage, *says;
+   };
+   const Case cases[] = {
+      { Tables::space, "UPDATE space SET size = 63 WHERE size = 64", "of 63 bits is not the chip's" },
+      { Tables::space, "DELETE FROM space WHERE size = 64", "a class-ID space is missing" },
+      { Tables::space, "UPDATE space SET bits = zeroblob( 8 ) WHERE size = 64",
+        "are not those of the pools" },
+      { Tables::groupStatus, "UPDATE groupStatus SET tcamGroup = 9999 WHERE tcamGroup = 16",
+        "group 9999 uses no class IDs" },
+      { Tables::groupStatus, "DELETE FROM groupStatus WHERE tcamGroup = 16",
+        "a pool of group 16, which has no pools" },
+      { Tables::groupStatus, "UPDATE groupStatus SET lastPool = 9 WHERE tcamGroup = 13",
+        "pool 10 of group 13 lies outside" },
+      { Tables::groupStatus, "UPDATE groupStatus SET lastPool = 65536 WHERE tcamGroup = 13",
+        "out of its range" },
+      { Tables::groupStatus, "INSERT INTO groupStatus VALUES( 15, 9999, 1, 0 )", "group 15 without a pool" },
+      { Tables::pool, "UPDATE pool SET baseOffset = 61 WHERE tcamGroup = 16",
+        "pool 1 of group 16 lies outside" },
+      { Tables::pool, "UPDATE pool SET baseOffset = 60 WHERE tcamGroup = 16", "are not those of the pools" },
+      { Tables::pool, "UPDATE pool SET size = 17, baseOffset = 0 WHERE tcamGroup = 16", "lies outside" },
+      { Tables::pool, "UPDATE pool SET size = 0 WHERE tcamGroup = 16", "lies outside" },
+      { Tables::pool, "UPDATE pool SET pool = 0 WHERE tcamGroup = 16", "pool 0 of group 16 lies outside" },
+      { Tables::pool, "UPDATE pool SET size = 3 WHERE tcamGroup = 16",
+        "class ID 11 of pool 1 of group 16 is none" },
+      { Tables::pool, "UPDATE pool SET baseOffset = 0 WHERE tcamGroup = 13 AND pool = 1",
+        "lies over another pool" },
+      { Tables::pool, "UPDATE pool SET free = x'0b000c000d000e00' WHERE tcamGroup = 16",
+        "has lost a class ID" },
+      { Tables::pool, "UPDATE pool SET free = x'0b000c000d000e000b00' WHERE tcamGroup = 16",
+        "is there twice" },
+      { Tables::pool, "UPDATE pool SET free = x'0b000c000d000e001000' WHERE tcamGroup = 16",
+        "class ID 16 of pool 1 of group 16" },
+      { Tables::pool, "UPDATE pool SET free = x'0b000c000d000e000000' WHERE tcamGroup = 16",
+        "class ID 0 of pool 1" },
+      { Tables::pool, "UPDATE pool SET free = x'0b000c000d000e000f000a00' WHERE tcamGroup = 16",
+        "class ID 10 of pool 1 of group 16" },
+      { Tables::request, "UPDATE request SET classId = 2 WHERE tcamGroup = 16 AND classId = 1",
+        "class ID 2" },
+      { Tables::request, "UPDATE request SET pool = 9 WHERE tcamGroup = 16 AND classId = 1",
+        "without its pool 9" },
+      { Tables::request, "UPDATE request SET name = 'x', secondName = 'x' WHERE tcamGroup = 16",
+        "key x:0:x of group 16 twice" },
+      { Tables::request, "UPDATE request SET tcamGroup = 15 WHERE tcamGroup = 16 AND classId = 1",
+        "a request of group 15" },
+      { Tables::request, "UPDATE request SET startUp = 2 WHERE tcamGroup = 16", "out of its range" },
+      { Tables::request, "UPDATE request SET ethernet = 2 WHERE tcamGroup = 16", "out of its range" },
+      { Tables::request, "UPDATE request SET ports = x'010000' WHERE tcamGroup = 16", "ends within a port" },
+      { Tables::request, "UPDATE request SET ports = x'00040000' WHERE tcamGroup = 16",
+        "a port out of its range" },
+      { Tables::indexed, "UPDATE indexed SET name = 'x' WHERE tcamGroup = 13",
+        "in the index of group 13 only" },
+      { Tables::indexed, "UPDATE indexed SET tcamGroup = 15 WHERE tcamGroup = 13", "an index of group 15" },
+      { Tables::indexed,
+        "UPDATE indexed SET bucket = ( SELECT min( bucket ) FROM indexed WHERE tcamGroup = 13 ) WHERE "
+        "tcamGroup = 13",
+        "two hashes in one bucket of the index of group 13" },
+      { Tables::indexed,
+        "UPDATE indexed SET ports = ( SELECT ports FROM indexed WHERE tcamGroup = 13 LIMIT 1 ) WHERE "
+        "tcamGroup = 13",
+        "two buckets of one hash in the index of group 13" },
+      { Tables::indexed,
+        "DELETE FROM indexed WHERE tcamGroup = 13 AND ord = ( SELECT max( ord ) FROM indexed WHERE tcamGroup "
+        "= 13 )",
+        "the index of group 13 does not find key" },
+      { Tables::indexed,
+        "INSERT INTO indexed SELECT tcamGroup, bucket + 99999, ord, name, number, secondName, x'63000000', "
+        "ethernet, 0 FROM indexed WHERE tcamGroup = 16 LIMIT 1",
+        "the index of group 16 has a key of other ports" },
+      { Tables::indexed,
+        "UPDATE indexed SET ports = x'63000000' WHERE tcamGroup = 13 AND "
+        "ord = ( SELECT max( ord ) FROM indexed WHERE tcamGroup = 13 )",
+        "the index of group 13 does not find key" },
+      { Tables::bit, "UPDATE bit SET ethernet = 2", "out of its range" },
+      { Tables::entry, "DELETE FROM entry WHERE entry = 4", "without an entry" },
+      { Tables::entry, "UPDATE entry SET request = 99999 WHERE entry = 4",
+        "entry 4 of group 16 without a class ID" },
+      { Tables::entry, "UPDATE entry SET request = 0 WHERE entry = 4",
+        "entry 4 of group 16 without a class ID" },
+      { Tables::entry, "UPDATE entry SET entry = 0 WHERE entry = 4",
+        "entry 0 of group 16 without a class ID" },
+      { Tables::entry, "UPDATE entry SET tcamGroup = 15 WHERE entry = 4", "an entry of group 15" },
+      { Tables::entry, "UPDATE entry SET ports = x'ff030000' WHERE entry = 4",
+        "entry 4 on ports that the chip does not have" },
+      { Tables::entry, "UPDATE entry SET ports = x'01000100' WHERE entry = 4",
+        "entry 4 on ports that the chip does not have" },
+      { Tables::entry, "UPDATE entry SET feature = 'nonsense' WHERE entry = 4", "nonsense" },
+   };
+   const std::string before = lasting.storePath() + ".before";
+   std::filesystem::copy_file( lasting.storePath(), before );
+   for ( const auto &[ table, damage, says ] : cases ) {
+      sql( damage );
+      seal( table );
+      EXPECT_EQ( start(), "storeDamaged" ) << damage;
+      EXPECT_THAT( message, ::testing::HasSubstr( says ) ) << damage;
+      lasting.die();
+      std::filesystem::copy_file( before, lasting.storePath(),
+                                  std::filesystem::copy_options::overwrite_existing );
+   }
+   for ( const auto *table : Schema::records ) {
+      seal( *table ); // does not harm by itself
+   }
+   EXPECT_EQ( start(), "ok" ) << message;
    EXPECT_EQ( lasting.state(), state );
 }
 
