@@ -45,8 +45,9 @@ TEST_F( SwitchCommands, AChipFileMayRepeatWhatTheSwitchIsAndChangeNothing ) {
       { R"({"flexibleBits":56,"fixedBits":8})", "its flexibleBits is 64, --chip says 56" },
       { R"({"sourceTrunkMapBits":12})", "its sourceTrunkMapBits is 16, --chip says 12" },
       { R"({"portBits":4,"ports":4})", "its portBits is 9, --chip says 4" },
-      { R"({"ports":5})", "its ports are not those that --chip says" },
-      { R"({"ports":[1,2,3,5]})", "its ports are not those that --chip says" },
+      { R"({"ports":5})", "its ports are not those that --chip says; Port5 only there" },
+      { R"({"ports":[1,2,3,5]})",
+        "its ports are not those that --chip says; Port4 only on the switch; Port5 only there" },
       { R"({"ports":4,"cpuPorts":[9]})", "its CPU ports are not those that --chip says" },
       { R"({"variant":"testSdk6"})", "its variant is sdk6, --chip says testSdk6" },
    };
@@ -167,10 +168,10 @@ $ damage entry 1 2 --switch @/s
 quarra-tcam: damage: expected entry ENTRY, bit PORT BIT or word PORT TABLE VALUE
 exit 2
 $ damage word Port1 8 1 --switch @/s
-quarra-tcam: damage: the port tables are 9 and 10
+quarra-tcam: damage: table 8: expected 9 or 10, the tables of ports' words
 exit 2
 $ damage word Port1 11 1 --switch @/s
-quarra-tcam: damage: expected a number up to 10, got "11"
+quarra-tcam: damage: table 11: expected 9 or 10, the tables of ports' words
 exit 2
 $ damage bit Port1 64 --switch @/s
 quarra-tcam: damage: expected a number up to 63, got "64"

@@ -221,7 +221,7 @@ $ why --switch @/desk 26 CPU|ONE
 ...
 Entries
   CPU|ONE (entry 12) does not match it, and was not asked to.
-    Group 13, pool 4: bits 21 of aclGroupFlexibleWidth. Class ID 1.
+    Group 13, pool 4: bit 21 of aclGroupFlexibleWidth. Class ID 1.
     bit           21
     entry wants    1
     port has       0
@@ -240,7 +240,7 @@ $ why --switch @/desk 4 20
 ...
 Entries
   entry 20 matches it, as asked.
-    Group 129, pool 2: bits 2 of ifpSourceTrunkMap. Class ID 1.
+    Group 129, pool 2: bit 2 of ifpSourceTrunkMap. Class ID 1.
     bit            2
     entry wants    1
     port has       1

@@ -125,6 +125,9 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
    if ( global.switchDir && !options.from.empty() ) {
       throw InputError( "plan: --switch is a switch that is there: it takes no --from" );
    }
+   if ( !options.html.empty() && options.html == options.steps ) {
+      throw InputError( "plan: --steps and --html name the same file" );
+   }
    const auto format = options.format.empty() ? std::nullopt : std::optional( aclFormatOf( options.format ) );
    const auto before =
       options.from.empty() ? AclConfig() : configOf( readAcl( options.from, format ), options );
