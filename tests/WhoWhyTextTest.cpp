@@ -251,7 +251,7 @@ $ why -c scenarios/overlap.json Ethernet0 ALLOW_WEB
     Rule: DST_IP 0.0.0.0/0, IP_PROTOCOL 6, L4_DST_PORT 443, PACKET_ACTION FORWARD
 ...
 $ why --switch @/desk 1 8
-quarra-tcam: unknownEntry: "8" is no installed entry, table or rule; the switch has 11 entries
+quarra-tcam: unknownEntry: "8" is no number of an installed entry, no table, TABLE|RULE or rule; the switch has 11 entries
 exit 2
 )" );
 }
