@@ -84,9 +84,9 @@ TEST_F( UsageText, CheckCountsMismatchesByTheirCause ) {
 $ check --switch @/desk
   11 entries x 27 ports: 3 mismatches
   group 16: an entry does not match its port, 3 times (3 entries, 1 port): a port carries one class ID of group 16, and a newer entry took the port
-    DESKS|DNS (entry 1) on Port3, which entry (entry 4) took
-    DESKS|WEB (entry 2) on Port3, which entry (entry 4) took
-    GUESTS|WEB (entry 3) on Port3, which entry (entry 4) took
+    DESKS|DNS (entry 1) on Port3, which entry 4 took
+    DESKS|WEB (entry 2) on Port3, which entry 4 took
+    GUESTS|WEB (entry 3) on Port3, which entry 4 took
 exit 1
 $ damage bit Port26 21 --switch @/desk
 bit 21 of Port26 is set

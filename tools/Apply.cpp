@@ -139,25 +139,12 @@ void Applied::tellOutcome( std::size_t place, const RuleChange &rule ) {
       entry.refusedMessage = rule.message;
       return;
    }
-   placeOf_.emplace( entry.request.entry, place );
    ++( rule.fate == RuleFate::stays   ? changes_.stayed
        : rule.fate == RuleFate::comes ? changes_.came
                                       : changes_.changed );
 }
 
-std::string Applied::nameOf( U32 entry ) const {
-   if ( const auto place = placeOf_.find( entry ); place != placeOf_.end() ) {
-      const auto &planned = entries_[ place->second ];
-      return shortName( planned.table->name ) + "|" + shortName( planned.rule->name );
-   }
-   const auto name = ruleOf( switch_->agent().entries().at( entry ).request );
-   return name.empty() ? fmt::format( "entry {}", entry ) : shortName( name );
-}
-
 std::string Applied::tableOf( U32 entry ) const {
-   if ( const auto place = placeOf_.find( entry ); place != placeOf_.end() ) {
-      return entries_[ place->second ].table->name;
-   }
    const auto name = QuarraLab::tableOf( ruleOf( switch_->agent().entries().at( entry ).request ) );
    return name.empty() ? fmt::format( "entry {}", entry ) : name;
 }

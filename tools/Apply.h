@@ -67,8 +67,7 @@ class Applied {
    const Changes &changes() const { return changes_; }
    bool lasts() const { return switch_->dir(); }
 
-   // Of any entry on the switch, by number: "TABLE|RULE" and its table, or "entry 7" where nobody named it.
-   std::string nameOf( U32 entry ) const;
+   // Of any entry on the switch, by number: its table, or "entry 7" where nobody named it.
    std::string tableOf( U32 entry ) const;
    const std::vector<Mismatch> &mismatches() const { return mismatches_; }
    const Costs &costs() const { return costs_; }
@@ -88,7 +87,6 @@ class Applied {
    GroupMap map_;
    std::unique_ptr<Switch> switch_;
    std::vector<PlannedEntry> entries_;
-   std::map<U32, std::size_t> placeOf_; // in entries_, by entry
    Changes changes_;
    std::vector<Mismatch> mismatches_;
    Costs costs_;

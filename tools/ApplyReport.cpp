@@ -294,9 +294,8 @@ std::string applyReport( const Applied &applied, bool colour, bool all ) {
                colour ) +
       refusedPart( applied, all, colour );
    if ( !agent.entries().empty() ) {
-      const auto nameOf = [ & ]( U32 entry ) { return applied.nameOf( entry ); };
       text += heading( "Match check", colour ) +
-              matchText( applied.theSwitch(), applied.mismatches(), nameOf, all, colour );
+              matchText( applied.theSwitch(), applied.mismatches(), all, colour );
    }
    return text;
 }

@@ -4,12 +4,20 @@
 
 #include "lab/PortNames.h"
 #include "lab/TextFile.h"
+#include "lab/Who.h"
 #include "tools/TextTable.h"
 
 namespace QuarraTool {
 namespace {
 
 constexpr std::size_t examplesOfACause = 3; // mismatches listed for each cause, unless all are asked for
+
+// "USERS|WEB (entry 3)", "entry 7" where it has no name.
+std::string entryName( const Switch &theSwitch, U32 entry ) {
+   const auto rule = ruleOf( theSwitch.agent().entries().at( entry ).request );
+   return rule.empty() ? fmt::format( "entry {}", entry )
+                       : fmt::format( "{} (entry {})", shortName( rule ), entry );
+}
 
 } // namespace
 
@@ -18,8 +26,8 @@ std::string verdict( bool good, const std::string &text, bool colour ) {
                  : fmt::format( "  {}\n", text );
 }
 
-std::string matchText( const Switch &theSwitch, const std::vector<Mismatch> &mismatches,
-                       const std::function<std::string( U32 entry )> &nameOf, bool all, bool colour ) {
+std::string matchText( const Switch &theSwitch, const std::vector<Mismatch> &mismatches, bool all,
+                       bool colour ) {
    const auto size =
       fmt::format( "{} x {}", counted( theSwitch.agent().entries().size(), "entry", "entries" ),
                    counted( theSwitch.ports().size(), "port", "ports" ) );
@@ -37,11 +45,11 @@ std::string matchText( const Switch &theSwitch, const std::vector<Mismatch> &mis
          counted( cause.mismatches, "time", "times" ), counted( cause.entries, "entry", "entries" ),
          counted( cause.ports, "port", "ports" ), reasonText( theSwitch.agent().variant(), cause.first ) );
       for ( const auto &mismatch : cause.examples ) {
-         const U32 taker = mismatch.taker.value_or( 0 );
-         text += fmt::format( "    {} (entry {}) on {}{}\n", nameOf( mismatch.entry ), mismatch.entry,
+         text += fmt::format( "    {} on {}{}\n", entryName( theSwitch, mismatch.entry ),
                               shortName( names.name( mismatch.port ) ),
-                              taker ? fmt::format( ", which {} (entry {}) took", nameOf( taker ), taker )
-                                    : std::string() );
+                              mismatch.taker
+                                 ? fmt::format( ", which {} took", entryName( theSwitch, *mismatch.taker ) )
+                                 : std::string() );
       }
       if ( cause.mismatches > cause.examples.size() ) {
          text += fmt::format( "    and {} more\n", cause.mismatches - cause.examples.size() );

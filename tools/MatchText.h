@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,9 +12,8 @@ using namespace QuarraLab;
 // An indented line, green or red where `colour` is wanted.
 std::string verdict( bool good, const std::string &text, bool colour );
 
-// What a match check found: a line for each cause, with a few examples unless `all` are wanted. `nameOf`: an
-// entry by its number.
-std::string matchText( const Switch &theSwitch, const std::vector<Mismatch> &mismatches,
-                       const std::function<std::string( U32 entry )> &nameOf, bool all, bool colour );
+// What a match check found: a line for each cause, with a few examples unless `all` are wanted.
+std::string matchText( const Switch &theSwitch, const std::vector<Mismatch> &mismatches, bool all,
+                       bool colour );
 
 } // namespace QuarraTool

@@ -33,11 +33,7 @@ int runCheck( const GlobalOptions &global, const CheckOptions &options, Output &
       }
       out.print( jsonText( json, global.pretty ) + "\n" );
    } else {
-      const auto nameOf = [ & ]( U32 entry ) {
-         const auto name = ruleOf( theSwitch.agent().entries().at( entry ).request );
-         return name.empty() ? std::string( "entry" ) : shortName( name );
-      };
-      out.print( matchText( theSwitch, mismatches, nameOf, options.all, false ) );
+      out.print( matchText( theSwitch, mismatches, options.all, false ) );
    }
    return mismatches.empty() ? exitGood : exitDoesNotFit;
 }
