@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <ranges>
 
 #include <fmt/format.h>
 
@@ -77,7 +76,7 @@ const ClassIdRequestStatus *ChangeRun::requestOf( U32 entry ) const {
 ChangeRun::ChangeRun( TcamAgent &agent, const WantedEntries &wanted, const ChangeOptions &options )
    : agent_( agent ), wanted_( wanted ), options_( options ) {
    if ( !agent_.entries().empty() ) {
-      lastEntry_ = std::ranges::max( agent_.entries() | std::views::keys );
+      lastEntry_ = agent_.entries().rbegin()->first;
    }
    pairUp();
 }
