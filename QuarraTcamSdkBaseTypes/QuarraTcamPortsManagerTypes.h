@@ -80,8 +80,8 @@ class QUARRA_TCAM_API PoolStatus {
    ATTR_KEY( poolId, U16 ); // number within the group, from 1
    ATTR( baseOffset, U8 );  // first bit of the pool in the hardware space
    ATTR( size, U8 );        // width in bits
-   ATTR_QUEUE( classIdPool,
-               U16 ); // values not lent out: the front is lent next, a returned one goes to the back
+   // Values not lent out: the front is lent next, a returned one goes to the back.
+   ATTR_QUEUE( classIdPool, U16 );
 
  public:
    // As large as the hardware space, with exactly the pool's bits set; null until made.

@@ -21,7 +21,6 @@ using enum QuarraTcam::ClassIdType;
 constexpr U16 group500 = 500; // of no number that the helper knows: flexible on SDK6
 
 // ---- P1, P3: an entry joins and leaves an existing group
-// ------------------------------------------------------
 
 // Existing entries of one interface group, and one that comes and goes, each time under another id.
 Operation joinAndLeave( U32 entries, U32 portCount ) {
@@ -86,7 +85,6 @@ Operation joinAndLeaveFloor() {
 }
 
 // ---- P2: one bit on every system port
-// -------------------------------------------------------------------------
 
 constexpr U32 systemPorts = 1024;
 
@@ -127,7 +125,6 @@ Operation programBitFloor() {
 }
 
 // ---- P4: the key of an entry
-// ----------------------------------------------------------------------------------
 
 constexpr U32 manyRequests = 255;
 constexpr U32 entriesOfEach = 40;
@@ -163,7 +160,6 @@ Operation keyOfEntryFloor() {
 }
 
 // ---- P5: a pool in a fragmented space
-// -------------------------------------------------------------------------
 
 constexpr U32 spaceBits = 255;
 
@@ -233,7 +229,6 @@ Operation fragmentedPoolFloor() {
 }
 
 // ---- P6: the union of the requests that hold a bit
-// ------------------------------------------------------------
 
 constexpr U32 holders = 128;
 constexpr U32 portsOfEach = 32;

@@ -167,7 +167,6 @@ JsonOut portBitmap( const Case &scene ) {
 }
 
 // ---- Class IDs
-// ------------------------------------------------------------------------------------------------
 
 class ClassIds {
  public:

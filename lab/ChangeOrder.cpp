@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <limits>
 
 #include "lab/ChangeRun.h"
 
@@ -7,7 +8,6 @@ namespace QuarraLab {
 
 using namespace QuarraTcam;
 using QuarraAgent::InstallRequest;
-using QuarraCentral::QuarraModPort;
 using Kind = ChangeStep::Kind;
 
 namespace {
@@ -16,6 +16,17 @@ namespace {
 bool sharesBits( TcamGroupId group ) {
    return isOfType( group, ClassIdType::aclGroupFixedWidth ) &&
           classIdTcamGroupsInfo.at( group )->classIdPoolWidth() != 1;
+}
+
+// A class ID that one of them gives back is room for the other: wide pools and fixed-width ones stay with their group.
+bool drawOnTheSame( TcamGroupId one, TcamGroupId other ) {
+   const auto oneBit = [ & ]( TcamGroupId group ) {
+      const auto item = classIdTcamGroupsInfo.find( group );
+      return item != classIdTcamGroupsInfo.end() && item->second->classIdPoolWidth() == 1 &&
+             item->second->classIdType() == classIdTcamGroupsInfo.at( one )->classIdType() &&
+             item->second->classIdType() != ClassIdType::aclGroupFixedWidth;
+   };
+   return one == other || ( oneBit( one ) && oneBit( other ) );
 }
 
 } // namespace
@@ -27,15 +38,9 @@ bool ChangeRun::Bundle::done() const {
 void ChangeRun::run( ChangeObserver &observer ) {
    observer_ = &observer;
    clearTheWay();
-   while ( !allDone() ) {
-      bool progress = swapAll( false ) || swapAll( true );
-      progress = ( !progress && comeAll() ) || progress;
-      if ( !progress && !allDone() && !goAll() && !breakSmallest() ) {
-         break;
-      }
-   }
+   while ( !allDone() && step() ) {}
    goAll();
-   putBack();
+   std::ranges::for_each( bundles_, [ this ]( Bundle &bundle ) { putBack( bundle ); } );
    dropGroups();
    tellRefusals();
 }
@@ -44,38 +49,60 @@ bool ChangeRun::allDone() const {
    return std::ranges::all_of( bundles_, &Bundle::done ) && std::ranges::all_of( comers_, &Wish::done );
 }
 
-// Where class IDs share bits, and a new one is to come, what leaves goes before: fewer class IDs are in each other's
-// way. What holds the same ports as one that comes stays until then: they share the class ID.
-void ChangeRun::clearTheWay() {
-   std::set<PortSet> held;
-   for ( const auto &[ id, entry ] : agent_.entries() ) {
-      if ( sharesBits( entry.request.group ) ) {
-         held.insert( portSetOf( entry.request ) );
-      }
+// Its old entries are gone, and it still has no new ones for some of them.
+bool ChangeRun::isWaiting( const Bundle &bundle ) const {
+   return bundle.oldAreGone && !bundle.inVain && !bundle.done();
+}
+
+// While something waits for room, nothing takes any that does not give it back.
+bool ChangeRun::step() {
+   if ( swapOf( -1 ) || swapOf( 0 ) || swapWithoutOld() ) {
+      return true;
    }
+   const auto waiting =
+      std::ranges::find_if( bundles_, [ this ]( const Bundle &bundle ) { return isWaiting( bundle ); } );
+   if ( waiting == bundles_.end() ) {
+      return swapOf( std::numeric_limits<int>::max() ) || comeAll() || goAll() || breakSmallest();
+   }
+   if ( !goAll() && !breakSmallest() ) {
+      putBack( *waiting );
+      waiting->inVain = true;
+   }
+   return true;
+}
+
+// Where class IDs share bits: what leaves goes before a new one that has a bit of it, since the old one would take the
+// bit along when it goes. What holds the same ports as one that comes stays until then: they share the class ID.
+void ChangeRun::clearTheWay() {
    std::set<PortSet> asked;
-   std::set<TcamGroupId> getNewOnes;
+   std::map<TcamGroupId, std::size_t> newOnes;
    const auto ask = [ & ]( const Wish &wish ) {
-      const auto &request = *wish.request;
-      if ( sharesBits( request.group ) && asked.insert( portSetOf( request ) ).second &&
-           !held.contains( portSetOf( request ) ) ) {
-         getNewOnes.insert( request.group );
+      auto portSet = portSetOf( *wish.request );
+      const bool isHeld = held_.contains( portSet );
+      if ( asked.insert( std::move( portSet ) ).second && !isHeld ) {
+         ++newOnes[ wish.request->group ];
       }
    };
    for ( const auto &bundle : bundles_ ) {
       std::ranges::for_each( bundle.wishes, ask );
    }
    std::ranges::for_each( comers_, ask );
-   const auto isInTheWay = [ & ]( const InstallRequest &request ) {
-      return getNewOnes.contains( request.group ) && !asked.contains( portSetOf( request ) );
+   std::map<TcamGroupId, U32> bits;
+   for ( const auto &[ group, number ] : newOnes ) {
+      bits[ group ] = sharesBits( group ) ? bitsOfNext( group, number ) : 0;
+   }
+   const auto isInTheWay = [ & ]( U32 entry ) {
+      const auto &request = agent_.entries().at( entry ).request;
+      return ( bits[ request.group ] & requestOf( entry )->classId() ) &&
+             !asked.contains( portSetOf( request ) );
    };
    for ( auto &bundle : bundles_ ) {
-      if ( isInTheWay( bundle.old.front() ) ) {
+      if ( isInTheWay( bundle.old.front().entry ) ) {
          goFirst( bundle );
       }
    }
    std::erase_if( goers_, [ & ]( std::size_t rule ) {
-      const bool goes = isInTheWay( agent_.entries().at( *rules_[ rule ].entryBefore ).request );
+      const bool goes = isInTheWay( *rules_[ rule ].entryBefore );
       if ( goes ) {
          remove( rule );
       }
@@ -83,12 +110,38 @@ void ChangeRun::clearTheWay() {
    } );
 }
 
-bool ChangeRun::swapAll( bool oldAreGone ) {
+// All bits of the class IDs that a fixed-width group lends next.
+U32 ChangeRun::bitsOfNext( TcamGroupId group, std::size_t number ) const {
+   const auto &status = agent_.manager().classIdTcamGroupStatus( group );
+   const auto pool = status ? status->poolStatus( status->lastPoolNum() ) : nullptr;
+   U32 bits = 0;
+   if ( pool ) {
+      for ( const U16 classId : pool->classIdPool() ) {
+         bits |= number && number-- ? classId : 0U;
+      }
+   }
+   return bits;
+}
+
+// Those whose old entries are there, and that cost so many class IDs at the most. One that costs something is the only
+// one: it may have changed what the others cost.
+bool ChangeRun::swapOf( int mostCost ) {
    bool progress = false;
    for ( auto &bundle : bundles_ ) {
-      if ( bundle.oldAreGone == oldAreGone && !bundle.done() ) {
-         progress = swap( bundle ) || progress;
+      if ( !bundle.oldAreGone && !bundle.done() && costOf( bundle ) <= mostCost && swap( bundle ) ) {
+         progress = true;
+         if ( mostCost >= 0 ) {
+            break;
+         }
       }
+   }
+   return progress;
+}
+
+bool ChangeRun::swapWithoutOld() {
+   bool progress = false;
+   for ( auto &bundle : bundles_ ) {
+      progress = ( isWaiting( bundle ) && swap( bundle ) ) || progress;
    }
    return progress;
 }
@@ -138,6 +191,22 @@ bool ChangeRun::frees( const Bundle &bundle ) const {
    return request && request->entryRefs() == old;
 }
 
+// Class IDs that it takes for good: one for each new port set, less the one that comes free, where that is of use to it.
+int ChangeRun::costOf( const Bundle &bundle ) const {
+   bool ofUse = frees( bundle );
+   std::set<PortSet> taken;
+   for ( const auto &wish : bundle.wishes ) {
+      if ( wish.done() ) {
+         continue;
+      }
+      ofUse = ofUse && drawOnTheSame( bundle.old.front().group, wish.request->group );
+      if ( auto portSet = portSetOf( *wish.request ); !held_.contains( portSet ) ) {
+         taken.insert( std::move( portSet ) );
+      }
+   }
+   return static_cast<int>( taken.size() ) - ( ofUse ? 1 : 0 );
+}
+
 // Something that found no room draws on the space of the old entries.
 bool ChangeRun::couldHelp( const Bundle &bundle ) const {
    const auto group = bundle.old.front().group;
@@ -157,8 +226,8 @@ bool ChangeRun::breakSmallest() {
    };
    Bundle *smallest = nullptr;
    for ( auto &bundle : bundles_ ) {
-      if ( !bundle.done() && !bundle.oldAreGone && frees( bundle ) && couldHelp( bundle ) &&
-           ( !smallest || left( bundle ) < left( *smallest ) ) ) {
+      if ( !bundle.done() && !bundle.oldAreGone && frees( bundle ) && costOf( bundle ) <= 0 &&
+           couldHelp( bundle ) && ( !smallest || left( bundle ) < left( *smallest ) ) ) {
          smallest = &bundle;
       }
    }
@@ -179,19 +248,17 @@ void ChangeRun::goFirst( Bundle &bundle ) {
 }
 
 // What gave up its old entry for nothing gets it back, where that still fits.
-void ChangeRun::putBack() {
-   for ( auto &bundle : bundles_ ) {
-      for ( std::size_t i = 0; i < bundle.wishes.size(); ++i ) {
-         const auto rule = bundle.wishes[ i ].rule;
-         Wish again{ rule, &bundle.old[ i ] };
-         if ( !bundle.wishes[ i ].installed && !agent_.entries().contains( again.request->entry ) ) {
-            const auto refusal = rules_[ rule ];
-            roomless_.clear();
-            install( again );
-            rules_[ rule ].code = refusal.code;
-            rules_[ rule ].message = refusal.message;
-         }
+void ChangeRun::putBack( Bundle &bundle ) {
+   for ( std::size_t i = 0; i < bundle.wishes.size(); ++i ) {
+      auto &rule = rules_[ bundle.wishes[ i ].rule ];
+      if ( bundle.wishes[ i ].installed || rule.entryAfter || !bundle.oldAreGone ) {
+         continue;
       }
+      Wish again{ bundle.wishes[ i ].rule, &bundle.old[ i ] };
+      const auto refusal = rule;
+      install( again );
+      rule.code = refusal.code;
+      rule.message = refusal.message;
    }
 }
 

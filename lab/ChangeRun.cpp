@@ -75,8 +75,9 @@ const ClassIdRequestStatus *ChangeRun::requestOf( U32 entry ) const {
 
 ChangeRun::ChangeRun( TcamAgent &agent, const WantedEntries &wanted, const ChangeOptions &options )
    : agent_( agent ), wanted_( wanted ), options_( options ) {
-   if ( !agent_.entries().empty() ) {
-      lastEntry_ = agent_.entries().rbegin()->first;
+   for ( const auto &[ id, entry ] : agent_.entries() ) {
+      lastEntry_ = id;
+      ++held_[ portSetOf( entry.request ) ];
    }
    pairUp();
 }
@@ -186,6 +187,7 @@ void ChangeRun::installOrThrow( Wish &wish ) {
    observer_->begins( step, wish.rule );
    agent_.install( step.request );
    lastEntry_ = step.request.entry;
+   ++held_[ portSetOf( step.request ) ];
    wish.installed = true;
    rules_[ wish.rule ].entryAfter = lastEntry_;
    observer_->ends( step );
@@ -197,6 +199,9 @@ void ChangeRun::remove( std::size_t rule ) {
    observer_->begins( step, {} );
    agent_.remove( step.request.group, entry );
    leftGroups_.insert( step.request.group );
+   if ( const auto held = held_.find( portSetOf( step.request ) ); --held->second == 0 ) {
+      held_.erase( held );
+   }
    roomless_.clear();
    observer_->ends( step );
 }

@@ -61,10 +61,11 @@ struct ChangeOptions {
 };
 
 // An entry is known by its label; those without one are of no configuration, and stay. The order: new entries before
-// old ones, all rules that change, then what comes, then what goes goes. Where there is no room, what goes goes
-// earlier; where that does not help, the fewest rules that change give up their old entries first. In a fixed-width
-// group of wide pools, whose class IDs share bits, what leaves goes before a new port set comes. A rule that gave up
-// its old entry and found no room gets it back, where that still fits.
+// old ones; of the rules that change, those first that cost no class ID, then those that give back as many as they
+// take; then what comes, then what goes goes. Where there is no room, what goes goes earlier; where that does not help,
+// the fewest rules that change give up their old entries first, and get them back where they find no room after all.
+// In a fixed-width group of wide pools, whose class IDs share bits, what leaves goes before a new class ID comes that
+// has a bit of its own.
 class ChangeRun {
  public:
    // `wanted` must live as long.
@@ -97,6 +98,7 @@ class ChangeRun {
       std::vector<Wish> wishes;
       std::vector<InstallRequest> old; // by wish
       bool oldAreGone = false;         // before the new ones came
+      bool inVain = false;             // it gave up its old entries once, and found no room then
       bool done() const;
    };
 
@@ -109,16 +111,21 @@ class ChangeRun {
    void bundleUp( const std::vector<std::size_t> &changed );
 
    void clearTheWay();
-   bool swapAll( bool oldAreGone ); // these give true when something came of it
+   U32 bitsOfNext( QuarraTcam::TcamGroupId group, std::size_t number ) const;
+   bool step(); // these give true when something came of it
+   bool swapOf( int mostCost );
+   bool swapWithoutOld();
    bool swap( Bundle &bundle );
    bool comeAll();
    bool goAll();
    bool breakSmallest();
    void goFirst( Bundle &bundle );
+   void putBack( Bundle &bundle );
    bool allDone() const;
+   bool isWaiting( const Bundle &bundle ) const;
    bool frees( const Bundle &bundle ) const;
+   int costOf( const Bundle &bundle ) const;
    bool couldHelp( const Bundle &bundle ) const;
-   void putBack();
    void dropGroups();
    void tellRefusals();
 
@@ -135,6 +142,7 @@ class ChangeRun {
    std::vector<Bundle> bundles_;
    std::vector<Wish> comers_;
    std::vector<std::size_t> goers_;
+   std::map<PortSet, std::size_t> held_; // installed entries by port set
    std::set<QuarraTcam::TcamGroupId> wantedGroups_;
    std::set<QuarraTcam::TcamGroupId> leftGroups_;                    // of entries that went
    std::map<PortSet, std::pair<std::string, std::string>> roomless_; // since something went: code and message

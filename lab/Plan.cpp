@@ -187,7 +187,7 @@ Plan makePlan( std::unique_ptr<Switch> copy, const WantedEntries &wanted, const 
    if ( options.show ) {
       options.show( *copy, "before", plan );
    }
-   PlanRun( *copy, wanted, plan ).run();
+   PlanRun( *copy, wanted, plan, options.change ).run();
    plan.stateAfter = stateDigest( *copy );
    if ( options.show ) {
       options.show( *copy, "after", plan );

@@ -84,7 +84,7 @@ struct Plan {
    std::vector<PeakOfSpace> spaces;
    std::vector<WrongOnTheWay> wrong;
    std::vector<Mismatch> mismatches;  // afterwards
-   std::vector<RulesOfTable> goFirst; // the smallest set whose entries go before their new ones come
+   std::vector<RulesOfTable> goFirst; // whose entries go before their new ones come
    std::optional<Reload> reload;      // where the switch cannot be changed in place as it should
    std::vector<RulesOfTable>
       leaveOut;             // where a reload does not help: the smallest set without which the rest fits
@@ -99,6 +99,8 @@ struct Plan {
 };
 
 struct PlanOptions {
+   ChangeOptions change = {};
+
    // Told of the copy, "before" the first step and "after" the last one.
    std::function<void( const Switch &copy, const char *when, const Plan &plan )> show = {};
 };

@@ -73,8 +73,8 @@ std::vector<PeakOfSpace> fillOf( const Switch &theSwitch ) {
    return spaces;
 }
 
-PlanRun::PlanRun( Switch &theSwitch, const WantedEntries &wanted, Plan &plan )
-   : switch_( theSwitch ), agent_( theSwitch.agent() ), change_( agent_, wanted ), plan_( plan ) {
+PlanRun::PlanRun( Switch &theSwitch, const WantedEntries &wanted, Plan &plan, const ChangeOptions &options )
+   : switch_( theSwitch ), agent_( theSwitch.agent() ), change_( agent_, wanted, options ), plan_( plan ) {
    heldBefore_ = heldNow();
    plan_.spaces = fillOf( switch_ );
    std::vector<WatchedRule> watched;

@@ -10,7 +10,7 @@ namespace QuarraLab {
 // Carries a change out on a switch and writes down in a plan what happens.
 class PlanRun : private ChangeObserver {
  public:
-   PlanRun( Switch &theSwitch, const WantedEntries &wanted, Plan &plan );
+   PlanRun( Switch &theSwitch, const WantedEntries &wanted, Plan &plan, const ChangeOptions &options );
    PlanRun( const PlanRun & ) = delete;
    PlanRun &operator=( const PlanRun & ) = delete;
 

@@ -19,7 +19,6 @@ Model::Model( ModelChip chip, std::map<U16, ModelGroup> groups )
 }
 
 // ---- What the agent refuses
-// ---------------------------------------------------------------------------------
 
 bool Model::startsUp( const ModelRequest &request ) const {
    const auto &rules = groups_.at( request.group ).startRules;
@@ -67,7 +66,6 @@ bool Model::asAtStart() const {
 }
 
 // ---- Groups
-// -------------------------------------------------------------------------------------------------
 
 Outcome Model::createGroup( U16 id, std::optional<std::pair<U8, U8>> &hint ) {
    moved_.clear();
@@ -117,7 +115,6 @@ Outcome Model::deleteGroup( U16 id ) {
 }
 
 // ---- Class IDs
-// ----------------------------------------------------------------------------------------------
 
 std::optional<U32> Model::lowestRun( Space space, U32 bits ) const {
    const auto &taken = reserved_.at( space );
@@ -228,7 +225,6 @@ void Model::givePoolsBack( U16 id ) {
 }
 
 // ---- Entries
-// ------------------------------------------------------------------------------------------------
 
 // The words of the source trunk map are written port by port, so there all ethernet ports are listed.
 PortSet Model::portsOf( const ModelRequest &request ) const {

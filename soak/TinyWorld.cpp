@@ -139,7 +139,6 @@ std::vector<TinyWorld> tinyWorlds( const QuarraAgent::Variant &variant ) {
 }
 
 // ---- States as text
-// ---------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -281,17 +281,47 @@ TEST_F( PlanTest, APortThatChangesHandsIsWrongForAWhile ) {
    EXPECT_EQ( gap.at( "firstStep" ), 1 );
    EXPECT_EQ( gap.at( "lastStep" ), 1 ) << "the new class ID is on port 2 before the new entry is there";
    EXPECT_EQ( gap.at( "ports" ).dump(), R"([{"name":"Port2","port":2}])" );
-   // Where class IDs share bits the old one goes before.
    use( "hsdk" );
    change( { { "A", "L3", { 1, 2 } } } );
    plan = change( { { "A", "L3", { 2, 3 } } } );
+   EXPECT_THAT( stepsOf( plan ), ElementsAre( "install A|R1", "remove A|R1" ) ) << "class IDs 1 and 2";
+   // Class ID 3 has bit 1 as class ID 2 has, which would take it along when it goes.
+   plan = change( { { "A", "L3", { 3, 4 } } } );
    EXPECT_THAT( stepsOf( plan ), ElementsAre( "remove A|R1", "install A|R1" ) );
+   EXPECT_THAT( plan.at( "mismatches" ), IsEmpty() );
    gap = plan.at( "wrongOnTheWay" ).at( 0 );
    EXPECT_EQ( gap.at( "lastStep" ), 2 );
-   EXPECT_EQ( gap.at( "ports" ).dump(), R"([{"name":"Port2","port":2}])" );
+   EXPECT_EQ( gap.at( "ports" ).dump(), R"([{"name":"Port3","port":3}])" );
    // With the same ports the new entry shares the class ID, and comes before.
-   EXPECT_THAT( stepsOf( change( { { "B", "L3", { 2, 3 } } } ) ),
+   EXPECT_THAT( stepsOf( change( { { "B", "L3", { 3, 4 } } } ) ),
                 ElementsAre( "install B|R1", "remove A|R1" ) );
+}
+
+// A rule gives up its old entry so that others can change; none of them may keep what it gave up.
+TEST_F( PlanTest, WhatGoesFirstFindsRoomOrGetsItsOldEntryBack ) {
+   use( "sdk6", R"(,"flexibleBits":16)" );
+   change( { { "S", "L3", { 1 } }, { "B", "L3", { 1 }, 2 }, { "A", "L3", { 2 } } } );
+   const auto plan = change( { { "S", "L3", { 1 } }, { "B", "L3", { 3 }, 2 }, { "A", "L3", { 5 } } } );
+   EXPECT_EQ( plan.at( "verdict" ), "doesNotFit" );
+   std::map<std::string, std::string> fates;
+   for ( const auto &rule : plan.at( "rules" ) ) {
+      fates[ rule.at( "rule" ) ] = rule.at( "fate" );
+      EXPECT_FALSE( rule.at( "entryAfter" ).is_null() ) << rule;
+   }
+   EXPECT_EQ( fates.at( "A|R1" ), "changes" );
+   EXPECT_EQ( fates.at( "B|R1" ), "refused" );
+   EXPECT_EQ( fates.at( "B|R2" ), "refused" );
+}
+
+// B gives a class ID back, C takes one for good, D gives back what it takes: in this order or D has a gap.
+TEST_F( PlanTest, WhatTakesAClassIdForGoodComesLast ) {
+   use( "sdk6", R"(,"flexibleBits":17)" );
+   change( { { "A", "L3", { 1 } }, { "B", "L3", { 3 } }, { "C", "L3", { 1 } }, { "D", "L3", { 2 } } } );
+   const auto plan =
+      change( { { "A", "L3", { 1 } }, { "B", "L3", { 1 } }, { "C", "L3", { 6 } }, { "D", "L3", { 4 } } } );
+   EXPECT_EQ( plan.at( "verdict" ), "fits" );
+   EXPECT_THAT( stepsOf( plan ), ElementsAre( "install B|R1", "remove B|R1", "install D|R1", "remove D|R1",
+                                              "install C|R1", "remove C|R1" ) );
 }
 
 TEST_F( PlanTest, WhatIsOfNoConfigurationStays ) {

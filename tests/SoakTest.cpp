@@ -154,7 +154,6 @@ TEST( Children, TellHowTheyEnded ) {
 }
 
 // ---- Soak as a process
-// --------------------------------------------------------------------------------------
 
 SoakOptions oneVariant( U64 operations, double seconds = 0 ) {
    return { .variants = { QuarraAgent::variantOf( "sdk6" ) },

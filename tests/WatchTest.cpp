@@ -151,7 +151,6 @@ INSTANTIATE_TEST_SUITE_P( Faults, WatchSees, ::testing::ValuesIn( faults ),
                           []( const auto &fault ) { return std::string( fault.param.name ); } );
 
 // ---- What entries match, against the model
-// ------------------------------------------------------------------
 
 TEST( CompareMatches, SeesAChipThatMatchesOtherwise ) {
    FaultyAgent agent( oneBitGroup );
@@ -175,7 +174,6 @@ TEST( CompareMatches, SeesAMismatchThatIsNotThere ) {
 }
 
 // ---- Deaths
-// -------------------------------------------------------------------------------------------------
 
 class Dying : public ::testing::Test {
  protected:
@@ -313,7 +311,6 @@ TEST( CrashHistories, AreReplayed ) {
 }
 
 // ---- Tearing and damaging
-// -------------------------------------------------------------------------------------
 
 TEST( Damage, TearsACommitWithoutMixingItWithWhatFollows ) {
    const Directory directory;

@@ -290,7 +290,7 @@ std::string applyReport( const Applied &applied, bool colour, bool all ) {
                   ? "there are no rules, so there is nothing to install (--bindings shows what the tables' "
                     "port sets would take)"
                   : fmt::format( "{} of {} {}", installed, applied.entries().size(),
-                                 applied.lasts() ? "are on the switch" : "installed" ),
+                                 applied.lasts() ? "are on the switch as the file has them" : "installed" ),
                colour ) +
       refusedPart( applied, all, colour );
    if ( !agent.entries().empty() ) {

@@ -80,7 +80,8 @@ std::string entriesPart( const Plan &plan ) {
    for ( const auto &rule : plan.rules ) {
       // Refusals of one cause tell different entries apart in their messages.
       const Key key( rule.fate, tableOf( rule.rule ),
-                     rule.fate == Fate::refused ? rule.code : fateText( rule, names ) );
+                     rule.fate == Fate::refused ? rule.code + ( rule.entryAfter ? "; stays" : "" )
+                                                : fateText( rule, names ) );
       auto &line = lines[ key ];
       if ( !line.rules++ ) {
          order.push_back( key );
@@ -229,17 +230,19 @@ std::string afterwardsPart( const Plan &plan ) {
    return text;
 }
 
-std::string tablesText( const std::vector<RulesOfTable> &tables ) {
+std::string tablesText( const std::vector<RulesOfTable> &tables, bool all ) {
    constexpr std::size_t most = 20;
+   constexpr std::size_t mostRules = 8;
    std::vector<std::string> texts;
    for ( const auto &table : tables ) {
+      std::vector<std::string> names;
+      std::ranges::transform( table.rules, std::back_inserter( names ),
+                              []( const auto &rule ) { return oneLine( rule ); } );
       texts.push_back( table.all ? fmt::format( "{} ({})", oneLine( table.table ),
                                                 counted( table.rules.size(), "rule", "rules" ) )
-                       : table.rules.size() == 1
-                          ? oneLine( table.rules.front() )
-                          : fmt::format( "{} rules of {}", table.rules.size(), oneLine( table.table ) ) );
+                                 : shortened( names, all ? names.size() : mostRules ) );
    }
-   return shortened( texts, most );
+   return shortened( texts, all ? texts.size() : most );
 }
 
 std::string reloadText( const Reload &reload ) {
@@ -257,7 +260,7 @@ std::string reloadText( const Reload &reload ) {
                        fmt::join( spaces, ", " ), reload.sdkWrites );
 }
 
-std::string verdictPart( const Plan &plan ) {
+std::string verdictPart( const Plan &plan, bool all ) {
    const auto refused = plan.count( Fate::refused );
    std::string text;
    switch ( plan.verdict() ) {
@@ -279,15 +282,18 @@ std::string verdictPart( const Plan &plan ) {
       break;
    }
    if ( !plan.goFirst.empty() ) {
-      text += fmt::format( "  Old and new cannot stand side by side. What must go first: {}.\n",
-                           tablesText( plan.goFirst ) );
+      text += fmt::format( "  What gives up its old entry before the new one comes: {}.\n",
+                           tablesText( plan.goFirst, all ) );
+   }
+   if ( std::ranges::find( plan.mismatches, Reason::fault, &Mismatch::reason ) != plan.mismatches.end() ) {
+      text += "  The chip does not hold what was put there: audit tells what, repair mends it.\n";
    }
    if ( plan.reload ) {
       text += reloadText( *plan.reload );
    }
    if ( !plan.leaveOut.empty() ) {
       text += fmt::format( "  Without these the rest fits on an empty switch: {}.\n",
-                           tablesText( plan.leaveOut ) );
+                           tablesText( plan.leaveOut, all ) );
    }
    return text;
 }
@@ -298,7 +304,7 @@ std::string planText( const Plan &plan, bool all ) {
    return fmt::format( "Entries (= stay, ~ change, + come, - go, ! do not fit)\n{}\nSteps\n{}\nSpaces\n{}\n"
                        "Matches\n{}{}\n{}",
                        entriesPart( plan ), stepsPart( plan, all ), spacesPart( plan.spaces ),
-                       wrongPart( plan, all ), afterwardsPart( plan ), verdictPart( plan ) );
+                       wrongPart( plan, all ), afterwardsPart( plan ), verdictPart( plan, all ) );
 }
 
 } // namespace QuarraTool

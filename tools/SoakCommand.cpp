@@ -186,7 +186,6 @@ SoakOptions soakOptions( const GlobalOptions &global, const SoakCommandOptions &
 }
 
 // ---- Every history to a depth
-// -------------------------------------------------------------------------------
 
 JsonOut exhaustiveJson( const ExhaustiveOptions &options, const ExhaustiveResult &result ) {
    auto json = document( result.good() );
@@ -278,7 +277,6 @@ int runExhaustive( const GlobalOptions &global, const SoakCommandOptions &comman
 }
 
 // ---- The command
-// --------------------------------------------------------------------------------------------
 
 int run( const GlobalOptions &global, const SoakCommandOptions &command, Output &out ) {
    if ( command.depth ) {
