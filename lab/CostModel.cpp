@@ -1,5 +1,6 @@
 #include "lab/CostModel.h"
 
+#include <algorithm>
 #include <bit>
 
 namespace QuarraLab {
@@ -33,6 +34,21 @@ U64 PortWrites::count() const {
    return switch_.chip().portWrites() - writesBefore_ + changed_;
 }
 
+namespace {
+
+// A port that could join; one of the entry's own where it has them all.
+QuarraModPort anotherPort( const Switch &theSwitch, const QuarraAgent::Entry &entry ) {
+   const auto &own = entry.request.ports;
+   for ( const auto &port : theSwitch.agent().chip().ports ) {
+      if ( std::ranges::find( own, port.port ) == own.end() ) {
+         return port.port;
+      }
+   }
+   return own.front();
+}
+
+} // namespace
+
 U64 writesOfAJoin( const Switch &theSwitch, const QuarraAgent::Entry &entry ) {
    const auto group = entry.request.group;
    const auto type = QuarraTcam::classIdTcamGroupsInfo.at( group )->classIdType();
@@ -42,7 +58,7 @@ U64 writesOfAJoin( const Switch &theSwitch, const QuarraAgent::Entry &entry ) {
    }
    const auto &status = theSwitch.agent().manager().classIdTcamGroupStatus( group );
    const auto bits = std::popcount( status->requestStatus( entry.key )->classId() );
-   return static_cast<U64>( bits ) * theSwitch.chip().writesOfABit( entry.request.ports.front().port() );
+   return static_cast<U64>( bits ) * theSwitch.chip().writesOfABit( anotherPort( theSwitch, entry ).port() );
 }
 
 U32 qualifierBits( const Switch &theSwitch, TcamGroupId group ) {

@@ -11,9 +11,8 @@ using QuarraLab::Switch;
 // entry that the request does not concern changes what it matches; the request's own entry comes to match, all at
 // once, with the call that installs it, and ceases with the one that destroys it.
 //
-// While the bits of a class ID are written one by one, a port passes through other class IDs of its group
-// (docs/known-behaviours.md): where class IDs are values, the entries of a group may match a port for that time
-// that changes hands.
+// While the bits of a class ID are written one by one, a port passes through other class IDs of its group (known
+// behaviour bit-by-bit): there the entries of the group may match the port for that time, or not match it.
 class Watch {
  public:
    // Is to be told of the chip's calls. Entries whose values the chip does not hold, on the SDK6 twin, are not

@@ -31,13 +31,21 @@ namespace {
 
 class Counter : public ChangeObserver {
  public:
-   explicit Counter( const Switch &theSwitch ) : writes_( theSwitch ) {}
+   explicit Counter( const Switch &theSwitch ) : writes_( theSwitch ) {
+      for ( const auto &[ id, entry ] : theSwitch.agent().entries() ) {
+         ++sharers_[ { entry.request.group, entry.request.ports } ];
+      }
+   }
 
    void ends( const ChangeStep &step ) override {
       ++steps_;
-      // An entry of a port set that is programmed already writes no port words.
-      if ( step.kind == ChangeStep::Kind::install &&
-           portSets_.emplace( step.request.group, step.request.ports ).second ) {
+      if ( step.kind != ChangeStep::Kind::install && step.kind != ChangeStep::Kind::remove ) {
+         return;
+      }
+      // Only the first entry of a port set and the last one change what ports carry.
+      auto &sharers = sharers_[ { step.request.group, step.request.ports } ];
+      const bool isInstall = step.kind == ChangeStep::Kind::install;
+      if ( ( isInstall ? sharers++ : --sharers ) == 0 ) {
          writes_.step();
       }
    }
@@ -46,7 +54,7 @@ class Counter : public ChangeObserver {
 
  private:
    PortWrites writes_;
-   std::set<std::pair<TcamGroupId, std::vector<QuarraModPort>>> portSets_;
+   std::map<std::pair<TcamGroupId, std::vector<QuarraModPort>>, std::size_t> sharers_;
    std::size_t steps_ = 0;
 };
 
