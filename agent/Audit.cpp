@@ -6,6 +6,7 @@
 #include "Nodra/Trace.h"
 #include "Sdk/SdkCall.h"
 #include "agent/ChipBits.h"
+#include "agent/SourceTrunkMapTables.h"
 
 static Nodra::TraceHandle unitTrace( "TcamAgent" );
 
@@ -192,8 +193,7 @@ class Auditor {
       }
       const auto &directory = *agent_.manager().sourceTrunkMapConfig();
       const auto &first = agent_.scsd()->quarraModId().begin()->second.chipInfo;
-      for ( const U8 table :
-            { QuarraCentral::ifpSourceTrunkMapTable, QuarraCentral::vfpSourceTrunkMapTable } ) {
+      for ( const auto &[ type, table ] : sourceTrunkMapTables ) {
          for ( const auto &port : allPorts() ) {
             const QuarraCentral::PortTabWriteRequestKey key( first.chipId, port, table );
             const U32 expected = directory.request( key );

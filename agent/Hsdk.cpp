@@ -1,3 +1,4 @@
+#include "agent/ChipBits.h"
 #include "agent/Generation.h"
 
 // The row of the HSDK generation.
@@ -34,6 +35,7 @@ constinit const Generation hsdkGeneration = {
    .startUp = { .flexible = 12, .ifpSourceTrunkMap = 0 },
    .ethernetPorts = allSystemPorts,
    .twinEthernetPorts = allSystemPorts,
+   .bitsOnChip = hsdkBitsOnChip,
    .groupMap = groupMap,
    .chips = chips,
 };

@@ -301,7 +301,9 @@ class RecordReader {
 
 void RecordKeeper::restore() {
    RecordReader( *this ).read();
-   restoreShadow( *agent_.manager_ );
+   if ( const auto *const shadow = agent_.variant().shadow ) {
+      shadow->restore( *agent_.manager_->portsHelper(), *agent_.manager_ );
+   }
 }
 
 } // namespace QuarraAgent

@@ -5,6 +5,7 @@
 #include "Sdk/SdkCall.h"
 #include "agent/ChipState.h"
 #include "agent/RequestChecks.h"
+#include "agent/SourceTrunkMapTables.h"
 #include "agent/SystemAclFeatures.h"
 
 namespace QuarraAgent {
@@ -80,11 +81,8 @@ IntfGroupInfo::PtrConst TcamAgent::intfGroupOf( const InstallRequest &request ) 
 
 // The bits that the group's hint allows, in a value whose fixed-width space begins above the flexible one.
 Sdk::QualifierFrame TcamAgent::frameOf( const ClassIdTcamGroupConfig &config ) const {
-   if ( config.classIdType() == ifpSourceTrunkMap ) {
-      return { .sourceTrunkMapTable = QuarraCentral::ifpSourceTrunkMapTable };
-   }
-   if ( config.classIdType() == vfpSourceTrunkMap ) {
-      return { .sourceTrunkMapTable = QuarraCentral::vfpSourceTrunkMapTable };
+   if ( const U8 table = sourceTrunkMapTableOf( config.classIdType() ) ) {
+      return { .sourceTrunkMapTable = table };
    }
    const auto hint = manager_->createAclGroupBitmapHint( config.tcamGroupId() );
    const bool isFixed = config.classIdType() == aclGroupFixedWidth;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <typeinfo>
 
+#include "agent/Shadow.h"
+
 namespace QuarraAgent {
 namespace {
 
@@ -19,14 +21,19 @@ const Vesk::Bitmap *shadowOf( const QuarraTcamPortsHelper &helper, U16 port ) {
 
 constexpr Variant allVariants[] = {
    { "sdk6", sdk6Generation, false, quarraTcamSdk6PortsHelperFactory, isExactly<QuarraTcamSdk6PortsHelper>,
-     nullptr },
+     nullptr, nullptr },
    { "hsdk", hsdkGeneration, false, quarraTcamHSDKPortsHelperFactory, isExactly<QuarraTcamHSDKPortsHelper>,
-     nullptr },
+     nullptr, nullptr },
    { "testSdk6", sdk6Generation, true, quarraTcamTestSdk6PortsHelperFactory,
-     isExactly<QuarraTcamTestSdk6PortsHelper>, shadowOf },
+     isExactly<QuarraTcamTestSdk6PortsHelper>, shadowOf, &sdk6Shadow },
    { "testHsdk", hsdkGeneration, true, quarraTcamTestHSDKPortsHelperFactory,
-     isExactly<QuarraTcamTestHSDKPortsHelper>, nullptr },
+     isExactly<QuarraTcamTestHSDKPortsHelper>, nullptr, &hsdkShadow },
 };
+
+// A twin without its shadow would be neither restored nor compared.
+static_assert( std::ranges::all_of( allVariants, []( const Variant &variant ) {
+   return variant.twin == ( variant.shadow != nullptr ) && ( variant.shadow || !variant.aclGroupOf );
+} ) );
 
 } // namespace
 

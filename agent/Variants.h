@@ -9,6 +9,8 @@
 
 namespace QuarraAgent {
 
+struct Shadow; // agent/Shadow.h
+
 // A chip variant: the helper that drives it.
 struct Variant {
    std::string_view name;
@@ -20,6 +22,8 @@ struct Variant {
    // Where the helper keeps the ports' ACL-group values itself and leaves the chip alone: a port's value, or
    // null when it is all clear. Null where the chip has them.
    const Vesk::Bitmap *( *aclGroupOf )( const QuarraTcam::QuarraTcamPortsHelper &helper, U16 port );
+
+   const Shadow *shadow; // every twin's; null on the others
 };
 
 // The ports that "all ethernet ports" puts a bit on.

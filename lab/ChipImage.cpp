@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "agent/SourceTrunkMapTables.h"
 #include "agent/StoreRefused.h"
 
 namespace QuarraLab {
@@ -22,6 +23,7 @@ namespace {
 
 constexpr std::array<char, 8> magic = { 'Q', 'T', 'C', 'C', 'H', 'I', 'P', '1' };
 constexpr U32 entryRowsAtOnce = 256;
+constexpr auto &wordTables = QuarraAgent::sourceTrunkMapTables; // the file has their words in this order
 constexpr U32 valueWords = 4; // a port's ACL-group value, and a qualifier's bits: up to 256
 using Bits = std::array<U64, valueWords>;
 
@@ -56,8 +58,8 @@ struct ChipImage::Header {
 
 struct ChipImage::PortRow {
    Bits aclGroup;
-   std::array<U32, 2> words; // of the source-trunk-map tables, 9 and 10
-   U64 present;              // in the system port table
+   std::array<U32, std::size( wordTables )> words;
+   U64 present; // in the system port table
    U64 padding[ 2 ];
 };
 
@@ -74,8 +76,6 @@ struct ChipImage::EntryRow {
 };
 
 namespace {
-
-constexpr std::array<U8, 2> wordTables = { 9, 10 };
 
 U32 portRowsOf( const QuarraSimulator::ChipOptions &options ) {
    return std::max<U32>( U10::max + 1, options.systemPorts );
@@ -194,9 +194,9 @@ void ChipImage::load() {
       if ( row.present || value.count() ) {
          chip_->aclGroupIs( port, value );
       }
-      for ( std::size_t table = 0; table < wordTables.size(); ++table ) {
+      for ( std::size_t table = 0; table < std::size( wordTables ); ++table ) {
          if ( row.words[ table ] ) {
-            chip_->sourceTrunkMapWordIs( wordTables[ table ], { modules_[ port ], port },
+            chip_->sourceTrunkMapWordIs( wordTables[ table ].table, { modules_[ port ], port },
                                          row.words[ table ] );
          }
       }
@@ -249,8 +249,8 @@ void ChipImage::portChanged( U32 port ) {
       row.aclGroup[ word ] = value.word( word );
    }
    row.present = chip_->hasTableEntry( port );
-   for ( std::size_t table = 0; table < wordTables.size(); ++table ) {
-      row.words[ table ] = chip_->sourceTrunkMapWord( wordTables[ table ], { modules_[ port ], port } );
+   for ( std::size_t table = 0; table < std::size( wordTables ); ++table ) {
+      row.words[ table ] = chip_->sourceTrunkMapWord( wordTables[ table ].table, { modules_[ port ], port } );
    }
 }
 

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "agent/SourceTrunkMapTables.h"
 #include "agent/SystemAclFeatures.h"
 
 namespace QuarraLab {
@@ -80,10 +81,6 @@ JsonOut chipPorts( const Switch &theSwitch ) {
    return ports;
 }
 
-ClassIdType typeOfTable( U8 table ) {
-   return table == QuarraCentral::ifpSourceTrunkMapTable ? ifpSourceTrunkMap : vfpSourceTrunkMap;
-}
-
 JsonOut chipEntries( const Switch &theSwitch ) {
    using Kind = QuarraSimulator::TcamEntry::Kind;
    auto entries = JsonOut::array();
@@ -97,7 +94,8 @@ JsonOut chipEntries( const Switch &theSwitch ) {
          break;
       case Kind::interfaceClassPort:
          json[ "qualifier" ] = "interfaceClassPort";
-         json[ "word" ] = stringValue( typeOfTable( entry.frame.sourceTrunkMapTable ) );
+         json[ "word" ] =
+            stringValue( QuarraAgent::typeOfSourceTrunkMapTable( entry.frame.sourceTrunkMapTable ) );
          json[ "data" ] = hexWord( entry.data );
          json[ "mask" ] = hexWord( entry.mask );
          break;

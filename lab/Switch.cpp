@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "agent/ChipState.h"
+#include "agent/SourceTrunkMapTables.h"
 #include "lab/SwitchDir.h"
 
 namespace QuarraLab {
@@ -111,9 +112,7 @@ void Switch::start( const ChipChoice &choice, const SdkHooks &hooks ) {
 }
 
 U32 Switch::sourceTrunkMapWord( ClassIdType type, const QuarraModPort &port ) const {
-   return chip_->sourceTrunkMapWord( type == ifpSourceTrunkMap ? QuarraCentral::ifpSourceTrunkMapTable
-                                                               : QuarraCentral::vfpSourceTrunkMapTable,
-                                     port );
+   return chip_->sourceTrunkMapWord( QuarraAgent::sourceTrunkMapTableOf( type ), port );
 }
 
 bool Switch::isCpuPort( const QuarraModPort &port ) const {

@@ -6,6 +6,8 @@
 #include <fmt/ranges.h>
 
 #include "QuarraTcam/QuarraTcamCommonData.h"
+#include "agent/Shadow.h"
+#include "agent/SourceTrunkMapTables.h"
 
 namespace QuarraSoak {
 namespace {
@@ -185,36 +187,37 @@ std::map<U32, std::set<U32>> carriersOf( const Switch &theSwitch ) {
          carriers[ bit ].insert( port );
       }
    };
-   const auto *helper = theSwitch.agent().manager().portsHelper().get();
-   if ( const auto *twin = dynamic_cast<const QuarraTcamTestSdk6PortsHelper *>( helper ) ) {
-      for ( const auto &[ port, value ] : twin->aclGroupShadow() ) {
-         holds( fmt::format( "shadow of port {}: no bit is set", port ), value->count() != 0 );
-      }
-   }
    for ( const U32 port : theSwitch.chip().portsWithAclGroup() ) {
       add( port, theSwitch.chip().aclGroup( port ) );
-   }
-   if ( const auto *twin = dynamic_cast<const QuarraTcamTestHSDKPortsHelper *>( helper ) ) {
-      for ( const auto &[ port, value ] : twin->aclGroupShadow() ) {
-         same( fmt::format( "shadow of port {}", port ), value->setBits(),
-               theSwitch.chip().aclGroup( port ).setBits() );
-      }
    }
    return carriers;
 }
 
+// What a twin remembers of its ports is what they carry. Where it stands for the chip, ports without a bit
+// are absent.
+void verifyShadow( const Switch &theSwitch ) {
+   const auto &variant = theSwitch.agent().variant();
+   if ( !variant.shadow ) {
+      return;
+   }
+   const auto &helper = *theSwitch.agent().manager().portsHelper();
+   for ( const auto &[ port, value ] : variant.shadow->values( helper ) ) {
+      const auto place = fmt::format( "shadow of port {}", port );
+      holds( place + ": no bit is set", !variant.aclGroupOf || value->count() != 0 );
+      same( place, value->setBits(), theSwitch.chip().aclGroup( port ).setBits() );
+   }
+}
+
 void verifyPortValues( const Model &model, const Switch &theSwitch ) {
+   verifyShadow( theSwitch );
    const auto carriers = carriersOf( theSwitch );
    same( "bits on ports", keysOf( carriers ), keysOf( model.aclGroupBits() ) );
    for ( const auto &[ bit, ports ] : carriers ) {
       same( fmt::format( "ports with bit {}", bit ), ports, model.aclGroupBits().at( bit ) );
    }
-   const std::pair<Space, U8> tables[] = {
-      { Space::ifpSourceTrunkMap, QuarraCentral::ifpSourceTrunkMapTable },
-      { Space::vfpSourceTrunkMap, QuarraCentral::vfpSourceTrunkMapTable }
-   };
    std::size_t posted = 0;
-   for ( const auto &[ space, table ] : tables ) {
+   for ( const auto &[ type, table ] : QuarraAgent::sourceTrunkMapTables ) {
+      const auto space = static_cast<Space>( type );
       for ( const auto &[ port, word ] : model.words( space ) ) {
          same( fmt::format( "table {} port {}/{}", table, port.modId().value(), port.port() ),
                theSwitch.chip().sourceTrunkMapWord( table, port ), word );

@@ -9,6 +9,7 @@
 #include "Vesk/UniqueId.h"
 #include "agent/AgentStore.h"
 #include "agent/ChipState.h"
+#include "agent/Shadow.h"
 #include "lab/ChipFile.h"
 #include "lab/Switch.h"
 #include "soak/Operations.h"
@@ -131,8 +132,11 @@ class Lasting {
       for ( const auto &[ bit, intfGroup ] : agent_->manager().programmedBit() ) {
          text << "bit " << bit << " " << *intfGroup << "\n";
       }
-      addShadow<QuarraTcam::QuarraTcamTestSdk6PortsHelper>( text );
-      addShadow<QuarraTcam::QuarraTcamTestHSDKPortsHelper>( text );
+      if ( const auto *const shadow = agent_->variant().shadow ) {
+         for ( const auto &[ port, bits ] : shadow->values( *agent_->manager().portsHelper() ) ) {
+            text << "shadow " << port << " " << bits->hex() << " of " << bits->size() << "\n";
+         }
+      }
       return text.string();
    }
 
@@ -152,15 +156,6 @@ class Lasting {
       agent_ = std::make_unique<TcamAgent>( *choice_.variant, choice_.chip,
                                             QuarraTcam::quarraTcamPortsManagerFactory( "manager" ) );
       QuarraLab::showAclGroupsOf( *choice_.variant, agent_->manager().portsHelper(), *chip_ );
-   }
-
-   template <typename Twin>
-   void addShadow( Nodra::Text &text ) const {
-      if ( const auto *twin = dynamic_cast<const Twin *>( agent_->manager().portsHelper().get() ) ) {
-         for ( const auto &[ port, bits ] : twin->aclGroupShadow() ) {
-            text << "shadow " << port << " " << bits->hex() << " of " << bits->size() << "\n";
-         }
-      }
    }
 
    Directory directory_;

@@ -5,16 +5,9 @@ namespace {
 
 using namespace QuarraTcam;
 
-// This twin programs its shadow and nothing else.
-void restore( QuarraTcamTestSdk6PortsHelper &twin, const QuarraTcamPortsManager &manager ) {
-   twin.aclGroupShadowDelAll();
-   for ( const auto &[ bit, intfGroup ] : manager.programmedBit() ) {
-      twin.setAclGroupClassId( bit, intfGroup );
-   }
-}
-
 // This one reads its shadow back from the chip, which is not asked now.
-void restore( QuarraTcamTestHSDKPortsHelper &twin, const QuarraTcamPortsManager &manager ) {
+void restore( QuarraTcamPortsHelper &helper, const QuarraTcamPortsManager &manager ) {
+   auto &twin = dynamic_cast<QuarraTcamTestHSDKPortsHelper &>( helper );
    const auto cpuPorts = intfGroupInfoFactory();
    twin.populateCpuIntfGroup( cpuPorts );
    std::vector<bool> isCpuPort( U10::max + 1 );
@@ -40,13 +33,7 @@ void restore( QuarraTcamTestHSDKPortsHelper &twin, const QuarraTcamPortsManager 
 
 } // namespace
 
-void restoreShadow( QuarraTcamPortsManager &manager ) {
-   auto *const helper = manager.portsHelper().get();
-   if ( auto *const sdk6 = dynamic_cast<QuarraTcamTestSdk6PortsHelper *>( helper ) ) {
-      restore( *sdk6, manager );
-   } else if ( auto *const hsdk = dynamic_cast<QuarraTcamTestHSDKPortsHelper *>( helper ) ) {
-      restore( *hsdk, manager );
-   }
-}
+constinit const Shadow hsdkShadow = { .values = shadowValuesOf<QuarraTcamTestHSDKPortsHelper>,
+                                      .restore = restore };
 
 } // namespace QuarraAgent
