@@ -1,6 +1,5 @@
 #include <cstdlib>
 #include <memory>
-#include <set>
 
 #include <fmt/format.h>
 
@@ -9,8 +8,10 @@
 #include "tools/ApplyReport.h"
 #include "tools/Command.h"
 #include "tools/OpenSwitch.h"
+#include "tools/OutputFiles.h"
 #include "tools/SdkCalls.h"
 #include "tools/Subject.h"
+#include "tools/Warnings.h"
 
 namespace QuarraTool {
 namespace {
@@ -31,19 +32,6 @@ bool wantsColour( const Output &out ) {
    return out.isTerminal() && !( noColour && *noColour );
 }
 
-void warnOfUnusedTypes( const GroupMap &map, AclConfig &config ) {
-   std::set<std::string> types;
-   for ( const auto &table : config.tables ) {
-      types.insert( table.type );
-   }
-   for ( const auto &[ type, group ] : map ) {
-      if ( !types.contains( type ) ) {
-         config.warnings.push_back(
-            fmt::format( "--map {}={}: no table has this type", type, group.value() ) );
-      }
-   }
-}
-
 Applied applyOn( const GlobalOptions &global, AclConfig config, const GroupMap &map,
                  std::vector<AclComplaint> complaints ) {
    if ( !global.switchDir ) {
@@ -59,6 +47,15 @@ Applied applyOn( const GlobalOptions &global, AclConfig config, const GroupMap &
    return Applied( std::move( config ), openOrMakeSwitch( global, &ports ), map, std::move( complaints ) );
 }
 
+// A plan says what is done: options that say how a configuration is read and reported do nothing for it.
+void refuseBesideAPlan( const CLI::App &app ) {
+   for ( const auto *name : { "--format", "--keep-going", "--map", "--bindings", "--all", "--html" } ) {
+      if ( app.get_option( name )->count() ) {
+         throw InputError( fmt::format( "apply: --plan does not use {}", name ) );
+      }
+   }
+}
+
 int run( const GlobalOptions &global, const ApplyOptions &options, Output &out ) {
    if ( !options.plan.empty() ) {
       if ( !options.files.empty() ) {
@@ -69,6 +66,7 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
    if ( options.files.empty() ) {
       throw InputError( "apply: expected a configuration, FILE, or --plan FILE" );
    }
+   checkOutputs( "apply", { { "--html", options.html } }, filesRead( global, { options.files } ) );
    GroupMap map;
    for ( const auto &text : options.map ) {
       addToMap( map, text );
@@ -81,7 +79,7 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
    if ( options.bindings ) {
       addBindings( config );
    }
-   warnOfUnusedTypes( map, config );
+   warnOfUnusedTypes( map, "--map ", config );
    const auto applied = applyOn( global, std::move( config ), map, std::move( complaints ) );
    if ( !options.html.empty() ) {
       writePage( options.html, applied.theSwitch(), applied.config().file, notesOf( applied ) );
@@ -134,7 +132,12 @@ Command::Run addOptions( CLI::App &app ) {
    app.add_option( "--plan", options->plan, "Carry out what `plan -o` wrote, on the switch that it is for" )
       ->type_name( "FILE" );
    app.add_option( "--html", options->html, "Write a page that shows the result, too" )->type_name( "FILE" );
-   return [ options ]( const GlobalOptions &global, Output &out ) { return run( global, *options, out ); };
+   return [ options, &app ]( const GlobalOptions &global, Output &out ) {
+      if ( !options->plan.empty() ) {
+         refuseBesideAPlan( app );
+      }
+      return run( global, *options, out );
+   };
 }
 
 } // namespace
