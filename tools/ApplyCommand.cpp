@@ -113,7 +113,8 @@ Command::Run addOptions( CLI::App &app ) {
    app.footer(
       "Every rule becomes one TCAM entry. With --switch, the switch holds what the configuration says\n"
       "afterwards: entries of earlier configurations that are gone are removed, those that changed are\n"
-      "moved, all others are not touched. The map from table types to TCAM groups on the SDK6\n"
+      "moved, all others are not touched; compared are ports and TCAM group. The map from table types to "
+      "TCAM groups on the SDK6\n"
       "variants is L3=13, L3V6=14, L3V4V6=59, MIRROR=42, MIRRORV6=43, MIRROR_DSCP=52, PFCWD=55,\n"
       "MCLAG=56, CTRLPLANE=108 and OTHER=132 for every other type; docs/tool.md has the others." );
    app.add_option( "FILE", options->files,

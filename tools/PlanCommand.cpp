@@ -207,6 +207,8 @@ Command::Run addOptions( CLI::App &app ) {
       "operations for the configuration before it. The switch is --switch DIR, which is left as it is, or "
       "an\n"
       "empty one that gets --from first.\n"
+      "A rule stays when its ports and its TCAM group do: what it matches, its action and its priority are\n"
+      "not compared.\n"
       "Exit codes: 0 it fits in place, and at no time is a match wrong; 3 it fits, but only with wrong\n"
       "matches on the way, or after a reload; 1 it does not fit or does not match." );
    app.add_option( "CHANGE", options->files,
