@@ -166,8 +166,9 @@ std::vector<U32> entriesNamed( const Switch &theSwitch, const std::string &what 
          "unknownEntry",
          fmt::format(
             "\"{}\" is no number of an installed entry, no table, TABLE|RULE or rule; the switch has "
-            "{} entries",
-            what, theSwitch.agent().entries().size() ) );
+            "{} {}",
+            what, theSwitch.agent().entries().size(),
+            theSwitch.agent().entries().size() == 1 ? "entry" : "entries" ) );
    }
    return entries;
 }

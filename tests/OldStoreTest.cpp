@@ -105,7 +105,7 @@ TEST_P( OldStore, OfABackupIsRefusedOrTheAuditNamesWhatTheChipHasBesides ) {
    const auto audited = audit( lasting.agent() );
    EXPECT_EQ( entriesOf( audited, Drift::Kind::entryMissing ), std::set<U32>( { 3, 13 } ) );
    EXPECT_EQ( entriesOf( audited, Drift::Kind::entryUnknown ), std::set<U32>( { 30, 31 } ) );
-   for ( const U32 entry : { 1, 4, 11, 14 } ) {
+   for ( const U32 entry : { 1U, 4U, 11U, 14U } ) {
       EXPECT_THAT( entriesOf( audited, Drift::Kind::qualifier ),
                    ::testing::Not( ::testing::Contains( entry ) ) );
    }

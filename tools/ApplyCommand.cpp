@@ -1,6 +1,5 @@
 #include <cstdlib>
 #include <memory>
-#include <set>
 
 #include <fmt/format.h>
 
@@ -9,8 +8,10 @@
 #include "tools/ApplyReport.h"
 #include "tools/Command.h"
 #include "tools/OpenSwitch.h"
+#include "tools/OutputFiles.h"
 #include "tools/SdkCalls.h"
 #include "tools/Subject.h"
+#include "tools/Warnings.h"
 
 namespace QuarraTool {
 namespace {
@@ -31,19 +32,6 @@ bool wantsColour( const Output &out ) {
    return out.isTerminal() && !( noColour && *noColour );
 }
 
-void warnOfUnusedTypes( const GroupMap &map, AclConfig &config ) {
-   std::set<std::string> types;
-   for ( const auto &table : config.tables ) {
-      types.insert( table.type );
-   }
-   for ( const auto &[ type, group ] : map ) {
-      if ( !types.contains( type ) ) {
-         config.warnings.push_back(
-            fmt::format( "--map {}={}: no table has this type", type, group.value() ) );
-      }
-   }
-}
-
 Applied applyOn( const GlobalOptions &global, AclConfig config, const GroupMap &map,
                  std::vector<AclComplaint> complaints ) {
    if ( !global.switchDir ) {
@@ -59,6 +47,15 @@ Applied applyOn( const GlobalOptions &global, AclConfig config, const GroupMap &
    return Applied( std::move( config ), openOrMakeSwitch( global, &ports ), map, std::move( complaints ) );
 }
 
+// A plan says what is done: options that say how a configuration is read and reported do nothing for it.
+void refuseBesideAPlan( const CLI::App &app ) {
+   for ( const auto *name : { "--format", "--keep-going", "--map", "--bindings", "--all", "--html" } ) {
+      if ( app.get_option( name )->count() ) {
+         throw InputError( fmt::format( "apply: --plan does not use {}", name ) );
+      }
+   }
+}
+
 int run( const GlobalOptions &global, const ApplyOptions &options, Output &out ) {
    if ( !options.plan.empty() ) {
       if ( !options.files.empty() ) {
@@ -69,6 +66,7 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
    if ( options.files.empty() ) {
       throw InputError( "apply: expected a configuration, FILE, or --plan FILE" );
    }
+   checkOutputs( "apply", { { "--html", options.html } }, filesRead( global, { options.files } ) );
    GroupMap map;
    for ( const auto &text : options.map ) {
       addToMap( map, text );
@@ -81,7 +79,7 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
    if ( options.bindings ) {
       addBindings( config );
    }
-   warnOfUnusedTypes( map, config );
+   warnOfUnusedTypes( map, "--map ", config );
    const auto applied = applyOn( global, std::move( config ), map, std::move( complaints ) );
    if ( !options.html.empty() ) {
       writePage( options.html, applied.theSwitch(), applied.config().file, notesOf( applied ) );
@@ -115,7 +113,8 @@ Command::Run addOptions( CLI::App &app ) {
    app.footer(
       "Every rule becomes one TCAM entry. With --switch, the switch holds what the configuration says\n"
       "afterwards: entries of earlier configurations that are gone are removed, those that changed are\n"
-      "moved, all others are not touched. The map from table types to TCAM groups on the SDK6\n"
+      "moved, all others are not touched; compared are ports and TCAM group. The map from table types to "
+      "TCAM groups on the SDK6\n"
       "variants is L3=13, L3V6=14, L3V4V6=59, MIRROR=42, MIRRORV6=43, MIRROR_DSCP=52, PFCWD=55,\n"
       "MCLAG=56, CTRLPLANE=108 and OTHER=132 for every other type; docs/tool.md has the others." );
    app.add_option( "FILE", options->files,
@@ -134,7 +133,12 @@ Command::Run addOptions( CLI::App &app ) {
    app.add_option( "--plan", options->plan, "Carry out what `plan -o` wrote, on the switch that it is for" )
       ->type_name( "FILE" );
    app.add_option( "--html", options->html, "Write a page that shows the result, too" )->type_name( "FILE" );
-   return [ options ]( const GlobalOptions &global, Output &out ) { return run( global, *options, out ); };
+   return [ options, &app ]( const GlobalOptions &global, Output &out ) {
+      if ( !options->plan.empty() ) {
+         refuseBesideAPlan( app );
+      }
+      return run( global, *options, out );
+   };
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 #include "lab/TextFile.h"
 #include "tools/Batch.h"
 #include "tools/Wanted.h"
+#include "tools/Warnings.h"
 
 // A plan for the switch of a running batch. A process has one switch, so the copy that a plan is carried out on is a
 // child process, whose answer comes through a pipe.
@@ -34,7 +35,9 @@ QuarraAcl::AclConfig configOf( JsonFields &fields ) {
    return std::move( reading.config );
 }
 
-GroupMap mapOf( JsonFields &fields, const QuarraAgent::Generation &generation ) {
+// Warns in `config` of types that none of its tables has.
+GroupMap mapOf( JsonFields &fields, const QuarraAgent::Generation &generation,
+                QuarraAcl::AclConfig &config ) {
    GroupMap map;
    if ( fields.has( "map" ) ) {
       auto object = fields.object( "map" );
@@ -42,6 +45,8 @@ GroupMap mapOf( JsonFields &fields, const QuarraAgent::Generation &generation ) 
          map.emplace( type, TcamGroupId( static_cast<U16>( object.number( type, 0, 0xffff ) ) ) );
       }
    }
+   checkGroups( map );
+   warnOfUnusedTypes( map, "map: ", config );
    map.merge( defaultGroupMap( generation ) );
    return map;
 }
@@ -80,8 +85,8 @@ bool writeAll( int descriptor, std::string_view text ) {
 } // namespace
 
 JsonOut Batch::plan( JsonFields &fields ) {
-   const auto config = configOf( fields );
-   const auto map = mapOf( fields, theSwitch().agent().variant().generation );
+   auto config = configOf( fields );
+   const auto map = mapOf( fields, theSwitch().agent().variant().generation, config );
    fields.finish();
    WantedEntries wanted;
    try {
@@ -113,7 +118,9 @@ JsonOut Batch::plan( JsonFields &fields ) {
       }
    }
    close( ends[ 1 ] );
-   return JsonOut::parse( readAll( ends[ 0 ], child ) );
+   auto answer = warningsJson( config );
+   answer.update( JsonOut::parse( readAll( ends[ 0 ], child ) ) );
+   return answer;
 }
 
 } // namespace QuarraTool

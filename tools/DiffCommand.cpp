@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include "acl/Redis.h"
 #include "tools/Answers.h"
 #include "tools/Command.h"
 #include "tools/OpenSwitch.h"
@@ -20,7 +21,7 @@ struct DiffOptions {
 // A directory is a switch that lasts, and a document that tells of groups a dump; everything else is a configuration,
 // to be applied on an empty switch: of the kind of the other state (`ofSwitch`) where that is a switch.
 SwitchState readState( const GlobalOptions &global, const DiffOptions &options, const std::string &file,
-                       std::optional<ChipChoice> &ofSwitch ) {
+                       std::optional<ChipChoice> &ofSwitch, bool &isConfiguration ) {
    if ( std::filesystem::is_directory( file ) ) {
       const auto theSwitch = openSwitch( file );
       if ( !global.variantChosen && !global.chipFile ) {
@@ -29,10 +30,14 @@ SwitchState readState( const GlobalOptions &global, const DiffOptions &options, 
       return stateOf( *theSwitch );
    }
    Json json;
-   try {
-      json = parseJson( readText( file ) );
-   } catch ( const Complaint & ) {
-      // The reader of configurations tells what is wrong.
+   std::vector<AclText> texts; // a pipe is read once
+   if ( !isRedis( file ) ) {
+      texts.push_back( { file == "-" ? "standard input" : file, readText( file ) } );
+      try {
+         json = parseJson( texts.front().text );
+      } catch ( const Complaint & ) {
+         // The reader of configurations tells what is wrong.
+      }
    }
    if ( json.is_object() && json.contains( "groups" ) ) {
       try {
@@ -41,13 +46,29 @@ SwitchState readState( const GlobalOptions &global, const DiffOptions &options, 
          throw InputError( file + complaint.what() );
       }
    }
+   isConfiguration = true;
    auto subject = options.subject;
+   subject.texts = std::move( texts );
    subject.choice = ofSwitch;
    subject.files = { file };
    subject.onlySwitchOfProcess = false; // the other state may be one, too
    auto inMemory = global;
    inMemory.switchDir.reset();
    return stateOf( Subject( inMemory, subject ).theSwitch() );
+}
+
+// What is about configurations only.
+void refuseUnused( const GlobalOptions &global, const SubjectOptions &subject ) {
+   const std::pair<const char *, bool> options[] = { { "--variant", global.variantChosen },
+                                                     { "--chip", global.chipFile.has_value() },
+                                                     { "--map", !subject.map.empty() },
+                                                     { "--bindings", subject.bindings } };
+   for ( const auto &[ name, isGiven ] : options ) {
+      if ( isGiven ) {
+         throw InputError( fmt::format(
+            "diff: {} is for a configuration; the two states are switches that last or dumps", name ) );
+      }
+   }
 }
 
 // Switches first, whichever side they stand on.
@@ -62,14 +83,21 @@ int run( const GlobalOptions &global, const DiffOptions &options, Output &out ) 
    } else if ( options.after.empty() ) {
       throw InputError( "diff: expected two states, BEFORE and AFTER" );
    }
+   if ( files[ 0 ] == "-" && files[ 1 ] == "-" ) {
+      throw InputError( "diff: both states are standard input, which holds one" );
+   }
    std::optional<ChipChoice> ofSwitch;
+   bool anyConfiguration = false;
    std::array<std::optional<SwitchState>, 2> states;
    for ( const bool switches : { true, false } ) {
       for ( std::size_t i = 0; i < states.size(); ++i ) {
          if ( std::filesystem::is_directory( files[ i ] ) == switches ) {
-            states[ i ] = readState( global, options, files[ i ], ofSwitch );
+            states[ i ] = readState( global, options, files[ i ], ofSwitch, anyConfiguration );
          }
       }
+   }
+   if ( !anyConfiguration ) {
+      refuseUnused( global, options.subject );
    }
    const auto found = difference( *states[ 0 ], *states[ 1 ] );
    if ( global.json ) {

@@ -1,7 +1,6 @@
 #include "tools/Output.h"
 
 #include <cerrno>
-#include <filesystem>
 #include <system_error>
 
 #include <fcntl.h>
@@ -72,6 +71,19 @@ void Output::close() {
    }
 }
 
+std::filesystem::path whatIsWritten( const std::string &file ) {
+   namespace fs = std::filesystem;
+   constexpr int mostLinks = 40;
+   std::error_code error;
+   fs::path path = file;
+   for ( int i = 0; i < mostLinks && fs::is_symlink( path, error ); ++i ) {
+      path = path.parent_path() / fs::read_symlink( path, error );
+   }
+   path = fs::absolute( path, error );
+   const auto canonical = fs::weakly_canonical( path, error );
+   return error ? path : canonical;
+}
+
 void writeFile( const std::string &file, std::string_view text ) {
    namespace fs = std::filesystem;
    std::error_code error;
@@ -79,7 +91,7 @@ void writeFile( const std::string &file, std::string_view text ) {
       writeTo( file, text, file );
       return;
    }
-   const auto path = fs::weakly_canonical( file, error ); // a link stays one
+   const auto path = whatIsWritten( file ); // a link stays one
    const auto draft = path.string() + ".new";
    try {
       writeTo( draft, text, file );

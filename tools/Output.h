@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -41,6 +42,9 @@ class Output {
    std::string name_; // for messages
    std::string kept_;
 };
+
+// The file that is written where `file` is named: links are followed, to one that is not there yet, too.
+std::filesystem::path whatIsWritten( const std::string &file );
 
 // Writes a file as a whole: when it throws OutputError, what was there before is still there. What is no file,
 // like a device, is written to as it stands.

@@ -1,4 +1,5 @@
 #include <array>
+#include <filesystem>
 #include <iostream>
 #include <set>
 
@@ -10,11 +11,13 @@
 #include "lab/Page.h"
 #include "tools/Command.h"
 #include "tools/OpenSwitch.h"
+#include "tools/OutputFiles.h"
 #include "tools/PlanLines.h"
 #include "tools/PlanText.h"
 #include "tools/Subject.h"
 #include "tools/TextTable.h"
 #include "tools/Wanted.h"
+#include "tools/Warnings.h"
 
 namespace QuarraTool {
 namespace {
@@ -121,17 +124,32 @@ int exitCodeOf( PlanVerdict verdict ) {
    return exitDoesNotFit; // no enumerator
 }
 
+// Steps of an earlier plan do not stay: whoever carries out the file would take them for those of this one.
+void writeSteps( const std::string &file, const Plan &plan ) {
+   const auto left = plan.count( RuleFate::refused );
+   if ( left == 0 ) {
+      writeFile( file, planLines( plan ) );
+      return;
+   }
+   std::error_code error;
+   const auto path = whatIsWritten( file );
+   const bool removed =
+      std::filesystem::is_regular_file( path, error ) && std::filesystem::remove( path, error );
+   std::cerr << fmt::format( "quarra-tcam: {}: not written, since {} not fit{}\n", oneLine( file ),
+                             counted( left, "rule does", "rules do" ),
+                             removed ? "; what was there is removed" : "" );
+}
+
 int run( const GlobalOptions &global, const PlanCommandOptions &options, Output &out ) {
    if ( global.switchDir && !options.from.empty() ) {
       throw InputError( "plan: --switch is a switch that is there: it takes no --from" );
    }
-   if ( !options.html.empty() && options.html == options.steps ) {
-      throw InputError( "plan: --steps and --html name the same file" );
-   }
+   checkOutputs( "plan", { { "--steps", options.steps }, { "--html", options.html } },
+                 filesRead( global, { options.files, options.from } ) );
    const auto format = options.format.empty() ? std::nullopt : std::optional( aclFormatOf( options.format ) );
    const auto before =
       options.from.empty() ? AclConfig() : configOf( readAcl( options.from, format ), options );
-   const auto after = configOf( readChangedAcl( options.from, options.files, format ), options );
+   auto after = configOf( readChangedAcl( options.from, options.files, format ), options );
    std::unique_ptr<Switch> copy;
    if ( global.switchDir ) {
       copy = openSwitch( global );
@@ -147,6 +165,7 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
       addToMap( map, text );
    }
    checkGroups( map );
+   warnOfUnusedTypes( map, "--map ", after, &before );
    map.merge( defaultGroupMap( variant.generation ) );
    fill( *copy, wantedOf( before, map, chip.ports ) );
    const auto wanted = wantedOf( after, map, chip.ports );
@@ -155,6 +174,7 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
    json[ "change" ] = after.file;
    json[ "variant" ] = variant.name;
    json[ "chip" ] = chip.profile;
+   json.update( warningsJson( after ) );
    Pages pages( ruleTextsOf( before ), ruleTextsOf( after ) );
    PlanOptions planOptions;
    if ( !options.html.empty() ) {
@@ -167,19 +187,15 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
    if ( !options.html.empty() ) {
       writeFile( options.html, pageHtml( pages.document() ) );
    }
-   const auto left = plan.count( RuleFate::refused );
-   if ( !options.steps.empty() && left == 0 ) {
-      writeFile( options.steps, planLines( plan ) );
-   } else if ( !options.steps.empty() ) {
-      std::cerr << fmt::format( "quarra-tcam: {}: not written, since {} not fit\n", oneLine( options.steps ),
-                                counted( left, "rule does", "rules do" ) );
+   if ( !options.steps.empty() ) {
+      writeSteps( options.steps, plan );
    }
    if ( global.json ) {
       json[ "ok" ] = code == exitGood;
       json.update( planJson( plan ) );
       out.print( jsonText( json, global.pretty ) + "\n" );
    } else {
-      out.print( planText( plan, options.all ) );
+      out.print( warningsText( after ) + planText( plan, options.all ) );
    }
    return code;
 }
@@ -191,6 +207,8 @@ Command::Run addOptions( CLI::App &app ) {
       "operations for the configuration before it. The switch is --switch DIR, which is left as it is, or "
       "an\n"
       "empty one that gets --from first.\n"
+      "A rule stays when its ports and its TCAM group do: what it matches, its action and its priority are\n"
+      "not compared.\n"
       "Exit codes: 0 it fits in place, and at no time is a match wrong; 3 it fits, but only with wrong\n"
       "matches on the way, or after a reload; 1 it does not fit or does not match." );
    app.add_option( "CHANGE", options->files,

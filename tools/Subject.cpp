@@ -57,7 +57,7 @@ Subject::Subject( const GlobalOptions &global, const SubjectOptions &options ) {
    for ( const auto &text : options.map ) {
       addToMap( map, text );
    }
-   auto config = readAcl( options.files ).orRefuse();
+   auto config = ( options.texts.empty() ? readAcl( options.files ) : parseAcl( options.texts ) ).orRefuse();
    if ( options.bindings ) {
       addBindings( config );
    }

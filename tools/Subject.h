@@ -15,6 +15,7 @@ struct SubjectOptions {
    std::vector<std::string> files;
    std::vector<std::string> map; // "TYPE=GROUP"
    bool bindings = false;
+   std::vector<AclText> texts;       // the files' own, where they were read already
    bool onlySwitchOfProcess = true;  // no other one is asked by this command
    std::optional<ChipChoice> choice; // what the configurations are applied on, unless the options say it
 

@@ -10,6 +10,7 @@
 #include "tools/Answers.h"
 #include "tools/Command.h"
 #include "tools/OpenSwitch.h"
+#include "tools/OutputFiles.h"
 #include "tools/SdkCalls.h"
 #include "tools/Subject.h"
 #include "tools/TextTable.h"
@@ -75,6 +76,7 @@ std::string switchText( const Switch &theSwitch, const Usage &usage ) {
 }
 
 int runSwitch( const GlobalOptions &global, const std::string &html, Output &out ) {
+   checkOutputs( "switch", { { "--html", html } }, filesRead( global, {} ) );
    const auto theSwitch = openSwitch( global );
    const auto usage = usageOf( *theSwitch );
    if ( !html.empty() ) {

@@ -1,5 +1,6 @@
 #include "tools/Answers.h"
 #include "tools/Command.h"
+#include "tools/OutputFiles.h"
 #include "tools/Subject.h"
 
 namespace QuarraTool {
@@ -13,6 +14,7 @@ struct WhyOptions {
 };
 
 int run( const GlobalOptions &global, const WhyOptions &options, Output &out ) {
+   checkOutputs( "why", { { "--html", options.html } }, filesRead( global, { options.subject.files } ) );
    const Subject subject( global, options.subject );
    const auto &theSwitch = subject.theSwitch();
    const auto port = PortNames( theSwitch ).find( options.port );

@@ -206,6 +206,9 @@ void CommandLine::checkCommonOptions() const {
       throw UsageError( std::string( global_.sync ? "--sync" : "--cold" ) +
                         " is about a switch that lasts: --switch DIR is missing" );
    }
+   if ( global_.switchDir && global_.switchDir->empty() ) {
+      throw UsageError( "--switch: expected a directory, got an empty name" );
+   }
    for ( const auto &row : commonOptions() ) {
       const auto before = app_.get_option( row.longName() )->count();
       if ( !std::ranges::count( command.takes, row.option ) ) {

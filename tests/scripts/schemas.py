@@ -71,6 +71,10 @@ for variant in variants:
         for more in ([], ["-s", "--map", "L3=16"]):
             check("apply", json.loads(run([*here, "apply", "-j", *more, file], (0, 1))), f"apply {file} on {variant}")
     check("apply", json.loads(run([*here, "apply", "-j", "--keep-going", "-"], (1,), input=damaged)), f"apply on {variant}")
+    left = json.loads(run([*here, "plan", "-j", "--map", "PFCWD=16", "-"], input=json.dumps({"PORT": {"A": {}}, "ACL_TABLE": {"U": {"type": "L3", "stage": "egress"}}})))
+    check("plan", left, f"plan of what is left out on {variant}")
+    if not left["leftOut"] or not left["warnings"]:
+        sys.exit(f"plan on {variant}: nothing is left out, or nothing warned about")
     check("soak", json.loads(run([*here, "soak", "-j", "--ops", "100", "--seed", "1", "--jobs", "1"])), "soak")
     check("soak", json.loads(run([*here, "soak", "-j", "--crash", "--ops", "5", "--seed", "1", "--jobs", "1"])), "soak --crash")
     check("soak-exhaustive", json.loads(run([*here, "soak", "-j", "--exhaustive", "1", "--jobs", "1"])), "soak --exhaustive")
