@@ -32,13 +32,28 @@ PortBits expectedBits( const TcamAgent &agent ) {
    return expected;
 }
 
+namespace {
+
+// Not in the row: an agent that does not audit links without the other generation's SDK.
+const BitsOnChip &bitsOnChip( const Generation &generation ) {
+   switch ( generation.sdk ) {
+   case Sdk::Generation::sdk6:
+      return sdk6BitsOnChip;
+   case Sdk::Generation::hsdk:
+      break;
+   }
+   return hsdkBitsOnChip;
+}
+
+} // namespace
+
 std::optional<PortBits> readBits( const TcamAgent &agent ) {
    const auto &variant = agent.variant();
-   return variant.aclGroupOf ? std::nullopt : variant.generation.bitsOnChip.read( agent );
+   return variant.aclGroupOf ? std::nullopt : bitsOnChip( variant.generation ).read( agent );
 }
 
 void writeBits( const TcamAgent &agent, const PortBits &expected, const PortBits &found ) {
-   agent.variant().generation.bitsOnChip.write( agent, expected, found );
+   bitsOnChip( agent.variant().generation ).write( agent, expected, found );
 }
 
 } // namespace QuarraAgent

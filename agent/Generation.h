@@ -52,8 +52,6 @@ struct ShippedChip {
    std::string_view description;
 };
 
-struct BitsOnChip; // agent/ChipBits.h
-
 // All that the agent, and whoever tries it, has to know of an SDK generation. No field has a default: a new
 // generation answers each question.
 struct Generation {
@@ -64,7 +62,6 @@ struct Generation {
    StartUpBits startUp;
    EthernetPorts ethernetPorts;
    EthernetPorts twinEthernetPorts; // on its twin
-   const BitsOnChip &bitsOnChip;    // how an audit reads the ports' bits, and a repair writes them
    std::span<const GroupOfTables> groupMap;
    std::span<const ShippedChip> chips; // the first one is the default
 };

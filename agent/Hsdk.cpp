@@ -1,4 +1,3 @@
-#include "agent/ChipBits.h"
 #include "agent/Generation.h"
 
 // The row of the HSDK generation.
@@ -35,7 +34,6 @@ constinit const Generation hsdkGeneration = {
    .startUp = { .flexible = 12, .ifpSourceTrunkMap = 0 },
    .ethernetPorts = allSystemPorts,
    .twinEthernetPorts = allSystemPorts,
-   .bitsOnChip = hsdkBitsOnChip,
    .groupMap = groupMap,
    .chips = chips,
 };

@@ -1,4 +1,3 @@
-#include "agent/ChipBits.h"
 #include "agent/Generation.h"
 
 // The row of the SDK6 generation.
@@ -30,7 +29,6 @@ constinit const Generation sdk6Generation = {
    .startUp = { .flexible = 14, .ifpSourceTrunkMap = 6 },
    .ethernetPorts = { .first = 1, .last = 511, .cpuPorts = true },
    .twinEthernetPorts = { .first = 0, .last = 510, .cpuPorts = true },
-   .bitsOnChip = sdk6BitsOnChip,
    .groupMap = groupMap,
    .chips = chips,
 };

@@ -1,4 +1,5 @@
 #include "Nodra/Trace.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
 #include "Sdk/SdkCall.h"
 #include "agent/ChipBits.h"
 
