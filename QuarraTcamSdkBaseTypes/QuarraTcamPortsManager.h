@@ -38,7 +38,8 @@ class QUARRA_TCAM_API QuarraTcamPortsManager : public Nodra::Node {
    ATTR( sourceTrunkMapConfig, Nodra::Ptr<QuarraCentral::PortTabWriteRequestDir> ); // where words are posted
    ATTR_HASH_VALUES( classIdHwStatus, ClassIdType, Vesk::Bitmap::Ptr );             // a set bit is reserved
    ATTR_HASH_MAP( classIdTcamGroupStatus, TcamGroupId, ClassIdTcamGroupStatus );    // groups that hold pools
-   ATTR_VALUES( programmedBit, U8, IntfGroupConst ); // ports that a bit of the ACL-group value was last put on
+   // Ports that a bit of the ACL-group value was last put on.
+   ATTR_VALUES( programmedBit, U8, IntfGroupConst );
 
  public:
    // ---- What an agent calls -------------------------------------------------------------------------------
