@@ -188,5 +188,13 @@ TEST_P( AuditOfHistories, LeavesNoDrift ) {
    }
 }
 
+// A twin without its shadow would be neither restored nor compared.
+TEST( Variants, EveryTwinSaysWhatItsShadowIs ) {
+   for ( const auto &variant : QuarraAgent::variants() ) {
+      EXPECT_EQ( variant.twin, variant.shadow != nullptr ) << variant.name;
+      EXPECT_TRUE( variant.shadow || !variant.aclGroupOf ) << variant.name;
+   }
+}
+
 } // namespace
 } // namespace QuarraTest
