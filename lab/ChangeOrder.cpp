@@ -220,14 +220,29 @@ bool ChangeRun::couldHelp( const Bundle &bundle ) const {
              bundles_, [ & ]( const Bundle &other ) { return std::ranges::any_of( other.wishes, needs ); } );
 }
 
+// Its new entries draw on the bits of the old ones, though not class ID for class ID: a pool of bits for a single one.
+bool ChangeRun::changesUnit( const Bundle &bundle ) const {
+   const auto group = bundle.old.front().group;
+   const auto type = classIdTcamGroupsInfo.at( group )->classIdType();
+   return std::ranges::any_of( bundle.wishes, [ & ]( const Wish &wish ) {
+      return !wish.done() && isOfType( wish.request->group, type ) &&
+             !drawOnTheSame( group, wish.request->group );
+   } );
+}
+
+// The one with the fewest rules that gives up what another can use, or else what it may come to use itself.
 bool ChangeRun::breakSmallest() {
-   const auto left = []( const Bundle &bundle ) {
-      return std::ranges::count_if( bundle.wishes, []( const Wish &wish ) { return !wish.done(); } );
+   const auto rankOf = [ this ]( const Bundle &bundle ) {
+      const bool helps = costOf( bundle ) <= 0 && couldHelp( bundle );
+      const auto left =
+         std::ranges::count_if( bundle.wishes, []( const Wish &wish ) { return !wish.done(); } );
+      return std::pair( !helps, left );
    };
    Bundle *smallest = nullptr;
    for ( auto &bundle : bundles_ ) {
-      if ( !bundle.done() && !bundle.oldAreGone && frees( bundle ) && costOf( bundle ) <= 0 &&
-           couldHelp( bundle ) && ( !smallest || left( bundle ) < left( *smallest ) ) ) {
+      const bool mayGo = !bundle.done() && !bundle.oldAreGone && frees( bundle ) &&
+                         ( changesUnit( bundle ) || ( costOf( bundle ) <= 0 && couldHelp( bundle ) ) );
+      if ( mayGo && ( !smallest || rankOf( bundle ) < rankOf( *smallest ) ) ) {
          smallest = &bundle;
       }
    }

@@ -126,6 +126,7 @@ class ChangeRun {
    bool frees( const Bundle &bundle ) const;
    int costOf( const Bundle &bundle ) const;
    bool couldHelp( const Bundle &bundle ) const;
+   bool changesUnit( const Bundle &bundle ) const;
    void dropGroups();
    void tellRefusals();
 

@@ -313,6 +313,16 @@ TEST_F( PlanTest, WhatGoesFirstFindsRoomOrGetsItsOldEntryBack ) {
    EXPECT_EQ( fates.at( "B|R2" ), "refused" );
 }
 
+// There is no room for A's pool beside its old bit, but there is once the bit is back.
+TEST_F( PlanTest, WhatChangesFromSingleBitsToAPoolNeedsNoReload ) {
+   use( "sdk6", R"(,"flexibleBits":16)" );
+   map = R"({"L3V6":16})";
+   change( { { "A", "L3", { 1, 2 }, 2 }, { "B", "L3", { 3 } } } );
+   const auto plan = change( { { "A", "L3V6", { 3 }, 2 }, { "B", "L3", { 3 } } } );
+   EXPECT_EQ( plan.at( "verdict" ), "fits" );
+   EXPECT_THAT( plan.at( "goFirst" ).dump(), HasSubstr( R"(["A|R1","A|R2"])" ) );
+}
+
 // B gives a class ID back, C takes one for good, D gives back what it takes: in this order or D has a gap.
 TEST_F( PlanTest, WhatTakesAClassIdForGoodComesLast ) {
    use( "sdk6", R"(,"flexibleBits":17)" );
