@@ -56,10 +56,16 @@ struct AclText {
 AclReading readAcl( const std::vector<std::string> &sources, std::optional<AclFormat> format = {} );
 AclReading parseAcl( const std::vector<AclText> &texts, std::optional<AclFormat> format = {} );
 
-// The configuration that sources make of one before: alone, or where the first of them is a change (a patch, row
-// operations), together with those before. The last source is of the forced format, if there is one.
-AclReading readChangedAcl( const std::vector<std::string> &before, const std::vector<std::string> &sources,
-                           std::optional<AclFormat> format = {} );
+struct AclChange {
+   AclReading before; // of no sources: an empty configuration
+   AclReading after;
+};
+
+// The configuration that sources make of one before, and that one: alone, or where the first of them is a change (a
+// patch, row operations), together with those before. Each source is read once. The last one is of the forced format, if
+// there is one.
+AclChange readAclChange( const std::vector<std::string> &before, const std::vector<std::string> &sources,
+                         std::optional<AclFormat> format = {} );
 
 // One file, taken only when nothing is wrong with it. Throws AclRefused or InputError.
 AclConfig readConfigDb( const std::string &file );

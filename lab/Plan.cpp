@@ -13,16 +13,17 @@ using QuarraAgent::RequestRefused;
 
 namespace {
 
-// What a switch is, and what it holds that belongs to no configuration.
+// What a switch is, and what it holds that stays whatever is wanted.
 struct Start {
    ChipChoice choice;
    std::vector<InstallRequest> others;
 };
 
-Start startOf( const Switch &theSwitch ) {
+Start startOf( const Switch &theSwitch, const ChangeOptions &options ) {
    Start start{ { &theSwitch.agent().variant(), theSwitch.agent().chip() }, {} };
    for ( const auto &[ id, entry ] : theSwitch.agent().entries() ) {
-      if ( !isOfConfiguration( entry.request ) ) {
+      if ( !isOfConfiguration( entry.request ) ||
+           ( options.keeps && options.keeps( ruleOf( entry.request ) ) ) ) {
          start.others.push_back( entry.request );
       }
    }
@@ -183,7 +184,7 @@ Plan makePlan( std::unique_ptr<Switch> copy, const WantedEntries &wanted, const 
    for ( const auto &port : copy->agent().chip().ports ) {
       plan.portNames.emplace( port.port, port.intf );
    }
-   const auto start = startOf( *copy );
+   const auto start = startOf( *copy, options.change );
    if ( options.show ) {
       options.show( *copy, "before", plan );
    }

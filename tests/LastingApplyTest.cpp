@@ -7,6 +7,7 @@
 #include "tests/Lasting.h"
 #include "tests/Lines.h"
 #include "tools/Apply.h"
+#include "tools/KeepGoing.h"
 #include "tools/Wanted.h"
 
 namespace QuarraTest {
@@ -43,8 +44,9 @@ class LastingApply : public ::testing::TestWithParam<std::string> {
       return parseConfigDb( json.dump(), "acl.json" );
    }
 
-   std::unique_ptr<Applied> apply( const Rules &rules, const GroupMap &map = {} ) {
-      auto applied = std::make_unique<Applied>( config( rules ), open(), map );
+   std::unique_ptr<Applied> apply( const Rules &rules, const GroupMap &map = {},
+                                   const std::vector<AclComplaint> &complaints = {} ) {
+      auto applied = std::make_unique<Applied>( config( rules ), open(), map, complaints );
       calls = applied->theSwitch().chip().calls();
       EXPECT_TRUE( audit( applied->theSwitch().agent() ).drifts.empty() );
       return applied;
@@ -237,12 +239,23 @@ TEST_P( LastingApply, DoesWhatThePlanForItSays ) {
          }
       }
       auto map = round / 10 % 2 ? groups : GroupMap();
+      // What is wrong with a file is left out of it, a rule or all of a table (--keep-going).
+      auto usable = rules;
+      std::vector<AclComplaint> complaints;
+      if ( round % 3 == 1 ) {
+         const auto rule = "A|R" + std::to_string( 1 + 2 * ( random() % 4 ) );
+         complaints.push_back( { "acl.json", "", "", "A", rule.substr( 2 ) } );
+         usable.erase( rule );
+      } else if ( round % 6 == 2 ) {
+         complaints.push_back( { "acl.json", "", "", "B", "" } );
+         std::erase_if( usable, []( const auto &item ) { return item.first.starts_with( "B|" ); } );
+      }
       auto whole = map;
       std::unique_ptr<Switch> copy = open();
       whole.merge( GroupMap( defaultGroupMap( copy->agent().variant().generation ) ) );
-      const auto wanted = wantedOf( config( rules ), whole, copy->agent().chip().ports );
-      const auto plan = makePlan( std::move( copy ), wanted );
-      const auto applied = apply( rules, map );
+      const auto wanted = wantedOf( config( usable ), whole, copy->agent().chip().ports );
+      const auto plan = makePlan( std::move( copy ), wanted, { .change = keepingWhatIsWrong( complaints ) } );
+      const auto applied = apply( usable, map, complaints );
       ASSERT_EQ( stateDigest( applied->theSwitch() ), plan.stateAfter ) << round;
       EXPECT_EQ( applied->refused(), plan.count( RuleFate::refused ) );
       EXPECT_EQ( applied->mismatches().size(), plan.mismatches.size() );

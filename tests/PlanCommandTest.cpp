@@ -2,6 +2,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "lab/JsonText.h"
 #include "tests/ToolRun.h"
 
 // What `plan`, `apply --plan`, `diff` and `batch` make of their options and files: nothing that is asked for is silently
@@ -123,6 +124,74 @@ quarra-tcam: @/steps: not written, since 20 rules do not fit; what was there is 
 exit 1
 )" );
    EXPECT_FALSE( std::filesystem::exists( file( "steps" ) ) );
+}
+
+// Each rule and table that is wrong is left out and told, what the switch holds of it stays, and no file has the steps.
+TEST_F( PlanCommand, KeepsGoingAsApplyDoes ) {
+   write( "good.json",
+          R"({"PORT":{"E0":{},"E4":{},"E8":{}},"ACL_TABLE":{"A":{"type":"L3","ports":["E0"]},
+      "B":{"type":"L3","ports":["E4"]},"C":{"type":"L3","ports":["E8"]}},
+      "ACL_RULE":{"A|R":{},"A|S":{},"B|R":{},"C|R":{},"C|S":{}}})" );
+   write( "bad.json",
+          R"({"PORT":{"E0":{},"E4":{},"E8":{}},"ACL_TABLE":{"A":{"type":"L3","ports":["E0","E8"]},
+      "B":{"type":"L3","ports":["E9"]},"C":{"type":"L3","ports":["E8"]}},
+      "ACL_RULE":{"A|R":{"PRIORITY":"x"},"A|S":{},"A|T":{"PRIORITY":"y"},"B|R":{},"C|R":{}}})" );
+   write( "steps", "old" );
+   ASSERT_EQ( run( { "apply", file( "good.json" ), "--switch", file( "s" ), "--variant", "sdk6" } ).code, 0 );
+   expectTranscript( R"(
+$ plan @/bad.json --switch @/s --keep-going -o @/steps
+Left out, for what is wrong with it
+  @/bad.json: ACL_RULE|A|R.PRIORITY: expected a whole number from 0 to 2147483647, got "x"
+  @/bad.json: ACL_RULE|A|T.PRIORITY: expected a whole number from 0 to 2147483647, got "y"
+  @/bad.json: ACL_TABLE|B.ports[0]: port "E9" is not in PORT
+
+Entries (= stay, ~ change, + come, - go, ! do not fit)
+  = A|R (entry 1): stays
+  = B|R (entry 3): stays
+  ~ A|S (entry 2), then entry 6: moves from bit 14 to bit 17 (group 13, aclGroupFlexibleWidth); gains E8
+  = C|R (entry 4): stays
+  - C|S (entry 5): group 13, aclGroupFlexibleWidth bit 16
+...
+quarra-tcam: @/steps: not written, since what is wrong in the files is left out; what was there is removed
+exit 1
+)" );
+   EXPECT_FALSE( std::filesystem::exists( file( "steps" ) ) );
+   const std::vector<std::string> bad = { file( "bad.json" ), "--switch", file( "s" ), "--keep-going", "-j" };
+   const auto asJson = [ & ]( const char *command ) {
+      auto words = bad;
+      words.insert( words.begin(), command );
+      const auto ran = run( words );
+      EXPECT_EQ( ran.code, 1 ) << ran.complained;
+      return QuarraLab::parseJson( ran.printed );
+   };
+   const auto plan = asJson( "plan" );
+   EXPECT_EQ( plan.at( "ok" ), false );
+   std::size_t calls = 0;
+   for ( const auto &step : plan.at( "steps" ) ) {
+      for ( const auto &[ function, number ] : step.at( "sdkCalls" ).items() ) {
+         calls += number.get<std::size_t>();
+      }
+   }
+   const auto applied = asJson( "apply" );
+   EXPECT_EQ( applied.at( "complaints" ), plan.at( "complaints" ) );
+   EXPECT_EQ( applied.at( "complaints" ).size(), 3u );
+   EXPECT_EQ( applied.at( "changes" ).at( "sdkCalls" ), calls );
+   EXPECT_EQ( asJson( "plan" ).at( "stateBefore" ), plan.at( "stateAfter" ) );
+   // A patch leaves what is wrong before it as it is; that is told once. Without the option nothing is planned.
+   write( "patch.json", R"([{"op":"remove","path":"/ACL_RULE/C|R"}])" );
+   const auto once =
+      run( { "plan", "--from", file( "bad.json" ), file( "patch.json" ), "--keep-going", "-j" } );
+   EXPECT_EQ( once.code, 1 );
+   EXPECT_EQ( QuarraLab::parseJson( once.printed ).at( "complaints" ), plan.at( "complaints" ) );
+   EXPECT_EQ( run( { "plan", "--from", file( "bad.json" ), file( "good.json" ) } ).code, 2 );
+}
+
+// The configuration before a patch was read twice, and a pipe was empty the second time.
+TEST_F( PlanCommand, StandardInputIsReadOnce ) {
+   write( "patch.json", R"([{"op":"remove","path":"/ACL_RULE/A|R"}])" );
+   const auto ran = run( { "plan", "--from", "-", file( "patch.json" ) }, file( "two.json" ) );
+   EXPECT_EQ( ran.code, 0 ) << ran.complained;
+   EXPECT_NE( ran.printed.find( "- A|R (entry 1)" ), std::string::npos ) << ran.printed;
 }
 
 TEST_F( PlanCommand, APlanIsCarriedOutAlone ) {

@@ -7,6 +7,7 @@
 #include "tools/ApplyPlan.h"
 #include "tools/ApplyReport.h"
 #include "tools/Command.h"
+#include "tools/KeepGoing.h"
 #include "tools/OpenSwitch.h"
 #include "tools/OutputFiles.h"
 #include "tools/SdkCalls.h"
@@ -71,11 +72,10 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
    for ( const auto &text : options.map ) {
       addToMap( map, text );
    }
-   auto reading = readAcl(
-      options.files, options.format.empty() ? std::nullopt : std::optional( aclFormatOf( options.format ) ) );
-   auto complaints =
-      options.keepGoing && reading.usable() ? std::move( reading.complaints ) : std::vector<AclComplaint>();
-   auto config = complaints.empty() ? std::move( reading ).orRefuse() : std::move( reading.config );
+   auto [ config, complaints ] = usableOf(
+      readAcl( options.files,
+               options.format.empty() ? std::nullopt : std::optional( aclFormatOf( options.format ) ) ),
+      options.keepGoing );
    if ( options.bindings ) {
       addBindings( config );
    }

@@ -10,6 +10,7 @@
 #include "acl/ReadAcl.h"
 #include "lab/Page.h"
 #include "tools/Command.h"
+#include "tools/KeepGoing.h"
 #include "tools/OpenSwitch.h"
 #include "tools/OutputFiles.h"
 #include "tools/PlanLines.h"
@@ -26,6 +27,7 @@ struct PlanCommandOptions {
    std::vector<std::string> files; // of the change
    std::vector<std::string> from;  // what the switch holds before
    std::string format;
+   bool keepGoing = false;       // without what is wrong in the files
    std::vector<std::string> map; // "TYPE=GROUP"
    bool bindings = false;
    bool all = false;
@@ -33,12 +35,30 @@ struct PlanCommandOptions {
    std::string html;
 };
 
-AclConfig configOf( AclReading reading, const PlanCommandOptions &options ) {
-   auto config = std::move( reading ).orRefuse();
-   if ( options.bindings ) {
-      addBindings( config );
+// What the switch holds before, and what it is to hold.
+AclChange changeOf( const PlanCommandOptions &options ) {
+   auto change =
+      readAclChange( options.from, options.files,
+                     options.format.empty() ? std::nullopt : std::optional( aclFormatOf( options.format ) ) );
+   for ( auto *reading : { &change.before, &change.after } ) {
+      *reading = usableOf( std::move( *reading ), options.keepGoing );
+      if ( options.bindings ) {
+         addBindings( reading->config );
+      }
    }
-   return config;
+   return change;
+}
+
+// A patch leaves what is wrong before it as it is: once is enough.
+std::vector<AclComplaint> complaintsOf( const AclChange &change ) {
+   std::set<std::string> told;
+   std::vector<AclComplaint> complaints;
+   for ( const auto *reading : { &change.before, &change.after } ) {
+      std::ranges::copy_if(
+         reading->complaints, std::back_inserter( complaints ),
+         [ & ]( const auto &complaint ) { return told.insert( complaint.text() ).second; } );
+   }
+   return complaints;
 }
 
 // The chip has the ports of both configurations.
@@ -125,9 +145,9 @@ int exitCodeOf( PlanVerdict verdict ) {
 }
 
 // Steps of an earlier plan do not stay: whoever carries out the file would take them for those of this one.
-void writeSteps( const std::string &file, const Plan &plan ) {
+void writeSteps( const std::string &file, const Plan &plan, std::size_t mistakes ) {
    const auto left = plan.count( RuleFate::refused );
-   if ( left == 0 ) {
+   if ( left == 0 && mistakes == 0 ) {
       writeFile( file, planLines( plan ) );
       return;
    }
@@ -135,8 +155,9 @@ void writeSteps( const std::string &file, const Plan &plan ) {
    const auto path = whatIsWritten( file );
    const bool removed =
       std::filesystem::is_regular_file( path, error ) && std::filesystem::remove( path, error );
-   std::cerr << fmt::format( "quarra-tcam: {}: not written, since {} not fit{}\n", oneLine( file ),
-                             counted( left, "rule does", "rules do" ),
+   std::cerr << fmt::format( "quarra-tcam: {}: not written, since {}{}\n", oneLine( file ),
+                             left ? counted( left, "rule does", "rules do" ) + " not fit"
+                                  : "what is wrong in the files is left out",
                              removed ? "; what was there is removed" : "" );
 }
 
@@ -146,10 +167,10 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
    }
    checkOutputs( "plan", { { "--steps", options.steps }, { "--html", options.html } },
                  filesRead( global, { options.files, options.from } ) );
-   const auto format = options.format.empty() ? std::nullopt : std::optional( aclFormatOf( options.format ) );
-   const auto before =
-      options.from.empty() ? AclConfig() : configOf( readAcl( options.from, format ), options );
-   auto after = configOf( readChangedAcl( options.from, options.files, format ), options );
+   auto change = changeOf( options );
+   const auto complaints = complaintsOf( change );
+   const auto &before = change.before.config;
+   auto &after = change.after.config;
    std::unique_ptr<Switch> copy;
    if ( global.switchDir ) {
       copy = openSwitch( global );
@@ -174,28 +195,31 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
    json[ "change" ] = after.file;
    json[ "variant" ] = variant.name;
    json[ "chip" ] = chip.profile;
+   json[ "complaints" ] = complaintsJson( complaints );
    json.update( warningsJson( after ) );
    Pages pages( ruleTextsOf( before ), ruleTextsOf( after ) );
    PlanOptions planOptions;
+   planOptions.change = keepingWhatIsWrong( change.after.complaints );
    if ( !options.html.empty() ) {
       planOptions.show = [ & ]( const Switch &theSwitch, const char *when, const Plan &plan ) {
          pages.show( theSwitch, when, plan, after.file );
       };
    }
    const auto plan = makePlan( std::move( copy ), wanted, planOptions );
-   const int code = exitCodeOf( plan.verdict() );
+   const int code = complaints.empty() ? exitCodeOf( plan.verdict() ) : int{ exitDoesNotFit };
    if ( !options.html.empty() ) {
       writeFile( options.html, pageHtml( pages.document() ) );
    }
    if ( !options.steps.empty() ) {
-      writeSteps( options.steps, plan );
+      writeSteps( options.steps, plan, complaints.size() );
    }
    if ( global.json ) {
       json[ "ok" ] = code == exitGood;
       json.update( planJson( plan ) );
       out.print( jsonText( json, global.pretty ) + "\n" );
    } else {
-      out.print( warningsText( after ) + planText( plan, options.all ) );
+      out.print( wrongText( complaints, options.all ) + warningsText( after ) +
+                 planText( plan, options.all ) );
    }
    return code;
 }
@@ -210,7 +234,9 @@ Command::Run addOptions( CLI::App &app ) {
       "A rule stays when its ports and its TCAM group do: what it matches, its action and its priority are\n"
       "not compared.\n"
       "Exit codes: 0 it fits in place, and at no time is a match wrong; 3 it fits, but only with wrong\n"
-      "matches on the way, or after a reload; 1 it does not fit or does not match." );
+      "matches on the way, or after a reload; 1 it does not fit or does not match, or something wrong was "
+      "left "
+      "out." );
    app.add_option( "CHANGE", options->files,
                    "What the switch is to hold; several files when ports stand in one and rules in another" )
       ->required();
@@ -224,6 +250,9 @@ Command::Run addOptions( CLI::App &app ) {
    app.add_option( "--format", options->format,
                    "Format of the change, and of what is before it unless a patch is forced" )
       ->type_name( "NAME" );
+   app.add_flag(
+      "--keep-going", options->keepGoing,
+      "Leave out what is wrong in the files, a rule or a table, list it, and exit with 1, as apply does" );
    app.add_option( "--map", options->map, "TCAM group for a table type; may be given several times" )
       ->type_name( "TYPE=GROUP" )
       ->expected( 1 )
