@@ -27,6 +27,7 @@ struct PlannedRule : RuleChange {
    std::optional<ClassIdPlace> placeBefore = {};
    std::optional<ClassIdPlace> placeAfter = {};
    GainedAndLost<QuarraModPort> ports = {}; // that carry its class ID; of one that is there before and after
+   std::vector<std::string> fields = {};    // what else it says, as its author wrote it; where somebody tells
 
    bool moves() const { return placeBefore && placeAfter && placeBefore != placeAfter; }
 };

@@ -231,7 +231,8 @@ JsonOut matchAnswerJson( const Switch &theSwitch, const MatchAnswer &answer ) {
             { "asAsked", answer.asAsked() } };
 }
 
-JsonOut portReportJson( const Switch &theSwitch, const PortReport &report ) {
+JsonOut portReportJson( const Switch &theSwitch, const PortReport &report,
+                        const std::map<U32, std::string> &ruleTexts ) {
    const PortsJson ports( theSwitch );
    JsonOut json = { { "port", ports.port( report.port ) } };
    auto carries = JsonOut::array();
@@ -248,6 +249,10 @@ JsonOut portReportJson( const Switch &theSwitch, const PortReport &report ) {
       one[ "knownBehaviour" ] = behaviour.empty() ? JsonOut() : JsonOut( behaviour );
       one[ "reason" ] =
          asAsked ? JsonOut() : JsonOut( reasonText( theSwitch.agent().variant(), mismatch->second ) );
+      if ( const auto text = ruleTexts.find( answer.entry );
+           text != ruleTexts.end() && !text->second.empty() ) {
+         one[ "text" ] = text->second;
+      }
       answers.push_back( std::move( one ) );
    }
    json[ "carries" ] = std::move( carries );

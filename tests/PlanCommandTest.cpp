@@ -186,6 +186,93 @@ exit 1
    EXPECT_EQ( run( { "plan", "--from", file( "bad.json" ), file( "good.json" ) } ).code, 2 );
 }
 
+// As their author wrote it, and no more of it than a person reads; all of it in the document.
+TEST_F( PlanCommand, WhatRulesSayIsShown ) {
+   write( "before.json", R"({"PORT":{"E0":{},"E4":{}},"ACL_TABLE":{"A":{"type":"L3","ports":["E0"]},
+      "G":{"type":"L3","ports":["E4"]}},"ACL_RULE":{"A|R":{"SRC_IP":"1.1.1.1/32"},"G|R":{"DST_IP":"2.2.2.2/32"}}})" );
+   const std::string value( 150, 'x' );
+   write(
+      "after.json",
+      R"({"PORT":{"E0":{},"E4":{}},"ACL_TABLE":{"A":{"type":"L3","ports":["E0"]},"M":{"type":"L3","ports":["E4"]}},
+      "ACL_RULE":{"A|R":{"SRC_IP":"3.3.3.3/32"},"M|R1":{"A":1,"B":2,"C":3,"D":4,"E":5,"F":6,"G":7,"H":8,"I":9},
+         "M|R2":{},"M|R3":{"X":")" +
+         value + R"("},"M|R4":{"Y":"a\nb"},"M|R5":{"Z":1}}})" );
+   expectTranscript( R"(
+$ plan --from @/before.json @/after.json
+Entries (= stay, ~ change, + come, - go, ! do not fit)
+  = A|R (entry 1): stays
+  + 5 rules of M (entries 3-7): group 13, aclGroupFlexibleWidth bit 15
+      R1: A 1, B 2, C 3, D 4, E 5, F 6, G 7, H 8 and 1 more
+      R3: X xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx...xxxxxxxxxxxxxxxxxxxxxxxxx
+      R4: Y a\x0ab
+      and 1 more rule (--all)
+  - G|R (entry 2): group 13, aclGroupFlexibleWidth bit 15
+      DST_IP 2.2.2.2/32
+...
+)" );
+   const auto all = run( { "plan", "--from", file( "before.json" ), file( "after.json" ), "--all" } ).printed;
+   EXPECT_NE( all.find( "H 8, I 9\n" ), std::string::npos ) << all;
+   EXPECT_NE( all.find( "R3: X " + value + "\n" ), std::string::npos ) << all;
+   EXPECT_NE( all.find( "R5: Z 1\n" ), std::string::npos ) << all;
+   const auto plan = QuarraLab::parseJson(
+      run( { "plan", "-j", "--from", file( "before.json" ), file( "after.json" ) } ).printed );
+   std::vector<std::string> texts;
+   for ( const auto &rule : plan.at( "rules" ) ) {
+      texts.push_back( rule.value( "text", "none" ) );
+   }
+   EXPECT_EQ( texts,
+              ( std::vector<std::string>{ "SRC_IP 3.3.3.3/32", "A 1, B 2, C 3, D 4, E 5, F 6, G 7, H 8, I 9",
+                                          "none", "X " + value, "Y a\nb", "Z 1", "DST_IP 2.2.2.2/32" } ) );
+   write( "plan.jsonl", R"({"op":"chip","ports":2}
+{"op":"install","group":13,"entry":1,"ports":[1],"rule":{"name":"A|R"}}
+{"op":"plan","config":{"ACL_TABLE":{"A":{"type":"L3","ports":["Port1"]}},"ACL_RULE":{"A|R":{"SRC_IP":"4.4.4.4/32"}}}}
+)" );
+   const auto answers = run( { "batch", file( "plan.jsonl" ) } ).printed;
+   EXPECT_EQ( answers.find( R"("text":"SRC_IP 4.4.4.4/32"})" ), answers.rfind( R"("text")" ) )
+      << "an entry without a label is of no configuration: " << answers;
+   EXPECT_NE( answers.find( R"("text":"SRC_IP 4.4.4.4/32"})" ), std::string::npos ) << answers;
+}
+
+// A switch knows its entries, and the file what their rules say.
+TEST_F( PlanCommand, AConfigurationTellsWhatTheRulesOfASwitchSay ) {
+   write( "mine.json", R"({"PORT":{"E0":{}},"ACL_TABLE":{"A":{"type":"L3","ports":["E0"]}},
+      "ACL_RULE":{"A|R":{},"A|S":{}}})" );
+   write( "told.json", R"({"PORT":{"E7":{}},"ACL_TABLE":{"A":{"type":"L3","ports":["E7"]}},
+      "ACL_RULE":{"A|R":{"SRC_IP":"1.1.1.1/32"},"A|T":{"DST_IP":"2.2.2.2/32"}}})" );
+   write( "bad.json", R"({"ACL_TABLE":[]})" );
+   ASSERT_EQ( run( { "apply", file( "mine.json" ), "--switch", file( "s" ) } ).code, 0 );
+   expectTranscript( R"(
+$ why E0 A|R --switch @/s -c @/told.json
+...
+Entries
+  A|R (entry 1) matches it, as asked.
+    Rule: SRC_IP 1.1.1.1/32
+    Group 13, pool 1: bit 14 of aclGroupFlexibleWidth. Class ID 1.
+...
+$ why E0 A|S --switch @/s -c @/told.json
+...
+Entries
+  A|S (entry 2) matches it, as asked.
+    Group 13, pool 1: bit 14 of aclGroupFlexibleWidth. Class ID 1.
+...
+$ why E0 A|T --switch @/s -c @/told.json
+quarra-tcam: unknownEntry: "A|T" is no number of an installed entry, no table, TABLE|RULE or rule; the switch has 2 entries
+exit 2
+$ why E0 --switch @/s -c @/told.json --map L3=13
+quarra-tcam: --switch is a switch that is there: it takes no --map or --bindings
+exit 2
+$ who E0 --switch @/s -c @/told.json
+quarra-tcam: --switch is a switch that is there: it takes no --config, --map or --bindings
+exit 2
+)" );
+   EXPECT_EQ( run( { "why", "E0", "--switch", file( "s" ), "-c", file( "bad.json" ) } ).code, 2 );
+   const auto why = QuarraLab::parseJson(
+      run( { "why", "E0", "-j", "--switch", file( "s" ), "-c", file( "told.json" ) } ).printed );
+   ASSERT_EQ( why.at( "entries" ).size(), 2u );
+   EXPECT_EQ( why.at( "entries" )[ 0 ].at( "text" ), "SRC_IP 1.1.1.1/32" );
+   EXPECT_FALSE( why.at( "entries" )[ 1 ].contains( "text" ) );
+}
+
 // The configuration before a patch was read twice, and a pipe was empty the second time.
 TEST_F( PlanCommand, StandardInputIsReadOnce ) {
    write( "patch.json", R"([{"op":"remove","path":"/ACL_RULE/A|R"}])" );

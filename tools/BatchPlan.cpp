@@ -8,6 +8,7 @@
 #include "lab/Plan.h"
 #include "lab/TextFile.h"
 #include "tools/Batch.h"
+#include "tools/RuleTexts.h"
 #include "tools/Wanted.h"
 #include "tools/Warnings.h"
 
@@ -111,7 +112,8 @@ JsonOut Batch::plan( JsonFields &fields ) {
       try { // nothing of the parent's goes on here
          detachFromStore( *switch_ );
          switch_->leaveDirToParent();
-         const auto made = makePlan( std::move( switch_ ), wanted );
+         auto made = makePlan( std::move( switch_ ), wanted );
+         tellRuleFields( made, {}, ruleFieldsOf( config ) );
          _exit( writeAll( ends[ 1 ], planJson( made ).dump() ) ? 0 : 1 );
       } catch ( ... ) {
          _exit( 1 );

@@ -15,6 +15,7 @@
 #include "tools/OutputFiles.h"
 #include "tools/PlanLines.h"
 #include "tools/PlanText.h"
+#include "tools/RuleTexts.h"
 #include "tools/Subject.h"
 #include "tools/TextTable.h"
 #include "tools/Wanted.h"
@@ -100,24 +101,21 @@ void fill( Switch &theSwitch, const WantedEntries &wanted ) {
 // The state of the copy before the first step, and after the last one.
 class Pages {
  public:
-   explicit Pages( std::map<std::string, std::string> before, std::map<std::string, std::string> after )
-      : texts_{ std::move( before ), std::move( after ) } {}
+   // What the rules say in the configuration before, and after.
+   Pages( const RuleFields &before, const RuleFields &after ) : fields_{ &before, &after } {}
 
    void show( const Switch &copy, const char *when, const Plan &plan, const std::string &title ) {
-      const auto &texts = texts_[ states_.size() ];
+      const auto &fields = *fields_[ states_.size() ];
       PageNotes notes;
-      for ( const auto &[ id, entry ] : copy.agent().entries() ) {
-         if ( const auto text = texts.find( ruleOf( entry.request ) ); text != texts.end() ) {
-            notes.ruleTexts.emplace( id, text->second );
-         }
-      }
+      notes.ruleTexts = entryTexts( copy, fields );
       for ( const auto &rule : plan.rules ) {
          if ( rule.fate == RuleFate::refused ) {
-            notes.refused.push_back( { rule.rule, rule.code, rule.message } );
+            notes.refused.push_back(
+               { rule.rule, rule.code, rule.message, ruleText( fields.at( rule.rule ) ) } );
          }
       }
       states_.push_back( pageState( copy, when, notes ) );
-      if ( states_.size() == texts_.size() ) {
+      if ( states_.size() == fields_.size() ) {
          document_ = pageDocument( copy, title, std::move( states_ ) );
       }
    }
@@ -125,7 +123,7 @@ class Pages {
    const JsonOut &document() const { return document_; }
 
  private:
-   std::array<std::map<std::string, std::string>, 2> texts_;
+   std::array<const RuleFields *, 2> fields_;
    std::vector<JsonOut> states_;
    JsonOut document_;
 };
@@ -197,7 +195,9 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
    json[ "chip" ] = chip.profile;
    json[ "complaints" ] = complaintsJson( complaints );
    json.update( warningsJson( after ) );
-   Pages pages( ruleTextsOf( before ), ruleTextsOf( after ) );
+   const auto fieldsBefore = ruleFieldsOf( before );
+   const auto fieldsAfter = ruleFieldsOf( after );
+   Pages pages( fieldsBefore, fieldsAfter );
    PlanOptions planOptions;
    planOptions.change = keepingWhatIsWrong( change.after.complaints );
    if ( !options.html.empty() ) {
@@ -205,7 +205,8 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
          pages.show( theSwitch, when, plan, after.file );
       };
    }
-   const auto plan = makePlan( std::move( copy ), wanted, planOptions );
+   auto plan = makePlan( std::move( copy ), wanted, planOptions );
+   tellRuleFields( plan, fieldsBefore, fieldsAfter );
    const int code = complaints.empty() ? exitCodeOf( plan.verdict() ) : int{ exitDoesNotFit };
    if ( !options.html.empty() ) {
       writeFile( options.html, pageHtml( pages.document() ) );
@@ -259,7 +260,9 @@ Command::Run addOptions( CLI::App &app ) {
       ->allow_extra_args( false )
       ->take_all();
    app.add_flag( "--bindings", options->bindings, "Install one entry for each table that has no rules" );
-   app.add_flag( "--all", options->all, "List every step and every wrong match (the document always does)" );
+   app.add_flag(
+      "--all", options->all,
+      "List every step and every wrong match, and what each rule says (the document always does)" );
    app.add_option( "-o,--steps", options->steps, "Write the steps as lines for batch and apply --plan" )
       ->type_name( "FILE" );
    app.add_option( "--html", options->html, "Write a page that shows the switch before and after" )

@@ -13,7 +13,4 @@ using namespace QuarraLab;
 WantedEntries wantedOf( const QuarraAcl::AclConfig &config, const GroupMap &map,
                         const std::vector<QuarraAgent::ChipPort> &ports );
 
-// By rule: as its author wrote it.
-std::map<std::string, std::string> ruleTextsOf( const QuarraAcl::AclConfig &config );
-
 } // namespace QuarraTool

@@ -112,6 +112,7 @@ with tempfile.TemporaryDirectory() as folder:
         new("apply", configurations[0])
         for name in ("check", "audit", "repair", "restart", "switch", "usage"):
             new(name)
+        new("why", "1", "-c", configurations[0])
         check("batch-answer", json.loads(run(["dump", *switch])), "dump")
         for damage in (["entry", "1"], ["bit", "1", "3"], ["word", "2", "9", "7"]):
             run(["damage", *switch, *damage], (0, 2), stderr=subprocess.DEVNULL)  # not every chip has all of it
