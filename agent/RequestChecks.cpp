@@ -209,8 +209,8 @@ void spaceIsWideEnough( const QuarraTcamPortsManager &manager, const ClassIdTcam
 
 RequestRefused noPool( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config ) {
    Text text;
-   text << "group " << config.tcamGroupId() << ": no run of " << runBits( config )
-        << " bits is free: " << spaceUse( manager, config.classIdType() );
+   text << "group " << config.tcamGroupId() << ": no run of " << counted( runBits( config ), "bit", "bits" )
+        << " is free: " << spaceUse( manager, config.classIdType() );
    return { "noRoom", text.string() };
 }
 
@@ -236,8 +236,8 @@ void groupCanBeDeleted( const QuarraTcamPortsManager &manager, const ClassIdTcam
       users << " and " << count - namedAtMost << " more";
    }
    if ( count ) {
-      refuse( "groupInUse",
-              Text() << "group " << group << " still has " << count << " entries: " << users.string() );
+      refuse( "groupInUse", Text() << "group " << group << " still has "
+                                   << counted( count, "entry", "entries" ) << ": " << users.string() );
    }
    if ( config.classIdType() == aclGroupFixedWidth && !statusOf( manager, group ) ) {
       refuse( "groupNotCreated", Text() << "group " << group << " was not created" );
@@ -266,8 +266,10 @@ RequestRefused noRoom( const QuarraTcamPortsManager &manager, const ClassIdTcamG
    text << "group " << config.tcamGroupId() << " entry " << entry << ": no class ID is free";
    const auto *status = statusOf( manager, config.tcamGroupId() );
    if ( config.classIdType() == aclGroupFixedWidth ) {
-      text << ": the group's " << ( ( 1u << config.classIdPoolWidth() ) - 1 ) << " are lent to "
-           << status->requestStatuss() << " port sets, and a fixed-width group does not grow";
+      text << ": the group's "
+           << counted( ( 1u << config.classIdPoolWidth() ) - 1, "class ID is", "class IDs are" )
+           << " lent to " << counted( status->requestStatuss(), "port set", "port sets" )
+           << ", and a fixed-width group does not grow";
    } else {
       text << " in the group's pools, and there is no run of " << runBits( config )
            << ( runBits( config ) > 1 ? " bits nor a single bit for a new one: " : " bit for a new one: " )

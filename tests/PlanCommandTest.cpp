@@ -233,52 +233,37 @@ Entries (= stay, ~ change, + come, - go, ! do not fit)
    EXPECT_NE( answers.find( R"("text":"SRC_IP 4.4.4.4/32"})" ), std::string::npos ) << answers;
 }
 
-// A switch knows its entries, and the file what their rules say.
-TEST_F( PlanCommand, AConfigurationTellsWhatTheRulesOfASwitchSay ) {
-   write( "mine.json", R"({"PORT":{"E0":{}},"ACL_TABLE":{"A":{"type":"L3","ports":["E0"]}},
-      "ACL_RULE":{"A|R":{},"A|S":{}}})" );
-   write( "told.json", R"({"PORT":{"E7":{}},"ACL_TABLE":{"A":{"type":"L3","ports":["E7"]}},
-      "ACL_RULE":{"A|R":{"SRC_IP":"1.1.1.1/32"},"A|T":{"DST_IP":"2.2.2.2/32"}}})" );
-   write( "bad.json", R"({"ACL_TABLE":[]})" );
-   ASSERT_EQ( run( { "apply", file( "mine.json" ), "--switch", file( "s" ) } ).code, 0 );
-   expectTranscript( R"(
-$ why E0 A|R --switch @/s -c @/told.json
-...
-Entries
-  A|R (entry 1) matches it, as asked.
-    Rule: SRC_IP 1.1.1.1/32
-    Group 13, pool 1: bit 14 of aclGroupFlexibleWidth. Class ID 1.
-...
-$ why E0 A|S --switch @/s -c @/told.json
-...
-Entries
-  A|S (entry 2) matches it, as asked.
-    Group 13, pool 1: bit 14 of aclGroupFlexibleWidth. Class ID 1.
-...
-$ why E0 A|T --switch @/s -c @/told.json
-quarra-tcam: unknownEntry: "A|T" is no number of an installed entry, no table, TABLE|RULE or rule; the switch has 2 entries
-exit 2
-$ why E0 --switch @/s -c @/told.json --map L3=13
-quarra-tcam: --switch is a switch that is there: it takes no --map or --bindings
-exit 2
-$ who E0 --switch @/s -c @/told.json
-quarra-tcam: --switch is a switch that is there: it takes no --config, --map or --bindings
-exit 2
-)" );
-   EXPECT_EQ( run( { "why", "E0", "--switch", file( "s" ), "-c", file( "bad.json" ) } ).code, 2 );
-   const auto why = QuarraLab::parseJson(
-      run( { "why", "E0", "-j", "--switch", file( "s" ), "-c", file( "told.json" ) } ).printed );
-   ASSERT_EQ( why.at( "entries" ).size(), 2u );
-   EXPECT_EQ( why.at( "entries" )[ 0 ].at( "text" ), "SRC_IP 1.1.1.1/32" );
-   EXPECT_FALSE( why.at( "entries" )[ 1 ].contains( "text" ) );
-}
-
 // The configuration before a patch was read twice, and a pipe was empty the second time.
 TEST_F( PlanCommand, StandardInputIsReadOnce ) {
    write( "patch.json", R"([{"op":"remove","path":"/ACL_RULE/A|R"}])" );
    const auto ran = run( { "plan", "--from", "-", file( "patch.json" ) }, file( "two.json" ) );
    EXPECT_EQ( ran.code, 0 ) << ran.complained;
    EXPECT_NE( ran.printed.find( "- A|R (entry 1)" ), std::string::npos ) << ran.printed;
+   const std::string complaint = "\nquarra-tcam: - is given 2 times: standard input holds one file\nexit 2\n";
+   expectTranscript( "$ plan --from - -" + complaint + "$ apply - --chip -" + complaint + //
+                     "$ batch - --chip -" + complaint + "$ why 1 -c - -c -" + complaint + //
+                     "$ diff - @/two.json --chip -" + complaint );
+}
+
+// OTHER was told to be the type of no table where it is that of all that have no group of their own.
+TEST_F( PlanCommand, AMapOfOtherTypesIsWarnedAboutWhereThereAreNone ) {
+   write( "other.json",
+          R"({"PORT":{"E0":{}},"ACL_TABLE":{"X":{"type":"CUSTOM","ports":["E0"]}},"ACL_RULE":{"X|R":{}}})" );
+   for ( const std::string command : { "plan", "apply" } ) {
+      const auto warns = [ & ]( const char *name, const std::vector<std::string> &maps ) {
+         std::vector<std::string> words = { command, "-j", file( name ) };
+         for ( const auto &map : maps ) {
+            words.insert( words.end(), { "--map", map } );
+         }
+         return QuarraLab::parseJson( run( words ).printed ).at( "warnings" ).dump();
+      };
+      EXPECT_EQ( warns( "other.json", { "OTHER=14" } ), "[]" );
+      EXPECT_EQ( warns( "other.json", { "CUSTOM=13", "OTHER=14" } ),
+                 R"(["--map OTHER=14: the type of every table has a group of its own"])" );
+      EXPECT_EQ(
+         warns( "two.json", { "OTHER=14", "MIRROR=42" } ),
+         R"(["--map MIRROR=42: no table has this type","--map OTHER=14: the type of every table has a group of its own"])" );
+   }
 }
 
 TEST_F( PlanCommand, APlanIsCarriedOutAlone ) {
@@ -295,6 +280,25 @@ TEST_F( PlanCommand, APlanIsCarriedOutAlone ) {
       EXPECT_EQ( ran.code, 2 ) << words[ 0 ];
       EXPECT_EQ( ran.complained, "quarra-tcam: apply: --plan does not use " + words[ 0 ] + "\n" );
    }
+}
+
+// --cold is of use to a plan: what comes back may be what it was made for.
+TEST_F( PlanCommand, APlanIsCarriedOutAfterAColdStart ) {
+   write( "more.json", R"({"PORT":{"Ethernet0":{},"Ethernet4":{}},
+      "ACL_TABLE":{"A":{"type":"L3","ports":["Ethernet0"]}},"ACL_RULE":{"A|R":{},"A|S":{}}})" );
+   ASSERT_EQ( run( { "apply", file( "two.json" ), "--switch", file( "s" ), "--variant", "sdk6" } ).code, 0 );
+   ASSERT_EQ( run( { "plan", file( "more.json" ), "--switch", file( "s" ), "-o", file( "steps" ) } ).code,
+              0 );
+   ASSERT_EQ( run( { "damage", "--switch", file( "s" ), "entry", "1" } ).code, 0 );
+   expectTranscript( R"(
+$ apply --plan @/steps --switch @/s
+...
+exit 2
+$ apply --plan @/steps --switch @/s --cold
+@/steps: 1 step carried out as planned
+every entry matches exactly its ports
+quarra-tcam: switch @/s: started cold: 0 entries left the chip, 1 is back
+)" );
 }
 
 TEST_F( PlanCommand, DiffReadsStandardInputOnceAndUsesItsOptions ) {

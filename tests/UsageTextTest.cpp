@@ -73,8 +73,8 @@ $ usage --switch @/nowhere --monitor
 QUARRA-TCAM UNKNOWN - switch @/nowhere: there is none; apply and batch make one
 exit 3
 $ usage --switch @/gap --monitor --warn 24 --crit 23
-quarra-tcam: usage: --warn is above --crit
-exit 2
+QUARRA-TCAM UNKNOWN - usage: --warn is above --crit
+exit 3
 )" );
 }
 

@@ -15,6 +15,7 @@
 #include "tools/KeepGoing.h"
 #include "tools/TextTable.h"
 #include "tools/Wanted.h"
+#include "tools/Warnings.h"
 
 namespace QuarraTool {
 
@@ -80,7 +81,9 @@ Applied::Applied( AclConfig config, std::unique_ptr<Switch> lasting, const Group
 }
 
 void Applied::start() {
-   map_.merge( defaultGroupMap( switch_->agent().variant().generation ) );
+   auto defaults = defaultGroupMap( switch_->agent().variant().generation );
+   warnOfUnusedTypes( map_, defaults, "--map ", config_ );
+   map_.merge( defaults );
    checkGroups( map_ );
    install();
    mismatches_ = checkMatches( *switch_ );

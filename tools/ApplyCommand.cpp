@@ -12,7 +12,6 @@
 #include "tools/OutputFiles.h"
 #include "tools/SdkCalls.h"
 #include "tools/Subject.h"
-#include "tools/Warnings.h"
 
 namespace QuarraTool {
 namespace {
@@ -62,11 +61,13 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
       if ( !options.files.empty() ) {
          throw InputError( "apply: a plan is carried out alone, without a configuration" );
       }
+      global.checkStandardInput( { { options.plan } } );
       return applyPlan( global, options.plan, out );
    }
    if ( options.files.empty() ) {
       throw InputError( "apply: expected a configuration, FILE, or --plan FILE" );
    }
+   global.checkStandardInput( { options.files } );
    checkOutputs( "apply", { { "--html", options.html } }, filesRead( global, { options.files } ) );
    GroupMap map;
    for ( const auto &text : options.map ) {
@@ -79,7 +80,6 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
    if ( options.bindings ) {
       addBindings( config );
    }
-   warnOfUnusedTypes( map, "--map ", config );
    const auto applied = applyOn( global, std::move( config ), map, std::move( complaints ) );
    if ( !options.html.empty() ) {
       writePage( options.html, applied.theSwitch(), applied.config().file, notesOf( applied ) );

@@ -47,8 +47,9 @@ GroupMap mapOf( JsonFields &fields, const QuarraAgent::Generation &generation,
       }
    }
    checkGroups( map );
-   warnOfUnusedTypes( map, "map: ", config );
-   map.merge( defaultGroupMap( generation ) );
+   auto defaults = defaultGroupMap( generation );
+   warnOfUnusedTypes( map, defaults, "map: ", config );
+   map.merge( defaults );
    return map;
 }
 

@@ -86,6 +86,7 @@ int run( const GlobalOptions &global, const DiffOptions &options, Output &out ) 
    if ( files[ 0 ] == "-" && files[ 1 ] == "-" ) {
       throw InputError( "diff: both states are standard input, which holds one" );
    }
+   global.checkStandardInput( { { files.begin(), files.end() } } );
    std::optional<ChipChoice> ofSwitch;
    bool anyConfiguration = false;
    std::array<std::optional<SwitchState>, 2> states;

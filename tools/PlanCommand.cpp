@@ -163,6 +163,7 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
    if ( global.switchDir && !options.from.empty() ) {
       throw InputError( "plan: --switch is a switch that is there: it takes no --from" );
    }
+   global.checkStandardInput( { options.from, options.files } );
    checkOutputs( "plan", { { "--steps", options.steps }, { "--html", options.html } },
                  filesRead( global, { options.files, options.from } ) );
    auto change = changeOf( options );
@@ -184,8 +185,9 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
       addToMap( map, text );
    }
    checkGroups( map );
-   warnOfUnusedTypes( map, "--map ", after, &before );
-   map.merge( defaultGroupMap( variant.generation ) );
+   auto defaults = defaultGroupMap( variant.generation );
+   warnOfUnusedTypes( map, defaults, "--map ", after, &before );
+   map.merge( defaults );
    fill( *copy, wantedOf( before, map, chip.ports ) );
    const auto wanted = wantedOf( after, map, chip.ports );
 

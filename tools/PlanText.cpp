@@ -178,7 +178,8 @@ std::string stepsPart( const Plan &plan, bool all ) {
    }
    auto text = table.empty() ? "  none\n" : table.text();
    if ( !all && runs.size() > someLines ) {
-      text += fmt::format( "  and {} more lines (--all)\n", runs.size() - someLines );
+      text +=
+         fmt::format( "  and {} (--all)\n", counted( runs.size() - someLines, "more line", "more lines" ) );
    }
    return text;
 }
@@ -223,7 +224,8 @@ std::string wrongPart( const Plan &plan, bool all ) {
    std::size_t number = 0;
    for ( const auto &[ key, line ] : lines ) {
       if ( !all && number++ == someLines ) {
-         text += fmt::format( "  and {} more lines (--all)\n", lines.size() - someLines );
+         text += fmt::format( "  and {} (--all)\n",
+                              counted( lines.size() - someLines, "more line", "more lines" ) );
          break;
       }
       const auto &one = *line.first;
@@ -281,8 +283,8 @@ std::string reloadText( const Reload &reload ) {
       reload.good()    ? std::string( "everything fits and matches" )
       : reload.refused ? fmt::format( "{} not fit", counted( reload.refused, "rule does", "rules do" ) )
                        : fmt::format( "{} wrong", counted( reload.mismatches, "match is", "matches are" ) );
-   return fmt::format( "  A reload, from an empty switch: {}; {}; {} SDK writes.\n", result,
-                       fmt::join( spaces, ", " ), reload.sdkWrites );
+   return fmt::format( "  A reload, from an empty switch: {}; {}; {}.\n", result, fmt::join( spaces, ", " ),
+                       counted( reload.sdkWrites, "SDK write", "SDK writes" ) );
 }
 
 std::string verdictPart( const Plan &plan, bool all ) {

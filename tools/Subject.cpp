@@ -9,6 +9,7 @@
 #include "tools/OpenSwitch.h"
 #include "tools/Output.h"
 #include "tools/TextTable.h"
+#include "tools/Warnings.h"
 
 namespace QuarraTool {
 
@@ -44,6 +45,7 @@ void addBindings( AclConfig &config ) {
 }
 
 Subject::Subject( const GlobalOptions &global, const SubjectOptions &options ) {
+   global.checkStandardInput( { options.files } );
    if ( global.switchDir ) {
       if ( ( !options.files.empty() && !options.tellsRules ) || !options.map.empty() || options.bindings ) {
          throw InputError(
@@ -70,6 +72,7 @@ Subject::Subject( const GlobalOptions &global, const SubjectOptions &options ) {
    if ( options.bindings ) {
       addBindings( config );
    }
+   tellLeftOut( config );
    auto choice = options.choice.value_or( global.choice() );
    choice.onlySwitchOfProcess = options.onlySwitchOfProcess;
    applied_ = std::make_unique<Applied>( std::move( config ), choice, map );

@@ -28,7 +28,7 @@ struct SubjectOptions {
 class Subject {
  public:
    // Opens the switch of --switch, where a configuration at most tells what its rules say; or applies the configurations
-   // on an empty one, and tells rules that do not fit on standard error.
+   // on an empty one, and tells tables that are left out and rules that do not fit on standard error.
    Subject( const GlobalOptions &global, const SubjectOptions &options );
 
    const Switch &theSwitch() const { return lasting_ ? *lasting_ : applied_->theSwitch(); }
