@@ -186,6 +186,24 @@ exit 1
    EXPECT_EQ( run( { "plan", "--from", file( "bad.json" ), file( "good.json" ) } ).code, 2 );
 }
 
+// What stays for a mistake takes its bit after a reload, too: the reload is no way out.
+TEST_F( PlanCommand, WhatStaysForAMistakeIsThereAfterAReload ) {
+   write( "chip.json", R"({"flexibleBits":17})" ); // room for three port sets
+   write( "three.json", R"({"PORT":{"E0":{},"E4":{},"E8":{}},"ACL_TABLE":{"A":{"type":"L3","ports":["E0"]},
+      "B":{"type":"L3","ports":["E4"]},"C":{"type":"L3","ports":["E8"]}},"ACL_RULE":{"A|R":{},"B|R":{},"C|R":{}}})" );
+   write( "bad.json", R"({"PORT":{"E0":{},"E4":{},"E8":{}},"ACL_TABLE":{"A":{"type":"L3","ports":["E0"]},
+      "B":{"type":"L3","ports":["E9"]},"D":{"type":"L3","ports":["E0","E8"]},
+      "F":{"type":"L3","ports":["E0","E4"]}},"ACL_RULE":{"A|R":{},"B|R":{},"D|R":{},"F|R":{}}})" );
+   ASSERT_EQ( run( { "apply", file( "three.json" ), "--switch", file( "s" ), "--variant", "sdk6", "--chip",
+                     file( "chip.json" ) } )
+                 .code,
+              0 );
+   const auto plan = QuarraLab::parseJson(
+      run( { "plan", "-j", "--keep-going", "--switch", file( "s" ), file( "bad.json" ) } ).printed );
+   EXPECT_EQ( plan.at( "verdict" ), "doesNotFit" );
+   EXPECT_EQ( plan.at( "reload" ).at( "refused" ), 1 );
+}
+
 // As their author wrote it, and no more of it than a person reads; all of it in the document.
 TEST_F( PlanCommand, WhatRulesSayIsShown ) {
    write( "before.json", R"({"PORT":{"E0":{},"E4":{}},"ACL_TABLE":{"A":{"type":"L3","ports":["E0"]},
