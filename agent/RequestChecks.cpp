@@ -6,6 +6,7 @@
 
 #include "Nodra/Text.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "agent/SystemAclFeatures.h"
 
 namespace QuarraAgent::RequestChecks {
@@ -186,7 +187,7 @@ void keyCanBeReserved( const QuarraTcamPortsManager &manager, const ClassIdTcamG
                                      << " and belongs to the rules reserved at start-up: name one of them" );
    }
    spaceExists( manager, config );
-   if ( config.classIdType() == aclGroupFixedWidth && !status ) {
+   if ( poolsComeWithGroup( config.classIdType() ) && !status ) {
       refuse( "groupNotCreated", groupAndEntry( request )
                                     << "a fixed-width group gets its class IDs when it is created" );
    }
@@ -200,7 +201,7 @@ void spaceIsWideEnough( const QuarraTcamPortsManager &manager, const ClassIdTcam
    spaceExists( manager, config );
    const auto type = config.classIdType();
    const U32 size = manager.classIdHwStatus( type )->size();
-   const bool growsByOneBit = type != aclGroupFixedWidth;
+   const bool growsByOneBit = !poolsComeWithGroup( type );
    if ( runBits( config ) > size + ( growsByOneBit ? 1 : 0 ) ) {
       refuse( "spaceTooNarrow", Text() << "group " << config.tcamGroupId() << ": it takes "
                                        << runBits( config ) << " bits at once, " << type << " has " << size );
@@ -239,7 +240,7 @@ void groupCanBeDeleted( const QuarraTcamPortsManager &manager, const ClassIdTcam
       refuse( "groupInUse",
               Text() << "group " << group << " still has " << count << " entries: " << users.string() );
    }
-   if ( config.classIdType() == aclGroupFixedWidth && !statusOf( manager, group ) ) {
+   if ( poolsComeWithGroup( config.classIdType() ) && !statusOf( manager, group ) ) {
       refuse( "groupNotCreated", Text() << "group " << group << " was not created" );
    }
 }
@@ -265,7 +266,7 @@ RequestRefused noRoom( const QuarraTcamPortsManager &manager, const ClassIdTcamG
    Text text;
    text << "group " << config.tcamGroupId() << " entry " << entry << ": no class ID is free";
    const auto *status = statusOf( manager, config.tcamGroupId() );
-   if ( config.classIdType() == aclGroupFixedWidth ) {
+   if ( poolsComeWithGroup( config.classIdType() ) ) {
       text << ": the group's " << ( ( 1u << config.classIdPoolWidth() ) - 1 ) << " are lent to "
            << status->requestStatuss() << " port sets, and a fixed-width group does not grow";
    } else {

@@ -82,7 +82,7 @@ class ChangeRun {
 
  private:
    using InstallRequest = QuarraAgent::InstallRequest;
-   using PortSet = std::pair<QuarraTcam::TcamGroupId, std::vector<QuarraCentral::QuarraModPort>>;
+   using PortsOfGroup = std::pair<QuarraTcam::TcamGroupId, std::vector<QuarraCentral::QuarraModPort>>;
 
    // A rule that is to be installed.
    struct Wish {
@@ -102,7 +102,7 @@ class ChangeRun {
       bool done() const;
    };
 
-   static PortSet portSetOf( const InstallRequest &request ); // its ports rising
+   static PortsOfGroup portsOfGroup( const InstallRequest &request ); // its ports rising
    static bool asksTheSame( const InstallRequest &one, const InstallRequest &other );
    const QuarraTcam::ClassIdRequestStatus *requestOf( U32 entry ) const;
 
@@ -142,19 +142,15 @@ class ChangeRun {
    std::vector<Bundle> bundles_;
    std::vector<Wish> comers_;
    std::vector<std::size_t> goers_;
-   std::map<PortSet, std::size_t> held_; // installed entries by port set
+   std::map<PortsOfGroup, std::size_t> held_; // installed entries by port set
    std::set<QuarraTcam::TcamGroupId> wantedGroups_;
-   std::set<QuarraTcam::TcamGroupId> leftGroups_;                    // of entries that went
-   std::map<PortSet, std::pair<std::string, std::string>> roomless_; // since something went: code and message
+   std::set<QuarraTcam::TcamGroupId> leftGroups_; // of entries that went
+   std::map<PortsOfGroup, std::pair<std::string, std::string>>
+      roomless_; // since something went: code and message
    U32 lastEntry_ = 0;
 };
 
 // Whether the entry has a label: what a configuration made, it may change.
 bool isOfConfiguration( const QuarraAgent::InstallRequest &request );
-
-bool isOfType( QuarraTcam::TcamGroupId group, QuarraTcam::ClassIdType type );
-
-// Whether the group must be created before its first entry, and was not.
-bool mustBeCreated( const QuarraAgent::TcamAgent &agent, QuarraTcam::TcamGroupId group );
 
 } // namespace QuarraLab

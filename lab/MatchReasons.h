@@ -3,6 +3,7 @@
 #include <map>
 
 #include "lab/MatchCheck.h"
+#include "lab/Who.h"
 
 namespace QuarraLab {
 
@@ -18,7 +19,7 @@ class MatchReasons {
  private:
    using Request = QuarraTcam::ClassIdRequestStatus;
 
-   struct Holder {
+   struct PortHolder {
       const Request *request;
       U32 firstEntry;
    };
@@ -27,7 +28,8 @@ class MatchReasons {
    struct Group {
       const QuarraTcam::ClassIdTcamGroupConfig *config;
       const QuarraTcam::ClassIdTcamGroupStatus *status;
-      std::vector<std::vector<Holder>> holders; // by port index
+      std::optional<Space> space;                   // none without class IDs
+      std::vector<std::vector<PortHolder>> holders; // by port index
    };
 
    // What the key's class ID says of one mismatch.
@@ -42,7 +44,6 @@ class MatchReasons {
 
    const Group &groupOf( QuarraTcam::TcamGroupId id );
    std::size_t placeOf( const QuarraModPort &port ) const;
-   U64 poolBits( const Group &group, const QuarraTcam::PoolStatus &pool, std::size_t portIndex ) const;
    Case caseOf( const Mismatch &mismatch, const Group &group, const Request &request,
                 std::size_t portIndex ) const;
 

@@ -2,14 +2,13 @@
 
 #include <algorithm>
 
+#include "lab/FillRun.h"
 #include "lab/PlanRun.h"
-#include "lab/Usage.h"
 
 namespace QuarraLab {
 
 using namespace QuarraTcam;
 using QuarraAgent::InstallRequest;
-using QuarraAgent::RequestRefused;
 
 namespace {
 
@@ -34,37 +33,16 @@ class Reloaded {
  public:
    explicit Reloaded( const Start &start ) : switch_( start.choice ) {
       for ( const auto &request : start.others ) {
-         lastEntry_ = std::max( lastEntry_, request.entry );
-         install( request );
+         run_.install( request );
       }
    }
 
-   // Whether there was room, and nothing else against it.
-   bool add( InstallRequest request ) {
-      do {
-         ++lastEntry_;
-      } while ( switch_.agent().entries().contains( lastEntry_ ) || !lastEntry_ );
-      request.entry = lastEntry_;
-      return install( request );
-   }
-
+   bool add( const InstallRequest &request ) { return run_.install( request ); }
    const Switch &theSwitch() const { return switch_; }
 
  private:
-   bool install( const InstallRequest &request ) {
-      try {
-         if ( mustBeCreated( switch_.agent(), request.group ) ) {
-            switch_.agent().createGroup( request.group );
-         }
-         switch_.agent().install( request );
-         return true;
-      } catch ( const RequestRefused & ) {
-         return false;
-      }
-   }
-
    Switch switch_;
-   U32 lastEntry_ = 0;
+   FillRun run_{ switch_.agent() };
 };
 
 Reload reload( const Start &start, const WantedEntries &wanted ) {
@@ -75,12 +53,8 @@ Reload reload( const Start &start, const WantedEntries &wanted ) {
    }
    const auto &theSwitch = reloaded.theSwitch();
    result.mismatches = checkMatches( theSwitch ).size();
-   result.spaces = fillOf( theSwitch );
-   for ( const auto &used : usageOf( theSwitch ).spaces ) {
-      std::ranges::find( result.spaces, stringValue( used.space.type ), &PeakOfSpace::name )->largestFreeRun =
-         used.largestFreeRun;
-   }
-   result.sdkWrites = sdkWritesOf( theSwitch.chip(), theSwitch.chip().callCounts() );
+   result.spaces = peaksNow( theSwitch );
+   result.sdkWrites = sdkWritesOf( theSwitch, theSwitch.chip().callCounts() );
    return result;
 }
 

@@ -9,7 +9,6 @@
 namespace QuarraLab {
 
 using namespace QuarraTcam;
-using enum QuarraTcam::ClassIdType;
 
 namespace {
 
@@ -20,22 +19,6 @@ const QuarraAgent::Entry &installed( const Switch &theSwitch, U32 entry ) {
                                          fmt::format( "there is no entry {} on the switch", entry ) );
    }
    return item->second;
-}
-
-Holder holderOf( const Switch &theSwitch, const QuarraAgent::Entry &entry ) {
-   const auto group = entry.request.group;
-   const auto &status = theSwitch.agent().manager().classIdTcamGroupStatus( group );
-   const auto &request = status->requestStatus( entry.key );
-   return { group, status->poolStatus( request->poolId() ).get(), request.get() };
-}
-
-// The value that a pool's bits have in a port's value of the space.
-U32 valueIn( const Vesk::Bitmap &value, const PoolStatus &pool ) {
-   U32 inPool = 0;
-   for ( U32 bit = 0; bit < pool.size(); ++bit ) {
-      inPool |= U32{ value.test( pool.baseOffset() + bit ) } << bit;
-   }
-   return inPool;
 }
 
 std::optional<Holder> lentAs( const std::vector<Holder> &holders, const GroupPool &pool, U32 value ) {
@@ -129,7 +112,7 @@ MatchAnswer whyMatches( const Switch &theSwitch, U32 entry, const QuarraModPort 
    answer.entry = entry;
    answer.port = port;
    answer.space = *space;
-   answer.holder = holderOf( theSwitch, record );
+   answer.holder = holderOf( theSwitch.agent(), record );
    answer.compared = !( record.request.ethernet && theSwitch.isCpuPort( port ) );
    answer.asked = record.request.ethernet
                      ? answer.compared

@@ -8,6 +8,7 @@
 
 #include "acl/NaturalOrder.h"
 #include "acl/ReadAcl.h"
+#include "lab/FillRun.h"
 #include "lab/Page.h"
 #include "tools/Command.h"
 #include "tools/OpenSwitch.h"
@@ -52,23 +53,10 @@ std::vector<QuarraAgent::ChipPort> portsOf( const AclConfig &before, const AclCo
 
 // Rules that do not fit are told on standard error, and are not on the switch.
 void fill( Switch &theSwitch, const WantedEntries &wanted ) {
-   std::set<TcamGroupId> created;
+   FillRun run( theSwitch.agent() );
    std::size_t refused = 0;
-   U32 entry = 0;
-   for ( auto request : wanted ) {
-      request.entry = ++entry;
-      try {
-         if ( created.insert( request.group ).second ) {
-            theSwitch.agent().createGroup( request.group );
-         }
-      } catch ( const QuarraAgent::RequestRefused & ) {
-         // The group's entries are refused in turn.
-      }
-      try {
-         theSwitch.agent().install( request );
-      } catch ( const QuarraAgent::RequestRefused & ) {
-         ++refused;
-      }
+   for ( const auto &request : wanted ) {
+      refused += !run.install( request );
    }
    if ( refused ) {
       std::cerr << fmt::format(

@@ -22,7 +22,7 @@ int runMonitor( const GlobalOptions &global, const UsageOptions &options, Output
    std::string problem;
    try {
       const Subject subject( global, options.subject );
-      const auto found = monitor( usageOf( subject.theSwitch() ), options.warn, options.crit );
+      const auto found = monitor( levelsOf( subject.theSwitch() ), options.warn, options.crit );
       out.print( found.line + "\n" );
       return static_cast<int>( found.health );
    } catch ( const InputError &error ) {
