@@ -76,8 +76,8 @@ const AclFormatRow &rowOf( AclFormat format ) {
    return *std::ranges::find( formats, format, &AclFormatRow::format );
 }
 
-// A forced format does not make another file one of it: read so, it would have no rules. What a config_db.json lacks,
-// its reader tells; an empty list changes nothing.
+// A forced format does not make another file one of it: read so, it would have no rules. What a
+// config_db.json lacks, its reader tells; an empty list changes nothing.
 bool isOf( AclFormat format, const Json &json ) {
    const auto *row =
       std::ranges::find( recognisers, format, &std::pair<AclFormat, bool ( * )( const Json & )>::first );
@@ -157,7 +157,8 @@ void AclReader::addJson( const std::string &file, Json json, std::vector<Complai
    }
 }
 
-// A patch changes the configuration before it. Rows are set and taken in the config_db.json before it, or make one.
+// A patch changes the configuration before it. Rows are set and taken in the config_db.json before it, or
+// make one.
 void AclReader::change( const Document &change ) {
    const bool isPatch = change.format == AclFormat::jsonPatch;
    const auto base =

@@ -62,7 +62,8 @@ struct Generation {
    StartUpBits startUp;
    EthernetPorts ethernetPorts;
    EthernetPorts twinEthernetPorts; // on its twin
-   // SDK functions for the tables behind a port's value. They read as well: only the chip knows which calls wrote.
+   // SDK functions for the tables behind a port's value. They read as well: only the chip knows which calls
+   // wrote.
    std::span<const std::string_view> tableFunctions;
    std::span<const GroupOfTables> groupMap;
    std::span<const ShippedChip> chips; // the first one is the default

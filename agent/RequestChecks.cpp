@@ -133,8 +133,8 @@ void ethernetFits( const ClassIdTcamGroupConfig &config, const InstallRequest &r
    }
 }
 
-// In a system group the chip's attributes say which rules have a key. In another one the agent makes the key of
-// a rule that was reserved from the rule's name, which then must come from the group's own feature.
+// In a system group the chip's attributes say which rules have a key. In another one the agent makes the key
+// of a rule that was reserved from the rule's name, which then must come from the group's own feature.
 void knownRule( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
                 const InstallRequest &request ) {
    const auto group = request.group;

@@ -14,13 +14,15 @@ using Kind = ChangeStep::Kind;
 
 namespace {
 
-// A fixed-width group of wide pools: its class IDs share bits, so one that is new may take a bit from another's ports.
+// A fixed-width group of wide pools: its class IDs share bits, so one that is new may take a bit from
+// another's ports.
 bool sharesBits( TcamGroupId group ) {
    return liesAboveFlexibleBits( typeOf( group ) ) &&
           classIdTcamGroupsInfo.at( group )->classIdPoolWidth() != 1;
 }
 
-// A class ID that one of them gives back is room for the other: wide pools and fixed-width ones stay with their group.
+// A class ID that one of them gives back is room for the other: wide pools and fixed-width ones stay with
+// their group.
 bool drawOnTheSame( TcamGroupId one, TcamGroupId other ) {
    const auto oneBit = [ & ]( TcamGroupId group ) {
       const auto item = classIdTcamGroupsInfo.find( group );
@@ -72,8 +74,9 @@ bool ChangeRun::step() {
    return true;
 }
 
-// Where class IDs share bits: what leaves goes before a new one that has a bit of it, since the old one would take the
-// bit along when it goes. What holds the same ports as one that comes stays until then: they share the class ID.
+// Where class IDs share bits: what leaves goes before a new one that has a bit of it, since the old one would
+// take the bit along when it goes. What holds the same ports as one that comes stays until then: they share
+// the class ID.
 void ChangeRun::clearTheWay() {
    std::set<PortsOfGroup> asked;
    std::map<TcamGroupId, std::size_t> newOnes;
@@ -124,8 +127,8 @@ U32 ChangeRun::bitsOfNext( TcamGroupId group, std::size_t number ) const {
    return bits;
 }
 
-// Those whose old entries are there, and that cost so many class IDs at the most. One that costs something is the only
-// one: it may have changed what the others cost.
+// Those whose old entries are there, and that cost so many class IDs at the most. One that costs something is
+// the only one: it may have changed what the others cost.
 bool ChangeRun::swapOf( int mostCost ) {
    bool progress = false;
    for ( auto &bundle : bundles_ ) {
@@ -192,7 +195,8 @@ bool ChangeRun::frees( const Bundle &bundle ) const {
    return request && request->entryRefs() == old;
 }
 
-// Class IDs that it takes for good: one for each new port set, less the one that comes free, where that is of use to it.
+// Class IDs that it takes for good: one for each new port set, less the one that comes free, where that is of
+// use to it.
 int ChangeRun::costOf( const Bundle &bundle ) const {
    bool ofUse = frees( bundle );
    std::set<PortsOfGroup> taken;
@@ -263,7 +267,8 @@ void ChangeRun::putBack( Bundle &bundle ) {
    }
 }
 
-// A fixed-width group keeps its pool when its last entry goes. Where nothing is wanted of it any more, it goes, too.
+// A fixed-width group keeps its pool when its last entry goes. Where nothing is wanted of it any more, it
+// goes, too.
 void ChangeRun::dropGroups() {
    for ( const auto group : leftGroups_ ) {
       const bool used = std::ranges::any_of(

@@ -60,12 +60,12 @@ struct ChangeOptions {
    std::function<bool( const std::string &rule )> keeps = {};
 };
 
-// An entry is known by its label; those without one are of no configuration, and stay. The order: new entries before
-// old ones; of the rules that change, those first that cost no class ID, then those that give back as many as they
-// take; then what comes, then what goes goes. Where there is no room, what goes goes earlier; where that does not help,
-// the fewest rules that change give up their old entries first, and get them back where they find no room after all.
-// In a fixed-width group of wide pools, whose class IDs share bits, what leaves goes before a new class ID comes that
-// has a bit of its own.
+// An entry is known by its label; those without one are of no configuration, and stay. The order: new entries
+// before old ones; of the rules that change, those first that cost no class ID, then those that give back as
+// many as they take; then what comes, then what goes goes. Where there is no room, what goes goes earlier;
+// where that does not help, the fewest rules that change give up their old entries first, and get them back
+// where they find no room after all. In a fixed-width group of wide pools, whose class IDs share bits, what
+// leaves goes before a new class ID comes that has a bit of its own.
 class ChangeRun {
  public:
    // `wanted` must live as long.
@@ -73,8 +73,8 @@ class ChangeRun {
    ChangeRun( const ChangeRun & ) = delete;
    ChangeRun &operator=( const ChangeRun & ) = delete;
 
-   // What is known before run(), and all of it afterwards: entries without a label, then what is wanted, in its
-   // order, then what goes, by entry.
+   // What is known before run(), and all of it afterwards: entries without a label, then what is wanted, in
+   // its order, then what goes, by entry.
    const std::vector<RuleChange> &rules() const { return rules_; }
 
    // Once. Throws StoreRefused; what was done until then is done.

@@ -17,7 +17,8 @@ class FillRun {
  public:
    explicit FillRun( QuarraAgent::TcamAgent &agent ) : agent_( agent ) {}
 
-   // Whether there was room, and nothing else against it. A request without an entry's number gets the next one.
+   // Whether there was room, and nothing else against it. A request without an entry's number gets the next
+   // one.
    bool install( QuarraAgent::InstallRequest request );
 
  private:

@@ -89,8 +89,8 @@ bool MatchReasons::inTheRecords( Mismatch &mismatch, const Group &group, const R
    return true;
 }
 
-// A port gains the shared bit when another group at the offset, or a pool over it, puts it there, and loses it
-// when one of them leaves the port. Who left is in no record any more.
+// A port gains the shared bit when another group at the offset, or a pool over it, puts it there, and loses
+// it when one of them leaves the port. Who left is in no record any more.
 bool MatchReasons::atAFixedOffset( Mismatch &mismatch, const Case &found ) {
    const auto &pool = *found.group.status->poolStatus( found.request.poolId() );
    const auto type = found.group.config->classIdType();

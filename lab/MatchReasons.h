@@ -7,8 +7,8 @@
 
 namespace QuarraLab {
 
-// Finds the rule behind a mismatch. What it looks up of a group it looks up once, so that many mismatches cost
-// little more than few. Valid while the switch stays as it is.
+// Finds the rule behind a mismatch. What it looks up of a group it looks up once, so that many mismatches
+// cost little more than few. Valid while the switch stays as it is.
 class MatchReasons {
  public:
    explicit MatchReasons( const Switch &theSwitch );
@@ -47,8 +47,8 @@ class MatchReasons {
    Case caseOf( const Mismatch &mismatch, const Group &group, const Request &request,
                 std::size_t portIndex ) const;
 
-   // The rules by which the library's records part from what was asked, and those by which the chip parts from
-   // the records. Each returns whether it is the one.
+   // The rules by which the library's records part from what was asked, and those by which the chip parts
+   // from the records. Each returns whether it is the one.
    bool inTheRecords( Mismatch &mismatch, const Group &group, const Request &request, std::size_t portIndex );
    bool atAFixedOffset( Mismatch &mismatch, const Case &found );
    bool lostABit( const Case &found ) const;

@@ -76,8 +76,8 @@ std::vector<RulesOfTable> byTable( const std::vector<std::string> &rules, const 
    return tables;
 }
 
-// Port sets go in by the number of their rules: what finds no room then has the fewest. Where each port set takes
-// one bit this is the smallest number of rules; with wide pools no rule of it could stay.
+// Port sets go in by the number of their rules: what finds no room then has the fewest. Where each port set
+// takes one bit this is the smallest number of rules; with wide pools no rule of it could stay.
 std::vector<RulesOfTable> leaveOut( const Start &start, const WantedEntries &wanted ) {
    std::map<std::pair<TcamGroupId, std::vector<QuarraModPort>>, std::size_t> places;
    std::vector<std::vector<const InstallRequest *>> portSets;

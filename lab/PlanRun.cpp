@@ -16,8 +16,8 @@ ClassIdPlace placeOf( const Holder &holder ) {
             holder.pool->baseOffset(), holder.pool->size(), holder.request->classId() };
 }
 
-// An entry's coming or going changes what ports carry: nobody shares its class ID, or it is a reserved one, whose ports
-// change with each entry.
+// An entry's coming or going changes what ports carry: nobody shares its class ID, or it is a reserved one,
+// whose ports change with each entry.
 bool changesPorts( const ClassIdRequestStatus &request ) {
    return request.entryRefs() == 1 || request.entryRefHas( INVALID_ENTRY_ID );
 }

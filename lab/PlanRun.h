@@ -58,8 +58,8 @@ class PlanRun : private ChangeObserver {
 // The switch's levels, of which nothing is known but what they are now.
 std::vector<PeakOfSpace> peaksNow( const Switch &theSwitch );
 
-// Of the calls that the chip counted (callCounts()) those that wrote to it. Of the generation's table functions these are
-// the commits that wrote a port's value.
+// Of the calls that the chip counted (callCounts()) those that wrote to it. Of the generation's table
+// functions these are the commits that wrote a port's value.
 U64 sdkWritesOf( const Switch &theSwitch, const std::map<std::string, U64> &calls );
 
 } // namespace QuarraLab

@@ -47,10 +47,10 @@ struct Usage {
 
 Usage usageOf( const Switch &theSwitch );
 
-// The largest number of further port sets that a group can take, by the rules of reservation: a free class ID of
-// any of its pools, then a new pool of the group's width, then a new pool of one bit; a fixed-width group has
-// the pool that it gets when it is created. Nothing is reserved. 0 for groups that take only what was reserved
-// at start-up.
+// The largest number of further port sets that a group can take, by the rules of reservation: a free class ID
+// of any of its pools, then a new pool of the group's width, then a new pool of one bit; a fixed-width group
+// has the pool that it gets when it is created. Nothing is reserved. 0 for groups that take only what was
+// reserved at start-up.
 U32 furtherPortSets( const QuarraTcam::QuarraTcamPortsManager &manager, TcamGroupId group );
 
 // What decides whether somebody is called: the fullest space, or fixed-width group, in percent.

@@ -34,8 +34,9 @@ std::string perfData( const Level &level, double warnPercent, double critPercent
                        critPercent );
 }
 
-// A label's value: a backslash, a quote and a line's end are written with a backslash, and these three are all that
-// the format knows of. What else terminals obey, and what is no UTF-8, becomes the text that reports have for it.
+// A label's value: a backslash, a quote and a line's end are written with a backslash, and these three are
+// all that the format knows of. What else terminals obey, and what is no UTF-8, becomes the text that reports
+// have for it.
 std::string labelValue( std::string_view text ) {
    std::string escaped;
    while ( !text.empty() ) {

@@ -126,7 +126,8 @@ TEST_P( LastingApply, NewRulesTakeNoNumberOfOneThatComesBack ) {
    EXPECT_EQ( held( applied->theSwitch() ).size(), 3u );
 }
 
-// A rule that changed is on the chip at every moment where its class ID is a bit of its own: one of its two entries is.
+// A rule that changed is on the chip at every moment where its class ID is a bit of its own: one of its two
+// entries is.
 TEST_P( LastingApply, ARuleThatChangesInAOneBitGroupNeverStopsMatching ) {
    apply( { { "A|R1", "Ethernet0,Ethernet4" } }, { { "L3", 13 } } );
    if ( QuarraTcam::classIdTcamGroupsInfo.at( TcamGroupId( 13 ) )->classIdType() !=
@@ -158,8 +159,8 @@ TEST_P( LastingApply, ARuleThatChangesInAOneBitGroupNeverStopsMatching ) {
    EXPECT_EQ( agent.entries().size(), 1u );
 }
 
-// Every class ID of a one-bit group is lent: a rule that changes has no room but its own, and one that is refused is
-// as it was.
+// Every class ID of a one-bit group is lent: a rule that changes has no room but its own, and one that is
+// refused is as it was.
 TEST_P( LastingApply, OneThatIsRefusedStaysAsItWas ) {
    const auto theSwitch = open();
    auto &agent = theSwitch->agent();
@@ -196,7 +197,8 @@ TEST_P( LastingApply, OneThatIsRefusedStaysAsItWas ) {
    EXPECT_EQ( held( *theSwitch ), entries );
 }
 
-// A rule that was mistyped in the file, and left out for it, lost its entry: the incident that this keeps away.
+// A rule that was mistyped in the file, and left out for it, lost its entry: the incident that this keeps
+// away.
 TEST_P( LastingApply, WhatTheFileHasWrongStaysAsItIs ) {
    apply( { { "A|R1", "Ethernet0" }, { "A|R2", "Ethernet4" } } );
    const auto before = held( *open() );

@@ -4,8 +4,8 @@
 
 #include "tests/ToolRun.h"
 
-// What `plan`, `apply --plan`, `diff` and `batch` make of their options and files: nothing that is asked for is silently
-// left out, and no file that is read is written over.
+// What `plan`, `apply --plan`, `diff` and `batch` make of their options and files: nothing that is asked for
+// is silently left out, and no file that is read is written over.
 namespace QuarraTest {
 namespace {
 

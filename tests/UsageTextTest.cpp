@@ -43,7 +43,8 @@ Tables
   GUESTS                        16        1          1                         1
   ODD                           13        1          1                         0
 )" );
-   // Two runs where an entry has gone between others. In group 16: 14 free, eleven pools with 15 each, the odd bit.
+   // Two runs where an entry has gone between others. In group 16: 14 free, eleven pools with 15 each, the
+   // odd bit.
    const std::string gap = R"({"op":"install","group":13,"entry":1,"ports":[1]}
 {"op":"install","group":13,"entry":2,"ports":[2]}
 {"op":"remove","group":13,"entry":1}

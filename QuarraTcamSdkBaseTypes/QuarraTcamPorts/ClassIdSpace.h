@@ -7,11 +7,13 @@
 #include "QuarraTcam/QuarraTcamFeatureAttributes.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts.h"
 
-// Not installed: what a class-ID type is, in one row for each. The library, the agent on it and all that shows what
-// they hold ask here, so that a new enumerator is answered once, and the compiler names the switch.
+// Not installed: what a class-ID type is, in one row for each. The library, the agent on it and all that
+// shows what they hold ask here, so that a new enumerator is answered once, and the compiler names the
+// switch.
 namespace QuarraTcam {
 
-// Where a port carries the class IDs of a space, which decides how a qualifier on them is encoded and what programs them.
+// Where a port carries the class IDs of a space, which decides how a qualifier on them is encoded and what
+// programs them.
 enum class ClassIdField { sourceTrunkMapWord, aclGroupValue };
 
 struct ClassIdSpace {
@@ -21,8 +23,8 @@ struct ClassIdSpace {
    U8 sourceTrunkMapTable; // the port table of the words; 0 for the ACL-group value
    Bits size;              // the space's bits on a chip; 0 means that the chip has no such space
 
-   // Starts in the ACL-group value where the flexible-width space ends. Unions of its bits do not count those below it
-   // (known behaviour fixed-width-union).
+   // Starts in the ACL-group value where the flexible-width space ends. Unions of its bits do not count those
+   // below it (known behaviour fixed-width-union).
    bool aboveFlexibleBits;
    bool poolsComeWithGroup; // taken when a group is created and kept until it is deleted
 };
