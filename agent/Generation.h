@@ -69,8 +69,15 @@ struct Generation {
    std::span<const ShippedChip> chips; // the first one is the default
 };
 
-// The rows. A variant names its own.
+// What each generation brings, in files of its own: the row that its variants name, its ports' bits
+// (ChipBits.h), its twin's shadow (Shadow.h).
+struct BitsOnChip;
+struct Shadow;
 extern const Generation sdk6Generation;
+extern const BitsOnChip sdk6BitsOnChip;
+extern const Shadow sdk6Shadow;
 extern const Generation hsdkGeneration;
+extern const BitsOnChip hsdkBitsOnChip;
+extern const Shadow hsdkShadow;
 
 } // namespace QuarraAgent

@@ -155,9 +155,13 @@ std::vector<Level> levelsOf( const Switch &theSwitch ) {
       levels.push_back(
          { std::string( stringValue( space.type ) ), usage.used, space.size, usage.largestFreeRun } );
    }
-   for ( const auto &[ group, status ] : manager.classIdTcamGroupStatus() ) {
+   for ( const auto group : getTcamGroups() ) {
+      const auto &status = manager.classIdTcamGroupStatus( group );
+      if ( !status || !poolsComeWithGroup( typeOf( group ) ) ) {
+         continue;
+      }
       const auto &pool = status->poolStatus( status->lastPoolNum() );
-      if ( poolsComeWithGroup( typeOf( group ) ) && pool && pool->size() > 1 ) {
+      if ( pool && pool->size() > 1 ) {
          levels.push_back( { "group " + std::to_string( group.value() ), status->requestStatuss(),
                              classIdsOfWidth( pool->size() ) } );
       }

@@ -138,8 +138,9 @@ TEST_F( UsageTest, RunsAndHoldersAreCounted ) {
 // A group that only it fills is full when its class IDs are lent; a space of one-bit pools tells that itself.
 TEST_F( UsageTest, AFixedWidthGroupOfWidePoolsIsALevelOfItsOwn ) {
    use( "hsdk" );
-   createGroup( 16 );
+   createGroup( 18 );
    createGroup( 45 );
+   createGroup( 16 );
    install( 16, 1, "1" );
    install( 16, 2, "2" );
    std::vector<std::string> levels;
@@ -147,8 +148,9 @@ TEST_F( UsageTest, AFixedWidthGroupOfWidePoolsIsALevelOfItsOwn ) {
       levels.push_back( level.name + " " + std::to_string( level.used ) + "/" + std::to_string( level.size ) +
                         " " + std::to_string( level.largestFreeRun ) );
    }
-   EXPECT_THAT( levels, ::testing::ElementsAre( "aclGroupFlexibleWidth 12/32 20",
-                                                "aclGroupFixedWidth 9/128 119", "group 16 2/255 0" ) );
+   EXPECT_THAT( levels,
+                ::testing::ElementsAre( "aclGroupFlexibleWidth 12/32 20", "aclGroupFixedWidth 17/128 111",
+                                        "group 16 2/255 0", "group 18 0/255 0" ) );
 }
 
 std::vector<Level> levelsWith( U32 used, U32 size, U32 lent = 0 ) {
