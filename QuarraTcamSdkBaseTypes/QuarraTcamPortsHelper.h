@@ -177,8 +177,8 @@ class QUARRA_TCAM_API QuarraTcamTestHSDKPortsHelper : public QuarraTcamHSDKPorts
    void handleInitialized() override;
 };
 
-// Each returns a new helper of its variant. Requires what its handleInitialized does, and that the SDK functions of its
-// generation are linked.
+// Each returns a new helper of its variant. Requires what its handleInitialized does, and that the SDK
+// functions of its generation are linked.
 QUARRA_TCAM_API QuarraTcamPortsHelper::Ptr quarraTcamSdk6PortsHelperFactory( const Scsd &scsd );
 QUARRA_TCAM_API QuarraTcamPortsHelper::Ptr quarraTcamHSDKPortsHelperFactory( const Scsd &scsd );
 QUARRA_TCAM_API QuarraTcamPortsHelper::Ptr quarraTcamTestSdk6PortsHelperFactory( const Scsd &scsd );

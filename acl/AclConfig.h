@@ -1,5 +1,5 @@
-// The ACLs of a switch as every format is read into: which tables there are, which ports they are bound to, and
-// which rules they hold. Nothing here knows of class IDs.
+// The ACLs of a switch as every format is read into: which tables there are, which ports they are bound to,
+// and which rules they hold. Nothing here knows of class IDs.
 #pragma once
 
 #include <cstdint>

@@ -6,8 +6,8 @@
 
 namespace QuarraAcl {
 
-// What is complained about, in the draft or here, is left out. `file` names the sources, for complaints about the
-// whole.
+// What is complained about, in the draft or here, is left out. `file` names the sources, for complaints about
+// the whole.
 AclConfig assemble( const Draft &draft, const std::string &file, Complaints &complaints );
 
 } // namespace QuarraAcl

@@ -48,7 +48,8 @@ std::set<std::string> movedRules( const AclTable &before, const AclTable &after 
          stayed.push_back( &rule );
       }
    }
-   // The longest rising run of places: `ends` holds, for each length, the rule that ends one with the lowest place.
+   // The longest rising run of places: `ends` holds, for each length, the rule that ends one with the lowest
+   // place.
    std::vector<std::size_t> ends;
    std::vector<std::size_t> previous( stayed.size(), stayed.size() );
    for ( std::size_t i = 0; i < stayed.size(); ++i ) {

@@ -68,8 +68,8 @@ class Complaints {
 std::vector<std::string> complaintLines( const std::vector<AclComplaint> &complaints,
                                          std::size_t most = 100 );
 
-// Thrown for a configuration that is not taken as it is. what() is the first complaint and tells how many there
-// are.
+// Thrown for a configuration that is not taken as it is. what() is the first complaint and tells how many
+// there are.
 class AclRefused : public InputError {
  public:
    explicit AclRefused( std::vector<AclComplaint> complaints );

@@ -9,8 +9,8 @@
 namespace QuarraAcl {
 namespace {
 
-// The tables that are read, their names in a database of the applied state, and what the full key of a row in them
-// looks like.
+// The tables that are read, their names in a database of the applied state, and what the full key of a row in
+// them looks like.
 struct TableShape {
    std::string_view table;
    std::string_view applied;
@@ -61,7 +61,8 @@ bool isShallow( const Json &value, int levels ) {
             } ) );
 }
 
-// A row's field is one value, or a list. What is in a list that nobody reads is carried as it is, but not endlessly.
+// A row's field is one value, or a list. What is in a list that nobody reads is carried as it is, but not
+// endlessly.
 bool isFieldValue( const Json &value ) {
    constexpr int mostLevels = 8;
    return !value.is_object() && isShallow( value, mostLevels );
@@ -74,8 +75,8 @@ std::string fieldText( const Json &value ) {
 
 constexpr std::string_view databaseTypes[] = { "hash", "string", "list", "set", "zset", "stream" };
 
-// A dump of a database wraps a row: { "type": "hash", "value": { fields }, ... }. A row has a field "type", too, but
-// none of these types and no "value" beside it.
+// A dump of a database wraps a row: { "type": "hash", "value": { fields }, ... }. A row has a field "type",
+// too, but none of these types and no "value" beside it.
 bool isWrapped( const Json &row ) {
    const auto type = row.find( "type" );
    return row.contains( "value" ) && type != row.end() && type->is_string() &&
@@ -141,8 +142,8 @@ ConfigRows::ConfigRows( const Json &root, const std::string &file, const std::ve
    }
 }
 
-// A row that comes twice, or has a field twice, is complained about where it is read. With a whole table given
-// twice there is no telling which one holds.
+// A row that comes twice, or has a field twice, is complained about where it is read. With a whole table
+// given twice there is no telling which one holds.
 void ConfigRows::complainAboutRepeated( const std::vector<Complaint> &repeated ) {
    for ( const Complaint &complaint : repeated ) {
       const std::string &path = complaint.place();

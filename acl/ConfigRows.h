@@ -23,7 +23,8 @@ struct ConfigRow {
 
 using ConfigSection = std::map<std::string, ConfigRow, NaturalLess>; // by key without the table's name
 
-// A flattened key: "ACL_RULE|DATAACL|RULE_1", or as the applied state has it, "ACL_RULE_TABLE:DATAACL:RULE_1".
+// A flattened key: "ACL_RULE|DATAACL|RULE_1", or as the applied state has it,
+// "ACL_RULE_TABLE:DATAACL:RULE_1".
 struct RowKey {
    std::string_view table; // ACL_RULE
    std::string name;       // DATAACL|RULE_1
@@ -37,8 +38,8 @@ std::optional<RowKey> rowKey( std::string_view key );
 // The fields of a row, taken out of what a dump wraps around it.
 const Json &rowFields( const Json &row );
 
-// The tables that matter to ACLs; others are not looked at. A row may be wrapped as a dump of the database has it:
-// { "type": "hash", "value": { fields } }.
+// The tables that matter to ACLs; others are not looked at. A row may be wrapped as a dump of the database
+// has it: { "type": "hash", "value": { fields } }.
 class ConfigRows {
  public:
    // `root` outlives this. Keys that came twice in it are `repeated`: their rows are spoilt.
@@ -62,8 +63,8 @@ class ConfigRows {
 // The rule or table that a row of `table` belongs to, for complaints.
 Subject subjectOf( std::string_view table, const ConfigRow &row );
 
-// Reads the fields of one row. Names of fields are found in upper or lower case. A field of the wrong type, or one
-// that is there more than once, is a complaint and counts as absent.
+// Reads the fields of one row. Names of fields are found in upper or lower case. A field of the wrong type,
+// or one that is there more than once, is a complaint and counts as absent.
 class RowFields {
  public:
    RowFields( const ConfigRow &row, const Subject &subject, Complaints &complaints )
@@ -78,13 +79,13 @@ class RowFields {
 
    std::optional<std::string> text( const std::string &name, std::string_view expected );
 
-   // Takes a JSON list of strings or one comma-separated string, under `name` or `name@`. An empty string, or a
-   // list of just that, is an empty list, which is how a list without elements is stored; another empty name is
-   // a complaint.
+   // Takes a JSON list of strings or one comma-separated string, under `name` or `name@`. An empty string, or
+   // a list of just that, is an empty list, which is how a list without elements is stored; another empty
+   // name is a complaint.
    std::optional<NameList> names( const std::string &name );
 
-   // All fields that were not asked for, as the author wrote them. One that is neither a value nor a list of values
-   // is a complaint: the row has a shape that is not understood.
+   // All fields that were not asked for, as the author wrote them. One that is neither a value nor a list of
+   // values is a complaint: the row has a shape that is not understood.
    std::vector<AclField> others();
 
    void complain( const Place &place, std::string message );

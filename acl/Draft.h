@@ -1,5 +1,5 @@
-// A configuration as its files have it: names that nobody has looked up yet, each with its place. Every format
-// adds to one draft; only Assemble.h knows what the names stand for.
+// A configuration as its files have it: names that nobody has looked up yet, each with its place. Every
+// format adds to one draft; only Assemble.h knows what the names stand for.
 #pragma once
 
 #include <cstdint>

@@ -16,8 +16,8 @@ namespace {
 constexpr std::string_view module = "openconfig-acl";
 constexpr std::int64_t maxSequenceId = 0xffffffff;
 
-// Members of each container that are read, or that hold nothing of the configuration (state, counters). Others are
-// warned about.
+// Members of each container that are read, or that hold nothing of the configuration (state, counters).
+// Others are warned about.
 constexpr std::string_view aclMembers[] = { "acl-sets", "interfaces", "config", "state" };
 constexpr std::string_view setMembers[] = { "name", "type", "config", "state", "acl-entries" };
 constexpr std::string_view interfaceMembers[] = {
@@ -39,7 +39,8 @@ constexpr TypeRow types[] = {
    { "ACL_L2", "OTHER" }, { "ACL_MPLS", "OTHER" },
 };
 
-// A key of a list entry: it stands beside the entry's config and in it. Either may be missing; both must agree.
+// A key of a list entry: it stands beside the entry's config and in it. Either may be missing; both must
+// agree.
 template <typename Value, typename Read>
 std::optional<Value> keyOf( const YangNode &entry, const std::string &leaf, const Read &read ) {
    const std::optional<Value> own = read( entry, leaf );
@@ -183,8 +184,8 @@ void OpenConfigReader::readBindings( const YangNode &interface, const std::strin
    }
 }
 
-// The set that a binding names: where it does not tell the type, the only one of that name. One that this file does
-// not hold may stand in another.
+// The set that a binding names: where it does not tell the type, the only one of that name. One that this
+// file does not hold may stand in another.
 OpenConfigReader::Set &OpenConfigReader::setOf( const std::string &name, const std::string &type ) {
    const auto isIt = [ & ]( const auto &set ) {
       return set.first.first == name &&

@@ -76,8 +76,8 @@ const AclFormatRow &rowOf( AclFormat format ) {
    return *std::ranges::find( formats, format, &AclFormatRow::format );
 }
 
-// A forced format does not make another file one of it: read so, it would have no rules. What a config_db.json lacks,
-// its reader tells; an empty list changes nothing.
+// A forced format does not make another file one of it: read so, it would have no rules. What a
+// config_db.json lacks, its reader tells; an empty list changes nothing.
 bool isOf( AclFormat format, const Json &json ) {
    const auto *row =
       std::ranges::find( recognisers, format, &std::pair<AclFormat, bool ( * )( const Json & )>::first );
@@ -157,7 +157,8 @@ void AclReader::addJson( const std::string &file, Json json, std::vector<Complai
    }
 }
 
-// A patch changes the configuration before it. Rows are set and taken in the config_db.json before it, or make one.
+// A patch changes the configuration before it. Rows are set and taken in the config_db.json before it, or
+// make one.
 void AclReader::change( const Document &change ) {
    const bool isPatch = change.format == AclFormat::jsonPatch;
    const auto base =
@@ -264,20 +265,44 @@ std::string nameOf( const std::string &source ) {
    return source == "-" ? "standard input" : source;
 }
 
-// `texts`: of the last sources, those that have been read already.
-AclReading readSources( const std::vector<std::string> &sources, std::vector<std::string> texts,
-                        std::optional<AclFormat> format ) {
+// What a source holds. Standard input is read once, and a database holds something else the next time.
+struct Content {
+   std::string file; // its name in messages
+   std::string text;
+   std::optional<Json> rows; // of a database
+
+   bool isChange() const { // every change is a list
+      const auto start = text.find_first_not_of( " \t\r\n" );
+      return start != std::string::npos && text[ start ] == '[';
+   }
+};
+
+std::vector<Content> contentsOf( const std::vector<std::string> &sources ) {
+   std::vector<Content> contents;
+   for ( const std::string &source : sources ) {
+      contents.push_back( { nameOf( source ), "", {} } );
+      if ( isRedis( source ) ) {
+         contents.back().rows = readRedis( source );
+      } else {
+         contents.back().text = readText( source );
+      }
+   }
+   return contents;
+}
+
+// `lastIsChanged`: the last of them is what others change, so that a forced format of a change is not its
+// own.
+AclReading readContents( const std::vector<Content> &contents, std::optional<AclFormat> format,
+                         bool lastIsChanged ) {
    AclReader reader( format );
    std::vector<std::string> files;
-   std::ranges::transform( sources, std::back_inserter( files ), nameOf );
-   const std::size_t unread = sources.size() - texts.size();
-   for ( std::size_t i = 0; i < sources.size(); ++i ) {
-      if ( isRedis( sources[ i ] ) ) {
-         reader.addJson( files[ i ], readRedis( sources[ i ] ), {}, AclFormat::configDb );
+   std::ranges::transform( contents, std::back_inserter( files ), &Content::file );
+   for ( std::size_t i = 0; i < contents.size(); ++i ) {
+      const auto &[ file, text, rows ] = contents[ i ];
+      if ( rows ) {
+         reader.addJson( file, *rows, {}, AclFormat::configDb );
       } else {
-         const bool isRead = i >= unread;
-         reader.addText( files[ i ], isRead ? texts[ i - unread ] : readText( sources[ i ] ),
-                         !isRead || i + 1 < sources.size() );
+         reader.addText( file, text, lastIsChanged || i + 1 < contents.size() );
       }
    }
    return reader.read( joined( files ) );
@@ -286,21 +311,22 @@ AclReading readSources( const std::vector<std::string> &sources, std::vector<std
 } // namespace
 
 AclReading readAcl( const std::vector<std::string> &sources, std::optional<AclFormat> format ) {
-   return readSources( sources, {}, format );
+   return readContents( contentsOf( sources ), format, true );
 }
 
-AclReading readChangedAcl( const std::vector<std::string> &before, const std::vector<std::string> &sources,
-                           std::optional<AclFormat> format ) {
-   std::vector<std::string> texts; // standard input is read once, whatever it turns out to be
-   for ( const std::string &source : sources ) {
-      texts.push_back( isRedis( source ) ? "" : readText( source ) );
+AclChange readAclChange( const std::vector<std::string> &before, const std::vector<std::string> &sources,
+                         std::optional<AclFormat> format ) {
+   const auto base = contentsOf( before );
+   auto changed = contentsOf( sources );
+   AclChange change;
+   if ( !base.empty() ) {
+      change.before = readContents( base, format, true );
    }
-   auto all = sources;
-   const auto start = texts.front().find_first_not_of( " \t\r\n" );
-   if ( start != std::string::npos && texts.front()[ start ] == '[' ) { // every change is a list
-      all.insert( all.begin(), before.begin(), before.end() );
+   if ( changed.front().isChange() ) {
+      changed.insert( changed.begin(), base.begin(), base.end() );
    }
-   return readSources( all, std::move( texts ), format );
+   change.after = readContents( changed, format, false );
+   return change;
 }
 
 AclConfig readConfigDb( const std::string &file ) {

@@ -32,8 +32,8 @@ std::span<const AclFormatRow> aclFormats();
 // Throws InputError for a name that is none; it lists those that there are.
 AclFormat aclFormatOf( std::string_view name );
 
-// What came of reading. Without complaints `config` is all that the sources say. With complaints it is what is
-// left without the rules and tables that they name; where one of them is fatal, nothing.
+// What came of reading. Without complaints `config` is all that the sources say. With complaints it is what
+// is left without the rules and tables that they name; where one of them is fatal, nothing.
 struct AclReading {
    AclConfig config;
    std::vector<AclComplaint> complaints;
@@ -49,17 +49,24 @@ struct AclText {
    std::string text;
 };
 
-// Reads one configuration from several sources: ports and bindings may stand in one, rules in another; a change is
-// applied to the configuration before it. A source is a file, "-" for standard input, or a Redis database
-// ("redis://HOST[:PORT][/DB]", "redis+unix://PATH[?db=DB]", the path of a socket). `format` forces the format of all of
-// them; one of a change that of the changes only, and what they change is told by its content. Throws InputError when one cannot be read at all; what is wrong in them comes back as complaints.
+// Reads one configuration from several sources: ports and bindings may stand in one, rules in another; a
+// change is applied to the configuration before it. A source is a file, "-" for standard input, or a Redis
+// database ("redis://HOST[:PORT][/DB]", "redis+unix://PATH[?db=DB]", the path of a socket). `format` forces
+// the format of all of them; one of a change that of the changes only, and what they change is told by its
+// content. Throws InputError when one cannot be read at all; what is wrong in them comes back as complaints.
 AclReading readAcl( const std::vector<std::string> &sources, std::optional<AclFormat> format = {} );
 AclReading parseAcl( const std::vector<AclText> &texts, std::optional<AclFormat> format = {} );
 
-// The configuration that sources make of one before: alone, or where the first of them is a change (a patch, row
-// operations), together with those before. The last source is of the forced format, if there is one.
-AclReading readChangedAcl( const std::vector<std::string> &before, const std::vector<std::string> &sources,
-                           std::optional<AclFormat> format = {} );
+struct AclChange {
+   AclReading before; // of no sources: an empty configuration
+   AclReading after;
+};
+
+// The configuration that sources make of one before, and that one: alone, or where the first of them is a
+// change (a patch, row operations), together with those before. Each source is read once. The last one is of
+// the forced format, if there is one.
+AclChange readAclChange( const std::vector<std::string> &before, const std::vector<std::string> &sources,
+                         std::optional<AclFormat> format = {} );
 
 // One file, taken only when nothing is wrong with it. Throws AclRefused or InputError.
 AclConfig readConfigDb( const std::string &file );

@@ -25,8 +25,9 @@ bool isRedis( const std::string &source );
 // Throws InputError for an address that is none.
 RedisAddress redisAddress( const std::string &source );
 
-// The rows of the tables that matter to ACLs, as a flattened config_db.json: { "ACL_TABLE|DATAACL": { fields } }. The
-// database is only read. Throws InputError when the server cannot be reached, does not answer in time, or refuses.
+// The rows of the tables that matter to ACLs, as a flattened config_db.json: { "ACL_TABLE|DATAACL": { fields
+// } }. The database is only read. Throws InputError when the server cannot be reached, does not answer in
+// time, or refuses.
 Json readRedis( const std::string &source );
 
 } // namespace QuarraAcl

@@ -13,7 +13,8 @@ namespace {
 constexpr std::string_view module = "ietf-access-control-list";
 constexpr std::size_t maxNameLength = 64;
 
-// Members of each container that are read, or that hold nothing of the configuration. Others are warned about.
+// Members of each container that are read, or that hold nothing of the configuration. Others are warned
+// about.
 constexpr std::string_view aclsMembers[] = { "acl", "attachment-points" };
 constexpr std::string_view aclMembers[] = { "name", "type", "aces" };
 constexpr std::string_view interfaceMembers[] = { "interface-id", "ingress", "egress" };

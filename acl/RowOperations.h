@@ -7,7 +7,8 @@ namespace QuarraAcl {
 
 bool isRowOperations( const Json &root );
 
-// Applies the operations in order to a nested config_db.json. One that is not understood is a complaint, and left out.
+// Applies the operations in order to a nested config_db.json. One that is not understood is a complaint, and
+// left out.
 void applyRowOperations( const Json &operations, const std::string &file, Json &document,
                          Complaints &complaints, Warnings &warnings );
 

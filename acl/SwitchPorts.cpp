@@ -60,7 +60,8 @@ void SwitchPorts::spoil( const std::string &group ) {
    }
 }
 
-// All groups come before any member, so that a member can be told from a group. A member's row makes a group, too.
+// All groups come before any member, so that a member can be told from a group. A member's row makes a group,
+// too.
 void SwitchPorts::addGroups() {
    const auto add = [ this ]( PortGroupKind kind, const std::string &name, const Place &place ) {
       if ( physical_.contains( name ) ) {
@@ -113,7 +114,8 @@ void SwitchPorts::addMember( const DraftMember &member ) {
    }
 }
 
-// Only where no file lists the ports. Where none lists port channels either, their usual name tells them apart.
+// Only where no file lists the ports. Where none lists port channels either, their usual name tells them
+// apart.
 void SwitchPorts::addPortsOfAclTables() {
    for ( const DraftTable &table : draft_.tables ) {
       for ( const std::string &name : table.ports ? table.ports->names : std::vector<std::string>() ) {

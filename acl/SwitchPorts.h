@@ -22,8 +22,8 @@ struct PortSelection {
 
 class SwitchPorts {
  public:
-   // Takes ports, port channels, VLANs and their members. Where no file lists ports, the physical ones are those
-   // that members and ACL tables name.
+   // Takes ports, port channels, VLANs and their members. Where no file lists ports, the physical ones are
+   // those that members and ACL tables name.
    SwitchPorts( const Draft &draft, const std::string &file, Complaints &complaints );
 
    const NameSet &physical() const { return physical_; }

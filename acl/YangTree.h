@@ -1,5 +1,5 @@
-// Data of a YANG model in JSON (RFC 7951), read member by member: each knows its place, and what is wrong with one
-// is a complaint.
+// Data of a YANG model in JSON (RFC 7951), read member by member: each knows its place, and what is wrong
+// with one is a complaint.
 #pragma once
 
 #include <cstdint>
@@ -42,12 +42,13 @@ class YangNode {
    // What is left out for what is wrong from here on down.
    YangNode about( const Subject &subject ) const { return { *context_, value_, place_, entry_, subject }; }
 
-   // A member by its name, with or without the module's before it. One that is there and no object is a complaint.
+   // A member by its name, with or without the module's before it. One that is there and no object is a
+   // complaint.
    YangNode container( std::string_view name ) const;
    YangNode member( std::string_view name ) const;
 
-   // The entries of a list: objects, each at "list[key]", or at "list[#3]" where the key is missing. The containers
-   // between two lists stand in no place: there is only one way from one list to the next.
+   // The entries of a list: objects, each at "list[key]", or at "list[#3]" where the key is missing. The
+   // containers between two lists stand in no place: there is only one way from one list to the next.
    std::vector<YangEntry> list( std::string_view name, std::string_view keyLeaf ) const;
 
    std::optional<std::string> text( std::string_view leaf ) const;
@@ -56,7 +57,8 @@ class YangNode {
    // Members that are not in `known`: each is a warning, so that nothing is dropped silently.
    void warnOthers( std::span<const std::string_view> known ) const;
 
-   // Everything below as "path=value", but members in `without` of this node and its config. "config" stands in no path.
+   // Everything below as "path=value", but members in `without` of this node and its config. "config" stands
+   // in no path.
    std::vector<AclField> fields( std::span<const std::string_view> without ) const;
 
    void complain( const std::string &message ) const;

@@ -4,9 +4,9 @@
 
 #include "Nodra/Text.h"
 #include "Nodra/Trace.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "Sdk/SdkCall.h"
 #include "agent/ChipBits.h"
-#include "agent/SourceTrunkMapTables.h"
 
 static Nodra::TraceHandle unitTrace( "TcamAgent" );
 
@@ -28,11 +28,10 @@ std::vector<U32> inPortsValue( std::vector<U32> bits, const Sdk::QualifierFrame 
 FieldEntry expectedEntry( const TcamAgent &agent, U32 id, const Entry &entry ) {
    const auto group = entry.request.group;
    const auto qualifier = agent.manager().getClassId( group, entry.key, id );
-   const auto type = classIdTcamGroupsInfo.at( group )->classIdType();
    FieldEntry expected;
    expected.frame = agent.frameOf( *classIdTcamGroupsInfo.at( group ) );
    expected.installed = true;
-   if ( type == ClassIdType::ifpSourceTrunkMap || type == ClassIdType::vfpSourceTrunkMap ) {
+   if ( expected.frame.sourceTrunkMapTable ) {
       expected.qualifier = FieldEntry::Qualifier::interfaceClassPort;
       expected.data = static_cast<U32>( qualifier->data()->word( 0 ) );
       expected.mask = static_cast<U32>( qualifier->mask()->word( 0 ) );
@@ -193,7 +192,8 @@ class Auditor {
       }
       const auto &directory = *agent_.manager().sourceTrunkMapConfig();
       const auto &first = agent_.scsd()->quarraModId().begin()->second.chipInfo;
-      for ( const auto &[ type, table ] : sourceTrunkMapTables ) {
+      for ( const auto type : sourceTrunkMapTypes ) {
+         const U8 table = sourceTrunkMapTableOf( type );
          for ( const auto &port : allPorts() ) {
             const QuarraCentral::PortTabWriteRequestKey key( first.chipId, port, table );
             const U32 expected = directory.request( key );

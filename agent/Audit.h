@@ -39,14 +39,14 @@ struct Audited {
    bool readsBits = false;    // and the ports' bits
 };
 
-// Reads back what the chip holds and compares it with what the agent put there. HSDK chips are asked through the
-// library's own functions of the SDK for the ports' bits; everything else through the shim's ReadBack, and is left
-// out where it has none. On the SDK6 twin, which leaves the chip alone, there are no bits to compare. Writes
-// nothing. Main thread only.
+// Reads back what the chip holds and compares it with what the agent put there. HSDK chips are asked through
+// the library's own functions of the SDK for the ports' bits; everything else through the shim's ReadBack,
+// and is left out where it has none. On the SDK6 twin, which leaves the chip alone, there are no bits to
+// compare. Writes nothing. Main thread only.
 Audited audit( const TcamAgent &agent );
 
-// Writes what differs, and nothing else: entries that are missing or wrong are made anew, unknown ones destroyed,
-// bits and words set. Gives the drifts that were there.
+// Writes what differs, and nothing else: entries that are missing or wrong are made anew, unknown ones
+// destroyed, bits and words set. Gives the drifts that were there.
 Audited repair( const TcamAgent &agent );
 
 } // namespace QuarraAgent

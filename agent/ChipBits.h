@@ -16,8 +16,6 @@ struct BitsOnChip {
    std::optional<PortBits> ( *read )( const TcamAgent &agent ); // none where they cannot be read back
    void ( *write )( const TcamAgent &agent, const PortBits &expected, const PortBits &found );
 };
-extern const BitsOnChip sdk6BitsOnChip;
-extern const BitsOnChip hsdkBitsOnChip;
 
 // How many of them the chip has.
 inline U32 aclGroupBits( const ChipConfig &chip ) {

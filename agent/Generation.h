@@ -62,12 +62,22 @@ struct Generation {
    StartUpBits startUp;
    EthernetPorts ethernetPorts;
    EthernetPorts twinEthernetPorts; // on its twin
+   // SDK functions for the tables behind a port's value. They read as well: only the chip knows which calls
+   // wrote.
+   std::span<const std::string_view> tableFunctions;
    std::span<const GroupOfTables> groupMap;
    std::span<const ShippedChip> chips; // the first one is the default
 };
 
-// The rows. A variant names its own.
+// What each generation brings, in files of its own: the row that its variants name, its ports' bits
+// (ChipBits.h), its twin's shadow (Shadow.h).
+struct BitsOnChip;
+struct Shadow;
 extern const Generation sdk6Generation;
+extern const BitsOnChip sdk6BitsOnChip;
+extern const Shadow sdk6Shadow;
 extern const Generation hsdkGeneration;
+extern const BitsOnChip hsdkBitsOnChip;
+extern const Shadow hsdkShadow;
 
 } // namespace QuarraAgent

@@ -18,6 +18,11 @@ constexpr ShippedChip chips[] = {
      "32 flexible and 128 fixed bits, no source trunk map, 1,024 system ports" },
 };
 
+constexpr std::string_view tableFunctions[] = {
+   "bcmlt_entry_allocate",  "bcmlt_entry_commit", "bcmlt_entry_field_add",
+   "bcmlt_entry_field_get", "bcmlt_entry_free",
+};
+
 constexpr EthernetPorts allSystemPorts = { .first = 0, .last = U10::max, .cpuPorts = false };
 
 } // namespace
@@ -34,6 +39,7 @@ constinit const Generation hsdkGeneration = {
    .startUp = { .flexible = 12, .ifpSourceTrunkMap = 0 },
    .ethernetPorts = allSystemPorts,
    .twinEthernetPorts = allSystemPorts,
+   .tableFunctions = tableFunctions,
    .groupMap = groupMap,
    .chips = chips,
 };

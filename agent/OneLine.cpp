@@ -87,6 +87,10 @@ std::string shortName( const std::string &name ) {
    return shortened( oneLine( name ), most );
 }
 
+std::string counted( std::size_t number, const std::string &one, const std::string &many ) {
+   return std::to_string( number ) + " " + ( number == 1 ? one : many );
+}
+
 std::string messageLine( const std::string &text ) {
    constexpr std::size_t most = 4000;
    return shortened( oneLine( text ), most );

@@ -15,6 +15,9 @@ std::string shortened( const std::string &text, std::size_t most );
 // A name as it stands in a table or a line of text: on one line, without its middle when it is very long.
 std::string shortName( const std::string &name );
 
+// "1 entry", "2 entries": the word in the number that fits.
+std::string counted( std::size_t number, const std::string &one, const std::string &many );
+
 // One line that a person can still read: what a message quotes may be endless, too.
 std::string messageLine( const std::string &text );
 

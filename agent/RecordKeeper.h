@@ -6,8 +6,8 @@
 
 namespace QuarraAgent {
 
-// Keeps an agent's records in a store: after each request, what the request changed. It remembers what it kept,
-// compares the request's group with that, and writes the difference.
+// Keeps an agent's records in a store: after each request, what the request changed. It remembers what it
+// kept, compares the request's group with that, and writes the difference.
 class RecordKeeper : public RequestJournal {
  public:
    // Both must outlive it.

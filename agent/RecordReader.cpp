@@ -241,8 +241,8 @@ class RecordReader {
       classIds[ classId ] = true;
    }
 
-   // The index finds each request by the ports that it holds now. Those of system groups are found by their rules, and
-   // the keys reserved at start-up stay in the index with the ports that they had once.
+   // The index finds each request by the ports that it holds now. Those of system groups are found by their
+   // rules, and the keys reserved at start-up stay in the index with the ports that they had once.
    void checkIndex() {
       for ( const auto &[ group, kept ] : keeper_.groups_ ) {
          if ( isSystemAclGroup( group ) ) {

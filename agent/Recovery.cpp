@@ -12,8 +12,8 @@ namespace {
 
 using namespace QuarraTcam;
 
-// Stands in for the chip's helper while a request is gone through once more: notes which bits it programs, and
-// programs none.
+// Stands in for the chip's helper while a request is gone through once more: notes which bits it programs,
+// and programs none.
 class Rehearsal : public QuarraTcamPortsHelper {
  public:
    explicit Rehearsal( QuarraTcamPortsManager &manager )

@@ -4,10 +4,11 @@
 
 namespace QuarraAgent {
 
-// Ends a request that was in flight when the process died: an installation is undone, a removal is done, so that
-// its entry is off the chip either way. The records are the store's, from before the request. The chip may hold
-// anything between before and after: the entry goes first, then each bit and each word that the request may have
-// written is written once, with the value that it is to have. That is no more than the request itself writes.
+// Ends a request that was in flight when the process died: an installation is undone, a removal is done, so
+// that its entry is off the chip either way. The records are the store's, from before the request. The chip
+// may hold anything between before and after: the entry goes first, then each bit and each word that the
+// request may have written is written once, with the value that it is to have. That is no more than the
+// request itself writes.
 class Recovery {
  public:
    Recovery( TcamAgent &agent, Store &store, RecordKeeper &keeper )

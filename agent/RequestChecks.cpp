@@ -6,6 +6,7 @@
 
 #include "Nodra/Text.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "agent/SystemAclFeatures.h"
 
 namespace QuarraAgent::RequestChecks {
@@ -132,8 +133,8 @@ void ethernetFits( const ClassIdTcamGroupConfig &config, const InstallRequest &r
    }
 }
 
-// In a system group the chip's attributes say which rules have a key. In another one the agent makes the key of
-// a rule that was reserved from the rule's name, which then must come from the group's own feature.
+// In a system group the chip's attributes say which rules have a key. In another one the agent makes the key
+// of a rule that was reserved from the rule's name, which then must come from the group's own feature.
 void knownRule( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config,
                 const InstallRequest &request ) {
    const auto group = request.group;
@@ -186,7 +187,7 @@ void keyCanBeReserved( const QuarraTcamPortsManager &manager, const ClassIdTcamG
                                      << " and belongs to the rules reserved at start-up: name one of them" );
    }
    spaceExists( manager, config );
-   if ( config.classIdType() == aclGroupFixedWidth && !status ) {
+   if ( poolsComeWithGroup( config.classIdType() ) && !status ) {
       refuse( "groupNotCreated", groupAndEntry( request )
                                     << "a fixed-width group gets its class IDs when it is created" );
    }
@@ -200,7 +201,7 @@ void spaceIsWideEnough( const QuarraTcamPortsManager &manager, const ClassIdTcam
    spaceExists( manager, config );
    const auto type = config.classIdType();
    const U32 size = manager.classIdHwStatus( type )->size();
-   const bool growsByOneBit = type != aclGroupFixedWidth;
+   const bool growsByOneBit = !poolsComeWithGroup( type );
    if ( runBits( config ) > size + ( growsByOneBit ? 1 : 0 ) ) {
       refuse( "spaceTooNarrow", Text() << "group " << config.tcamGroupId() << ": it takes "
                                        << runBits( config ) << " bits at once, " << type << " has " << size );
@@ -209,8 +210,8 @@ void spaceIsWideEnough( const QuarraTcamPortsManager &manager, const ClassIdTcam
 
 RequestRefused noPool( const QuarraTcamPortsManager &manager, const ClassIdTcamGroupConfig &config ) {
    Text text;
-   text << "group " << config.tcamGroupId() << ": no run of " << runBits( config )
-        << " bits is free: " << spaceUse( manager, config.classIdType() );
+   text << "group " << config.tcamGroupId() << ": no run of " << counted( runBits( config ), "bit", "bits" )
+        << " is free: " << spaceUse( manager, config.classIdType() );
    return { "noRoom", text.string() };
 }
 
@@ -236,10 +237,10 @@ void groupCanBeDeleted( const QuarraTcamPortsManager &manager, const ClassIdTcam
       users << " and " << count - namedAtMost << " more";
    }
    if ( count ) {
-      refuse( "groupInUse",
-              Text() << "group " << group << " still has " << count << " entries: " << users.string() );
+      refuse( "groupInUse", Text() << "group " << group << " still has "
+                                   << counted( count, "entry", "entries" ) << ": " << users.string() );
    }
-   if ( config.classIdType() == aclGroupFixedWidth && !statusOf( manager, group ) ) {
+   if ( poolsComeWithGroup( config.classIdType() ) && !statusOf( manager, group ) ) {
       refuse( "groupNotCreated", Text() << "group " << group << " was not created" );
    }
 }
@@ -265,9 +266,11 @@ RequestRefused noRoom( const QuarraTcamPortsManager &manager, const ClassIdTcamG
    Text text;
    text << "group " << config.tcamGroupId() << " entry " << entry << ": no class ID is free";
    const auto *status = statusOf( manager, config.tcamGroupId() );
-   if ( config.classIdType() == aclGroupFixedWidth ) {
-      text << ": the group's " << ( ( 1u << config.classIdPoolWidth() ) - 1 ) << " are lent to "
-           << status->requestStatuss() << " port sets, and a fixed-width group does not grow";
+   if ( poolsComeWithGroup( config.classIdType() ) ) {
+      text << ": the group's "
+           << counted( ( 1u << config.classIdPoolWidth() ) - 1, "class ID is", "class IDs are" )
+           << " lent to " << counted( status->requestStatuss(), "port set", "port sets" )
+           << ", and a fixed-width group does not grow";
    } else {
       text << " in the group's pools, and there is no run of " << runBits( config )
            << ( runBits( config ) > 1 ? " bits nor a single bit for a new one: " : " bit for a new one: " )

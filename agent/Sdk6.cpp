@@ -29,6 +29,7 @@ constinit const Generation sdk6Generation = {
    .startUp = { .flexible = 14, .ifpSourceTrunkMap = 6 },
    .ethernetPorts = { .first = 1, .last = 511, .cpuPorts = true },
    .twinEthernetPorts = { .first = 0, .last = 510, .cpuPorts = true },
+   .tableFunctions = {},
    .groupMap = groupMap,
    .chips = chips,
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
+#include "agent/Generation.h"
 
 namespace QuarraAgent {
 
@@ -16,8 +17,6 @@ struct Shadow {
    void ( *restore )( QuarraTcam::QuarraTcamPortsHelper &helper,
                       const QuarraTcam::QuarraTcamPortsManager &manager );
 };
-extern const Shadow sdk6Shadow;
-extern const Shadow hsdkShadow;
 
 template <typename Twin>
 const ShadowValues &shadowValuesOf( const QuarraTcam::QuarraTcamPortsHelper &helper ) {

@@ -28,7 +28,8 @@ class Database {
    sqlite3 *handle() const { return handle_.get(); }
    const std::string &path() const { return path_; }
 
-   // Throws for a result code of SQLite: "storeFailed", or "storeDamaged" where the file is no sound database.
+   // Throws for a result code of SQLite: "storeFailed", or "storeDamaged" where the file is no sound
+   // database.
    [[noreturn]] void refuse( int code ) const;
 
  private:

@@ -78,7 +78,8 @@ void Store::callHook( const char *when ) const {
    }
 }
 
-// A commit is in the log when it returns: there for whoever opens the store next, and with `sync` on the disk.
+// A commit is in the log when it returns: there for whoever opens the store next, and with `sync` on the
+// disk.
 void Store::chooseJournal() {
    database_.run( "PRAGMA journal_mode = WAL" );
    database_.run( options_.sync ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = OFF" );

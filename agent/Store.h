@@ -40,7 +40,8 @@ class Store {
                                        const StoreOptions &options,
                                        const std::function<void( Store & )> &fill );
 
-   // Opens one and checks it: that it is a store, of this version, sound, and not cut back to an earlier commit.
+   // Opens one and checks it: that it is a store, of this version, sound, and not cut back to an earlier
+   // commit.
    static std::unique_ptr<Store> open( const std::string &path, const StoreOptions &options );
 
    // For what can be saved of a store that open() refuses. Nothing is checked but the lock.

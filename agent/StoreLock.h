@@ -8,9 +8,9 @@ namespace QuarraAgent {
 
 using namespace Nodra::Types;
 
-// The file "PATH.lock" beside a store: held by the one process that uses it, and says which. It also notes how
-// many commits there were, so that a store that was cut back to an earlier one is found. Goes with the process,
-// however it ends.
+// The file "PATH.lock" beside a store: held by the one process that uses it, and says which. It also notes
+// how many commits there were, so that a store that was cut back to an earlier one is found. Goes with the
+// process, however it ends.
 class StoreLock {
  public:
    // Throws StoreRefused: "storeInUse" with the process that holds it, "storeFailed".

@@ -4,8 +4,8 @@
 
 #include "agent/TcamAgent.h"
 
-// What the store holds, one struct a table; docs/restart.md lists the tables. Orders are numbers that count up
-// over the life of a store: members are walked, and restored, in their order.
+// What the store holds, one struct a table; docs/restart.md lists the tables. Orders are numbers that count
+// up over the life of a store: members are walked, and restored, in their order.
 namespace QuarraAgent {
 
 struct SpaceRow { // a class-ID space

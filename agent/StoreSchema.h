@@ -2,8 +2,8 @@
 
 #include <string>
 
-// The tables of the store, version 1. Every row ends with the sum over its other columns. Ports are four bytes
-// each, the low byte first: the port's number in the low half, its module in the high one.
+// The tables of the store, version 1. Every row ends with the sum over its other columns. Ports are four
+// bytes each, the low byte first: the port's number in the low half, its module in the high one.
 namespace QuarraAgent::Schema {
 
 struct Table {

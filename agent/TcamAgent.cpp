@@ -2,16 +2,15 @@
 
 #include "Nodra/Assert.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "Sdk/SdkCall.h"
 #include "agent/ChipState.h"
 #include "agent/RequestChecks.h"
-#include "agent/SourceTrunkMapTables.h"
 #include "agent/SystemAclFeatures.h"
 
 namespace QuarraAgent {
 
 using namespace QuarraTcam;
-using enum ClassIdType;
 
 static Nodra::TraceHandle unitTrace( "TcamAgent" );
 
@@ -36,12 +35,12 @@ std::optional<QualifierHintInfo> TcamAgent::createGroup( TcamGroupId group ) {
    TRACE( 1, "createGroup"
                 << " TcamGroupId: " << group );
    const auto &config = RequestChecks::knownGroup( group );
-   if ( config.classIdType() == ifpSourceTrunkMap || config.classIdType() == vfpSourceTrunkMap ) {
+   if ( sourceTrunkMapTableOf( config.classIdType() ) ) {
       return std::nullopt;
    }
    RequestChecks::spaceIsWideEnough( *manager_, config );
-   // A fixed-width group takes its pool now. Where there is none, nothing has changed.
-   if ( config.classIdType() == aclGroupFixedWidth && !manager_->classIdTcamGroupStatusHas( group ) &&
+   // A group whose pools come with it takes them now. Where there is none, nothing has changed.
+   if ( poolsComeWithGroup( config.classIdType() ) && !manager_->classIdTcamGroupStatusHas( group ) &&
         !manager_->reservePoolOfWidth( group, config.classIdPoolWidth() ) ) {
       throw RequestChecks::noPool( *manager_, config );
    }
@@ -68,7 +67,7 @@ void TcamAgent::deleteGroup( TcamGroupId group ) {
 // A source-trunk-map word is written port by port, so there all ethernet ports are spelled out.
 IntfGroupInfo::PtrConst TcamAgent::intfGroupOf( const InstallRequest &request ) const {
    const auto type = RequestChecks::knownGroup( request.group ).classIdType();
-   if ( request.ethernet && ( type == ifpSourceTrunkMap || type == vfpSourceTrunkMap ) ) {
+   if ( request.ethernet && sourceTrunkMapTableOf( type ) ) {
       return manager_->getIntfGroupFromPbmp( request.group, getPbmpEAll( scsd() ), false );
    }
    auto profile = std::make_shared<IntfProfile>();
@@ -85,8 +84,7 @@ Sdk::QualifierFrame TcamAgent::frameOf( const ClassIdTcamGroupConfig &config ) c
       return { .sourceTrunkMapTable = table };
    }
    const auto hint = manager_->createAclGroupBitmapHint( config.tcamGroupId() );
-   const bool isFixed = config.classIdType() == aclGroupFixedWidth;
-   return { .firstBit = isFixed ? chip_.flexibleBits : U8{ 0 },
+   return { .firstBit = firstBitOf( config.classIdType(), chip_.flexibleBits ),
             .startBit = hint.startBit,
             .endBit = hint.endBit };
 }
@@ -134,7 +132,7 @@ Installed TcamAgent::installEntry( const InstallRequest &request ) {
    RequestChecks::ethernetFits( config, request );
    RequestChecks::knownRule( *manager_, config, request );
    const auto intfGroup = intfGroupOf( request );
-   const auto key = keyOf( request, intfGroup );
+   const auto key = keyOf( request, intfGroup ); // known behaviour key-number-used, where it is refused below
    RequestChecks::keyCanBeReserved( *manager_, config, request, key, *intfGroup );
 
    if ( journal_ ) {

@@ -19,8 +19,8 @@ using Clock = std::chrono::steady_clock;
 using JsonOut = nlohmann::ordered_json;
 
 // Where it is measured: in a group with one pool of eight bits, so of up to 255 requests. No SDK6 chip has
-// one: there a number that the helper does not know is registered as one. On the HSDK chip each bit of a class
-// ID is rewritten on every system port: a small chip, so that the chip calls do not drown the rest.
+// one: there a number that the helper does not know is registered as one. On the HSDK chip each bit of a
+// class ID is rewritten on every system port: a small chip, so that the chip calls do not drown the rest.
 struct Place {
    const char *variant;
    U16 group;
@@ -218,8 +218,8 @@ JsonOut growth() {
    return result;
 }
 
-// Two tables of group 16 over the ports of the default HSDK chip, all of them and all but the last: the second
-// table takes the ports from the first.
+// Two tables of group 16 over the ports of the default HSDK chip, all of them and all but the last: the
+// second table takes the ports from the first.
 JsonOut growthOfMatchCheck() {
    constexpr U32 rounds = 5;
    auto result = JsonOut::array();

@@ -8,8 +8,8 @@
 
 namespace QuarraBench {
 
-// P9 and P10: what it costs that state outlives the process. They go through SQLite and the file system, so that
-// they are not counted in instructions as the others are.
+// P9 and P10: what it costs that state outlives the process. They go through SQLite and the file system, so
+// that they are not counted in instructions as the others are.
 const std::vector<Figure> &storeFigures();
 
 // SDK calls of a restart with 10,000 entries.

@@ -23,7 +23,7 @@
 // bench --growth              JSON: times of an entry with ever more entries and requests
 // bench --restarts            JSON: times of a restart with ever more entries
 // bench --match-check         JSON: times of the match check with ever more entries
-// bench --plan                JSON: P11, plan of a change against carrying it out; exit code 1 when it is missed
+// bench --plan JSON: P11, plan of a change against carrying it out; exit code 1 when it is missed
 namespace QuarraBench {
 namespace {
 

@@ -2,9 +2,9 @@
 #include "acl/ReadAcl.h"
 #include "fuzz/Checks.h"
 
-// A configuration in any format, and behind a byte of value 1 a change or a second file. Whatever comes: each complaint
-// is one line, and what is left is a configuration whose rules lie within their tables, and that does not differ from
-// itself.
+// A configuration in any format, and behind a byte of value 1 a change or a second file. Whatever comes: each
+// complaint is one line, and what is left is a configuration whose rules lie within their tables, and that
+// does not differ from itself.
 namespace {
 
 using namespace QuarraFuzz;

@@ -5,8 +5,8 @@
 #include "tools/GroupMap.h"
 #include "tools/Nearest.h"
 
-// The text of one option as a trace setting, as an SDK call that is to fail, as a variant, as a misspelt word, and
-// each of its words as a mapping from a table type to a group.
+// The text of one option as a trace setting, as an SDK call that is to fail, as a variant, as a misspelt
+// word, and each of its words as a mapping from a table type to a group.
 extern "C" int LLVMFuzzerTestOneInput( const std::uint8_t *data, std::size_t size ) {
    using namespace QuarraFuzz;
    const auto text = textOf( data, size );

@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <limits>
 
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "lab/ChangeRun.h"
+#include "lab/Who.h"
 
 // The order of a change's steps.
 namespace QuarraLab {
@@ -12,19 +14,20 @@ using Kind = ChangeStep::Kind;
 
 namespace {
 
-// A fixed-width group of wide pools: its class IDs share bits, so one that is new may take a bit from another's ports.
+// A fixed-width group of wide pools: its class IDs share bits, so one that is new may take a bit from
+// another's ports.
 bool sharesBits( TcamGroupId group ) {
-   return isOfType( group, ClassIdType::aclGroupFixedWidth ) &&
+   return liesAboveFlexibleBits( typeOf( group ) ) &&
           classIdTcamGroupsInfo.at( group )->classIdPoolWidth() != 1;
 }
 
-// A class ID that one of them gives back is room for the other: wide pools and fixed-width ones stay with their group.
+// A class ID that one of them gives back is room for the other: wide pools and fixed-width ones stay with
+// their group.
 bool drawOnTheSame( TcamGroupId one, TcamGroupId other ) {
    const auto oneBit = [ & ]( TcamGroupId group ) {
       const auto item = classIdTcamGroupsInfo.find( group );
       return item != classIdTcamGroupsInfo.end() && item->second->classIdPoolWidth() == 1 &&
-             item->second->classIdType() == classIdTcamGroupsInfo.at( one )->classIdType() &&
-             item->second->classIdType() != ClassIdType::aclGroupFixedWidth;
+             item->second->classIdType() == typeOf( one ) && !poolsComeWithGroup( typeOf( one ) );
    };
    return one == other || ( oneBit( one ) && oneBit( other ) );
 }
@@ -71,13 +74,14 @@ bool ChangeRun::step() {
    return true;
 }
 
-// Where class IDs share bits: what leaves goes before a new one that has a bit of it, since the old one would take the
-// bit along when it goes. What holds the same ports as one that comes stays until then: they share the class ID.
+// Where class IDs share bits: what leaves goes before a new one that has a bit of it, since the old one would
+// take the bit along when it goes. What holds the same ports as one that comes stays until then: they share
+// the class ID.
 void ChangeRun::clearTheWay() {
-   std::set<PortSet> asked;
+   std::set<PortsOfGroup> asked;
    std::map<TcamGroupId, std::size_t> newOnes;
    const auto ask = [ & ]( const Wish &wish ) {
-      auto portSet = portSetOf( *wish.request );
+      auto portSet = portsOfGroup( *wish.request );
       const bool isHeld = held_.contains( portSet );
       if ( asked.insert( std::move( portSet ) ).second && !isHeld ) {
          ++newOnes[ wish.request->group ];
@@ -94,7 +98,7 @@ void ChangeRun::clearTheWay() {
    const auto isInTheWay = [ & ]( U32 entry ) {
       const auto &request = agent_.entries().at( entry ).request;
       return ( bits[ request.group ] & requestOf( entry )->classId() ) &&
-             !asked.contains( portSetOf( request ) );
+             !asked.contains( portsOfGroup( request ) );
    };
    for ( auto &bundle : bundles_ ) {
       if ( isInTheWay( bundle.old.front().entry ) ) {
@@ -123,8 +127,8 @@ U32 ChangeRun::bitsOfNext( TcamGroupId group, std::size_t number ) const {
    return bits;
 }
 
-// Those whose old entries are there, and that cost so many class IDs at the most. One that costs something is the only
-// one: it may have changed what the others cost.
+// Those whose old entries are there, and that cost so many class IDs at the most. One that costs something is
+// the only one: it may have changed what the others cost.
 bool ChangeRun::swapOf( int mostCost ) {
    bool progress = false;
    for ( auto &bundle : bundles_ ) {
@@ -191,16 +195,17 @@ bool ChangeRun::frees( const Bundle &bundle ) const {
    return request && request->entryRefs() == old;
 }
 
-// Class IDs that it takes for good: one for each new port set, less the one that comes free, where that is of use to it.
+// Class IDs that it takes for good: one for each new port set, less the one that comes free, where that is of
+// use to it.
 int ChangeRun::costOf( const Bundle &bundle ) const {
    bool ofUse = frees( bundle );
-   std::set<PortSet> taken;
+   std::set<PortsOfGroup> taken;
    for ( const auto &wish : bundle.wishes ) {
       if ( wish.done() ) {
          continue;
       }
       ofUse = ofUse && drawOnTheSame( bundle.old.front().group, wish.request->group );
-      if ( auto portSet = portSetOf( *wish.request ); !held_.contains( portSet ) ) {
+      if ( auto portSet = portsOfGroup( *wish.request ); !held_.contains( portSet ) ) {
          taken.insert( std::move( portSet ) );
       }
    }
@@ -210,22 +215,23 @@ int ChangeRun::costOf( const Bundle &bundle ) const {
 // Something that found no room draws on the space of the old entries.
 bool ChangeRun::couldHelp( const Bundle &bundle ) const {
    const auto group = bundle.old.front().group;
-   const auto type = classIdTcamGroupsInfo.at( group )->classIdType();
+   const auto type = typeOf( group );
    const auto needs = [ & ]( const Wish &wish ) {
-      return !wish.done() && isOfType( wish.request->group, type ) &&
-             ( type != ClassIdType::aclGroupFixedWidth || wish.request->group == group );
+      return !wish.done() && typeOf( wish.request->group ) == type &&
+             ( !poolsComeWithGroup( type ) || wish.request->group == group );
    };
    return std::ranges::any_of( comers_, needs ) ||
           std::ranges::any_of(
              bundles_, [ & ]( const Bundle &other ) { return std::ranges::any_of( other.wishes, needs ); } );
 }
 
-// Its new entries draw on the bits of the old ones, though not class ID for class ID: a pool of bits for a single one.
+// Its new entries draw on the bits of the old ones, though not class ID for class ID: a pool of bits for a
+// single one.
 bool ChangeRun::changesUnit( const Bundle &bundle ) const {
    const auto group = bundle.old.front().group;
-   const auto type = classIdTcamGroupsInfo.at( group )->classIdType();
+   const auto type = typeOf( group );
    return std::ranges::any_of( bundle.wishes, [ & ]( const Wish &wish ) {
-      return !wish.done() && isOfType( wish.request->group, type ) &&
+      return !wish.done() && typeOf( wish.request->group ) == type &&
              !drawOnTheSame( group, wish.request->group );
    } );
 }
@@ -277,12 +283,13 @@ void ChangeRun::putBack( Bundle &bundle ) {
    }
 }
 
-// A fixed-width group keeps its pool when its last entry goes. Where nothing is wanted of it any more, it goes, too.
+// A fixed-width group keeps its pool when its last entry goes. Where nothing is wanted of it any more, it
+// goes, too.
 void ChangeRun::dropGroups() {
    for ( const auto group : leftGroups_ ) {
       const bool used = std::ranges::any_of(
          agent_.entries(), [ & ]( const auto &item ) { return item.second.request.group == group; } );
-      if ( !used && !wantedGroups_.contains( group ) && isOfType( group, ClassIdType::aclGroupFixedWidth ) ) {
+      if ( !used && !wantedGroups_.contains( group ) && poolsComeWithGroup( typeOf( group ) ) ) {
          const ChangeStep step{ Kind::deleteGroup, { .group = group } };
          observer_->begins( step, {} );
          agent_.deleteGroup( group );

@@ -1,36 +1,50 @@
 #include "lab/ChangeRun.h"
 
 #include <algorithm>
-#include <limits>
 
 #include <fmt/format.h>
 
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "agent/StoreRefused.h"
+#include "lab/FillRun.h"
 #include "lab/Who.h"
 
 namespace QuarraLab {
 
 using namespace QuarraTcam;
-using QuarraAgent::Entry;
 using QuarraAgent::InstallRequest;
 using QuarraAgent::RequestRefused;
 using QuarraAgent::TcamAgent;
-using QuarraCentral::QuarraModPort;
 using Kind = ChangeStep::Kind;
 
-bool isOfType( TcamGroupId group, ClassIdType type ) {
-   const auto item = classIdTcamGroupsInfo.find( group );
-   return item != classIdTcamGroupsInfo.end() && item->second->classIdType() == type;
-}
-
 std::string_view stringValue( RuleFate fate ) {
-   constexpr std::string_view words[] = { "stays", "changes", "comes", "goes", "refused" };
-   return words[ static_cast<std::size_t>( fate ) ];
+   switch ( fate ) {
+   case RuleFate::stays:
+      return "stays";
+   case RuleFate::changes:
+      return "changes";
+   case RuleFate::comes:
+      return "comes";
+   case RuleFate::goes:
+      return "goes";
+   case RuleFate::refused:
+      return "refused";
+   }
+   return "";
 }
 
 std::string_view stringValue( ChangeStep::Kind kind ) {
-   constexpr std::string_view words[] = { "createGroup", "deleteGroup", "install", "remove" };
-   return words[ static_cast<std::size_t>( kind ) ];
+   switch ( kind ) {
+   case Kind::createGroup:
+      return "createGroup";
+   case Kind::deleteGroup:
+      return "deleteGroup";
+   case Kind::install:
+      return "install";
+   case Kind::remove:
+      return "remove";
+   }
+   return "";
 }
 
 namespace {
@@ -48,13 +62,8 @@ bool isOfConfiguration( const InstallRequest &request ) {
    return !request.label.empty();
 }
 
-bool mustBeCreated( const TcamAgent &agent, TcamGroupId group ) {
-   return isOfType( group, ClassIdType::aclGroupFixedWidth ) &&
-          !agent.manager().classIdTcamGroupStatusHas( group );
-}
-
-ChangeRun::PortSet ChangeRun::portSetOf( const InstallRequest &request ) {
-   PortSet portSet( request.group, request.ports );
+ChangeRun::PortsOfGroup ChangeRun::portsOfGroup( const InstallRequest &request ) {
+   PortsOfGroup portSet( request.group, request.ports );
    if ( !std::ranges::is_sorted( portSet.second ) ) {
       std::ranges::sort( portSet.second );
    }
@@ -64,20 +73,18 @@ ChangeRun::PortSet ChangeRun::portSetOf( const InstallRequest &request ) {
 bool ChangeRun::asksTheSame( const InstallRequest &one, const InstallRequest &other ) {
    return one.ethernet == other.ethernet && one.rule == other.rule &&
           ( ( one.group == other.group && one.ports == other.ports ) ||
-            portSetOf( one ) == portSetOf( other ) );
+            portsOfGroup( one ) == portsOfGroup( other ) );
 }
 
 const ClassIdRequestStatus *ChangeRun::requestOf( U32 entry ) const {
-   const auto &installed = agent_.entries().at( entry );
-   const auto &group = agent_.manager().classIdTcamGroupStatus( installed.request.group );
-   return group->requestStatus( installed.key ).get();
+   return holderOf( agent_, agent_.entries().at( entry ) ).request;
 }
 
 ChangeRun::ChangeRun( TcamAgent &agent, const WantedEntries &wanted, const ChangeOptions &options )
    : agent_( agent ), wanted_( wanted ), options_( options ) {
    for ( const auto &[ id, entry ] : agent_.entries() ) {
       lastEntry_ = id;
-      ++held_[ portSetOf( entry.request ) ];
+      ++held_[ portsOfGroup( entry.request ) ];
    }
    pairUp();
 }
@@ -153,7 +160,8 @@ void ChangeRun::bundleUp( const std::vector<std::size_t> &changed ) {
 
 bool ChangeRun::install( Wish &wish ) {
    auto &rule = rules_[ wish.rule ];
-   if ( const auto known = roomless_.empty() ? roomless_.end() : roomless_.find( portSetOf( *wish.request ) );
+   if ( const auto known =
+           roomless_.empty() ? roomless_.end() : roomless_.find( portsOfGroup( *wish.request ) );
         known != roomless_.end() ) {
       std::tie( rule.code, rule.message ) = known->second;
       return false;
@@ -170,7 +178,7 @@ bool ChangeRun::install( Wish &wish ) {
       rule.code = refused.code();
       rule.message = withoutEntry( refused.what(), wish.request->group );
       if ( refused.code() == "noRoom" ) {
-         roomless_.emplace( portSetOf( *wish.request ), std::pair( rule.code, rule.message ) );
+         roomless_.emplace( portsOfGroup( *wish.request ), std::pair( rule.code, rule.message ) );
       } else {
          wish.refused = true;
       }
@@ -180,14 +188,11 @@ bool ChangeRun::install( Wish &wish ) {
 
 void ChangeRun::installOrThrow( Wish &wish ) {
    ChangeStep step{ Kind::install, *wish.request };
-   step.request.entry = lastEntry_;
-   do {
-      step.request.entry = step.request.entry == std::numeric_limits<U32>::max() ? 1 : step.request.entry + 1;
-   } while ( agent_.entries().contains( step.request.entry ) );
+   step.request.entry = nextEntry( agent_, lastEntry_ );
    observer_->begins( step, wish.rule );
    agent_.install( step.request );
    lastEntry_ = step.request.entry;
-   ++held_[ portSetOf( step.request ) ];
+   ++held_[ portsOfGroup( step.request ) ];
    wish.installed = true;
    rules_[ wish.rule ].entryAfter = lastEntry_;
    observer_->ends( step );
@@ -199,7 +204,7 @@ void ChangeRun::remove( std::size_t rule ) {
    observer_->begins( step, {} );
    agent_.remove( step.request.group, entry );
    leftGroups_.insert( step.request.group );
-   if ( const auto held = held_.find( portSetOf( step.request ) ); --held->second == 0 ) {
+   if ( const auto held = held_.find( portsOfGroup( step.request ) ); --held->second == 0 ) {
       held_.erase( held );
    }
    roomless_.clear();

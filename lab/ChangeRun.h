@@ -60,12 +60,12 @@ struct ChangeOptions {
    std::function<bool( const std::string &rule )> keeps = {};
 };
 
-// An entry is known by its label; those without one are of no configuration, and stay. The order: new entries before
-// old ones; of the rules that change, those first that cost no class ID, then those that give back as many as they
-// take; then what comes, then what goes goes. Where there is no room, what goes goes earlier; where that does not help,
-// the fewest rules that change give up their old entries first, and get them back where they find no room after all.
-// In a fixed-width group of wide pools, whose class IDs share bits, what leaves goes before a new class ID comes that
-// has a bit of its own.
+// An entry is known by its label; those without one are of no configuration, and stay. The order: new entries
+// before old ones; of the rules that change, those first that cost no class ID, then those that give back as
+// many as they take; then what comes, then what goes goes. Where there is no room, what goes goes earlier;
+// where that does not help, the fewest rules that change give up their old entries first, and get them back
+// where they find no room after all. In a fixed-width group of wide pools, whose class IDs share bits, what
+// leaves goes before a new class ID comes that has a bit of its own.
 class ChangeRun {
  public:
    // `wanted` must live as long.
@@ -73,8 +73,8 @@ class ChangeRun {
    ChangeRun( const ChangeRun & ) = delete;
    ChangeRun &operator=( const ChangeRun & ) = delete;
 
-   // What is known before run(), and all of it afterwards: entries without a label, then what is wanted, in its
-   // order, then what goes, by entry.
+   // What is known before run(), and all of it afterwards: entries without a label, then what is wanted, in
+   // its order, then what goes, by entry.
    const std::vector<RuleChange> &rules() const { return rules_; }
 
    // Once. Throws StoreRefused; what was done until then is done.
@@ -82,7 +82,7 @@ class ChangeRun {
 
  private:
    using InstallRequest = QuarraAgent::InstallRequest;
-   using PortSet = std::pair<QuarraTcam::TcamGroupId, std::vector<QuarraCentral::QuarraModPort>>;
+   using PortsOfGroup = std::pair<QuarraTcam::TcamGroupId, std::vector<QuarraCentral::QuarraModPort>>;
 
    // A rule that is to be installed.
    struct Wish {
@@ -102,7 +102,7 @@ class ChangeRun {
       bool done() const;
    };
 
-   static PortSet portSetOf( const InstallRequest &request ); // its ports rising
+   static PortsOfGroup portsOfGroup( const InstallRequest &request ); // its ports rising
    static bool asksTheSame( const InstallRequest &one, const InstallRequest &other );
    const QuarraTcam::ClassIdRequestStatus *requestOf( U32 entry ) const;
 
@@ -143,19 +143,15 @@ class ChangeRun {
    std::vector<Bundle> bundles_;
    std::vector<Wish> comers_;
    std::vector<std::size_t> goers_;
-   std::map<PortSet, std::size_t> held_; // installed entries by port set
+   std::map<PortsOfGroup, std::size_t> held_; // installed entries by port set
    std::set<QuarraTcam::TcamGroupId> wantedGroups_;
-   std::set<QuarraTcam::TcamGroupId> leftGroups_;                    // of entries that went
-   std::map<PortSet, std::pair<std::string, std::string>> roomless_; // since something went: code and message
+   std::set<QuarraTcam::TcamGroupId> leftGroups_; // of entries that went
+   std::map<PortsOfGroup, std::pair<std::string, std::string>>
+      roomless_; // since something went: code and message
    U32 lastEntry_ = 0;
 };
 
 // Whether the entry has a label: what a configuration made, it may change.
 bool isOfConfiguration( const QuarraAgent::InstallRequest &request );
-
-bool isOfType( QuarraTcam::TcamGroupId group, QuarraTcam::ClassIdType type );
-
-// Whether the group must be created before its first entry, and was not.
-bool mustBeCreated( const QuarraAgent::TcamAgent &agent, QuarraTcam::TcamGroupId group );
 
 } // namespace QuarraLab

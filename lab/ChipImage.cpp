@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "agent/SourceTrunkMapTables.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "agent/StoreRefused.h"
 
 namespace QuarraLab {
@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::array<char, 8> magic = { 'Q', 'T', 'C', 'C', 'H', 'I', 'P', '1' };
 constexpr U32 entryRowsAtOnce = 256;
-constexpr auto &wordTables = QuarraAgent::sourceTrunkMapTables; // the file has their words in this order
+constexpr auto &wordTypes = QuarraTcam::sourceTrunkMapTypes; // the file has their words in this order
 constexpr U32 valueWords = 4; // a port's ACL-group value, and a qualifier's bits: up to 256
 using Bits = std::array<U64, valueWords>;
 
@@ -58,7 +58,7 @@ struct ChipImage::Header {
 
 struct ChipImage::PortRow {
    Bits aclGroup;
-   std::array<U32, std::size( wordTables )> words;
+   std::array<U32, wordTypes.size()> words;
    U64 present; // in the system port table
    U64 padding[ 2 ];
 };
@@ -194,10 +194,10 @@ void ChipImage::load() {
       if ( row.present || value.count() ) {
          chip_->aclGroupIs( port, value );
       }
-      for ( std::size_t table = 0; table < std::size( wordTables ); ++table ) {
+      for ( std::size_t table = 0; table < wordTypes.size(); ++table ) {
          if ( row.words[ table ] ) {
-            chip_->sourceTrunkMapWordIs( wordTables[ table ].table, { modules_[ port ], port },
-                                         row.words[ table ] );
+            chip_->sourceTrunkMapWordIs( QuarraTcam::sourceTrunkMapTableOf( wordTypes[ table ] ),
+                                         { modules_[ port ], port }, row.words[ table ] );
          }
       }
    }
@@ -249,8 +249,9 @@ void ChipImage::portChanged( U32 port ) {
       row.aclGroup[ word ] = value.word( word );
    }
    row.present = chip_->hasTableEntry( port );
-   for ( std::size_t table = 0; table < std::size( wordTables ); ++table ) {
-      row.words[ table ] = chip_->sourceTrunkMapWord( wordTables[ table ].table, { modules_[ port ], port } );
+   for ( std::size_t table = 0; table < wordTypes.size(); ++table ) {
+      row.words[ table ] = chip_->sourceTrunkMapWord( QuarraTcam::sourceTrunkMapTableOf( wordTypes[ table ] ),
+                                                      { modules_[ port ], port } );
    }
 }
 

@@ -11,9 +11,9 @@ namespace QuarraLab {
 using namespace Nodra::Types;
 
 // What a simulated chip holds, in a file that every SDK call changes at once: there after the death of the
-// process, as a real chip's tables are. The file is mapped into memory, with its blocks taken from the file system
-// beforehand, so that a call never finds the disk full. Everything wrong throws StoreRefused ("storeFailed",
-// "storeDamaged", "storeMissing").
+// process, as a real chip's tables are. The file is mapped into memory, with its blocks taken from the file
+// system beforehand, so that a call never finds the disk full. Everything wrong throws StoreRefused
+// ("storeFailed", "storeDamaged", "storeMissing").
 class ChipImage {
  public:
    // Makes the file for a chip that holds nothing.

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <bit>
 
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
+#include "lab/Who.h"
+
 namespace QuarraLab {
 
 U64 rowsFor( const QuarraAgent::ChipConfig &chip, U32 bits ) {
@@ -50,22 +53,15 @@ QuarraModPort anotherPort( const Switch &theSwitch, const QuarraAgent::Entry &en
 } // namespace
 
 U64 writesOfAJoin( const Switch &theSwitch, const QuarraAgent::Entry &entry ) {
-   const auto group = entry.request.group;
-   const auto type = QuarraTcam::classIdTcamGroupsInfo.at( group )->classIdType();
-   if ( type == QuarraTcam::ClassIdType::ifpSourceTrunkMap ||
-        type == QuarraTcam::ClassIdType::vfpSourceTrunkMap || entry.request.ports.empty() ) {
+   if ( QuarraTcam::sourceTrunkMapTableOf( typeOf( entry.request.group ) ) || entry.request.ports.empty() ) {
       return 1;
    }
-   const auto &status = theSwitch.agent().manager().classIdTcamGroupStatus( group );
-   const auto bits = std::popcount( status->requestStatus( entry.key )->classId() );
+   const auto bits = std::popcount( holderOf( theSwitch.agent(), entry ).request->classId() );
    return static_cast<U64>( bits ) * theSwitch.chip().writesOfABit( anotherPort( theSwitch, entry ).port() );
 }
 
 U32 qualifierBits( const Switch &theSwitch, TcamGroupId group ) {
-   return theSwitch.agent()
-      .manager()
-      .classIdHwStatus( QuarraTcam::classIdTcamGroupsInfo.at( group )->classIdType() )
-      ->size();
+   return theSwitch.agent().manager().classIdHwStatus( typeOf( group ) )->size();
 }
 
 } // namespace QuarraLab

@@ -173,8 +173,15 @@ Difference difference( const SwitchState &before, const SwitchState &after ) {
 namespace {
 
 std::string_view wordOf( Change change ) {
-   constexpr std::string_view words[] = { "came", "gone", "changed" };
-   return words[ static_cast<std::size_t>( change ) ];
+   switch ( change ) {
+   case Change::came:
+      return "came";
+   case Change::gone:
+      return "gone";
+   case Change::changed:
+      break;
+   }
+   return "changed";
 }
 
 template <typename Value>

@@ -5,14 +5,13 @@
 
 #include <fmt/format.h>
 
-#include "agent/SourceTrunkMapTables.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "agent/SystemAclFeatures.h"
 
 namespace QuarraLab {
 namespace {
 
 using namespace QuarraTcam;
-using enum ClassIdType;
 
 JsonOut poolJson( const PoolStatus &pool ) {
    return { { "id", pool.poolId() },
@@ -69,14 +68,15 @@ JsonOut chipPorts( const Switch &theSwitch ) {
    auto ports = JsonOut::array();
    for ( const auto &port : theSwitch.ports() ) {
       const auto aclGroup = theSwitch.aclGroup( port );
-      const U32 ifp = theSwitch.sourceTrunkMapWord( ifpSourceTrunkMap, port );
-      const U32 vfp = theSwitch.sourceTrunkMapWord( vfpSourceTrunkMap, port );
-      if ( aclGroup.count() || ifp || vfp ) {
-         ports.push_back( { { "port", names.port( port ) },
-                            { "aclGroup", aclGroup.hex() },
-                            { "ifpSourceTrunkMap", hexWord( ifp ) },
-                            { "vfpSourceTrunkMap", hexWord( vfp ) } } );
+      const auto word = [ & ]( ClassIdType type ) { return theSwitch.sourceTrunkMapWord( type, port ); };
+      if ( !aclGroup.count() && std::ranges::none_of( sourceTrunkMapTypes, word ) ) {
+         continue;
       }
+      JsonOut json = { { "port", names.port( port ) }, { "aclGroup", aclGroup.hex() } };
+      for ( const auto type : sourceTrunkMapTypes ) {
+         json[ std::string( stringValue( type ) ) ] = hexWord( word( type ) );
+      }
+      ports.push_back( std::move( json ) );
    }
    return ports;
 }
@@ -94,8 +94,7 @@ JsonOut chipEntries( const Switch &theSwitch ) {
          break;
       case Kind::interfaceClassPort:
          json[ "qualifier" ] = "interfaceClassPort";
-         json[ "word" ] =
-            stringValue( QuarraAgent::typeOfSourceTrunkMapTable( entry.frame.sourceTrunkMapTable ) );
+         json[ "word" ] = stringValue( typeOfSourceTrunkMapTable( entry.frame.sourceTrunkMapTable ) );
          json[ "data" ] = hexWord( entry.data );
          json[ "mask" ] = hexWord( entry.mask );
          break;

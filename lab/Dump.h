@@ -10,8 +10,8 @@
 // The state of library and chip as JSON, in a canonical order: equal states give equal text.
 namespace QuarraLab {
 
-// Ports by the name of their interface and their number: { "name": "Ethernet4", "port": 2 }, with "module" before
-// "port" outside module 0.
+// Ports by the name of their interface and their number: { "name": "Ethernet4", "port": 2 }, with "module"
+// before "port" outside module 0.
 class PortsJson {
  public:
    explicit PortsJson( const Switch &theSwitch );

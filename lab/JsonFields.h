@@ -19,9 +19,9 @@ using namespace Nodra::Types;
 using Refusals = std::vector<QuarraAgent::RequestRefused>;
 
 // The fields of one JSON object of a batch line or a chip file. Reading a field marks it as known; finish()
-// refuses the rest. Everything wrong is a RequestRefused: "missingField", "badField" (wrong type), "outOfRange",
-// "unknownField". It is thrown; or, where there is a list for it, added to that, and the field reads as some good
-// value or as absent.
+// refuses the rest. Everything wrong is a RequestRefused: "missingField", "badField" (wrong type),
+// "outOfRange", "unknownField". It is thrown; or, where there is a list for it, added to that, and the field
+// reads as some good value or as absent.
 class JsonFields {
  public:
    // `place` names the object in messages: "install".
@@ -60,9 +60,9 @@ class JsonFields {
    // One port, written as in a list; must be there.
    QuarraCentral::QuarraModPort port( const std::string &name, const PortFinder &find = {} );
 
-   // A list of ports: a number stands for a port of module 0, an object { "module": M, "port": P } for any; the module
-   // may be left out. With `find`, the name of an interface does, too, and an object may have it as "name" beside its
-   // port.
+   // A list of ports: a number stands for a port of module 0, an object { "module": M, "port": P } for any;
+   // the module may be left out. With `find`, the name of an interface does, too, and an object may have it
+   // as "name" beside its port.
    std::vector<QuarraCentral::QuarraModPort> ports( const std::string &name, const PortFinder &find = {} );
 
    void finish();

@@ -142,7 +142,8 @@ Json &ValueBuilder::add( Json value ) {
    return member;
 }
 
-// Where the parser stands, e.g. ACL_TABLE|DATAACL.ports[2]. Only the outer levels: the whole path may be long.
+// Where the parser stands, e.g. ACL_TABLE|DATAACL.ports[2]. Only the outer levels: the whole path may be
+// long.
 std::string ValueBuilder::place() const {
    constexpr std::size_t maxLevels = 6;
    std::string path;

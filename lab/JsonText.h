@@ -39,12 +39,12 @@ Json parseJson( const std::string &text );
 // The same, but keys that come twice are added to `repeated`, each at its place; the first value is kept.
 Json parseJson( const std::string &text, std::vector<Complaint> &repeated );
 
-// What every document and every answer begins with: the version of their shapes (docs/schema/), and whether all is
-// well. The version grows when a program that reads them would have to change.
+// What every document and every answer begins with: the version of their shapes (docs/schema/), and whether
+// all is well. The version grows when a program that reads them would have to change.
 JsonOut document( bool ok );
 
-// The text of a document on one line, or indented. Characters that a terminal obeys are escaped, and bytes that
-// are no UTF-8 are replaced.
+// The text of a document on one line, or indented. Characters that a terminal obeys are escaped, and bytes
+// that are no UTF-8 are replaced.
 std::string jsonText( const JsonOut &json, bool indented = false );
 
 std::string typeName( const Json &value );  // "a number", "an object", ...

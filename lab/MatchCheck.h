@@ -10,7 +10,8 @@
 namespace QuarraLab {
 
 // The rules of the system by which an entry matches other ports than it was asked for. Each is given only
-// where it was tested: where the port's value differs from what the entry's key stands for as the rule has it.
+// where it was tested: where the port's value differs from what the entry's key stands for as the rule has
+// it.
 enum class Reason {
    sameRule,      // one rule has one class ID: a newer entry of it asked for other ports
    portTaken,     // a port carries one class ID of a group of wide pools: a newer entry took the port
@@ -31,7 +32,8 @@ struct Mismatch {
    bool expected = false;
    bool found = false;
    Reason reason = Reason::fault;
-   // Of portTaken: an entry of the request that holds the port; 0 when the one that took it was removed since.
+   // Of portTaken: an entry of the request that holds the port; 0 when the one that took it was removed
+   // since.
    std::optional<U32> taker = {};
    // Of coveredOffset: the group whose pool it is.
    std::optional<TcamGroupId> coveringGroup = {};

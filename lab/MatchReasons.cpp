@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <bit>
 
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
+
 namespace QuarraLab {
 
 using namespace QuarraTcam;
-using enum ClassIdType;
 using QuarraAgent::Entry;
 
 namespace {
@@ -42,36 +43,19 @@ const MatchReasons::Group &MatchReasons::groupOf( TcamGroupId id ) {
    }
    Group group{ classIdTcamGroupsInfo.at( id ).get(),
                 switch_.agent().manager().classIdTcamGroupStatus( id ).get(),
+                spaceOf( switch_, id ),
                 {} };
    group.holders.resize( switch_.ports().size() );
    if ( group.status ) {
       for ( const auto &[ key, request ] : group.status->requestStatus() ) {
          const auto &entries = request->entryRef();
-         const Holder holder{ request.get(), *std::min_element( entries.begin(), entries.end() ) };
+         const PortHolder holder{ request.get(), *std::min_element( entries.begin(), entries.end() ) };
          for ( const auto &port : request->intfGroup()->portId() ) {
             group.holders[ placeOf( port ) ].push_back( holder );
          }
       }
    }
    return groups_.emplace( id, std::move( group ) ).first->second;
-}
-
-// What the port carries of a pool, as the chip says.
-U64 MatchReasons::poolBits( const Group &group, const PoolStatus &pool, std::size_t portIndex ) const {
-   const auto &port = switch_.ports()[ portIndex ];
-   const U64 mask = ( U64{ 1 } << pool.size() ) - 1;
-   const auto type = group.config->classIdType();
-   if ( type == ifpSourceTrunkMap || type == vfpSourceTrunkMap ) {
-      return switch_.sourceTrunkMapWord( type, port ) >> pool.baseOffset() & mask;
-   }
-   const U32 first =
-      pool.baseOffset() + ( type == aclGroupFixedWidth ? switch_.agent().chip().flexibleBits : U32{ 0 } );
-   const auto value = switch_.chip().aclGroup( port.port() );
-   U64 bits = 0;
-   for ( U32 bit = 0; bit < pool.size() && first + bit < value.size(); ++bit ) {
-      bits |= U64{ value.test( first + bit ) } << bit;
-   }
-   return bits;
 }
 
 MatchReasons::Case MatchReasons::caseOf( const Mismatch &mismatch, const Group &group, const Request &request,
@@ -84,7 +68,7 @@ MatchReasons::Case MatchReasons::caseOf( const Mismatch &mismatch, const Group &
    if ( request.intfGroup()->ethernet() && mismatch.expected ) {
       wanted |= request.classId();
    }
-   const U64 carried = poolBits( group, pool, portIndex );
+   const U64 carried = valueIn( carriedValue( switch_, *group.space, switch_.ports()[ portIndex ] ), pool );
    return { mismatch, group, request, portIndex, wanted ^ carried, wanted & ~carried };
 }
 
@@ -105,8 +89,8 @@ bool MatchReasons::inTheRecords( Mismatch &mismatch, const Group &group, const R
    return true;
 }
 
-// A port gains the shared bit when another group at the offset, or a pool over it, puts it there, and loses it
-// when one of them leaves the port. Who left is in no record any more.
+// A port gains the shared bit when another group at the offset, or a pool over it, puts it there, and loses
+// it when one of them leaves the port. Who left is in no record any more.
 bool MatchReasons::atAFixedOffset( Mismatch &mismatch, const Case &found ) {
    const auto &pool = *found.group.status->poolStatus( found.request.poolId() );
    const auto type = found.group.config->classIdType();
@@ -145,7 +129,7 @@ bool MatchReasons::atAFixedOffset( Mismatch &mismatch, const Case &found ) {
 // none is gained.
 bool MatchReasons::lostABit( const Case &found ) const {
    const auto &config = *found.group.config;
-   return config.classIdType() == aclGroupFixedWidth && config.classIdPoolWidth() > 1 &&
+   return liesAboveFlexibleBits( config.classIdType() ) && config.classIdPoolWidth() > 1 &&
           switch_.agent().chip().flexibleBits % unionBits != 0 && found.differing &&
           found.differing == found.missing;
 }

@@ -3,11 +3,12 @@
 #include <map>
 
 #include "lab/MatchCheck.h"
+#include "lab/Who.h"
 
 namespace QuarraLab {
 
-// Finds the rule behind a mismatch. What it looks up of a group it looks up once, so that many mismatches cost
-// little more than few. Valid while the switch stays as it is.
+// Finds the rule behind a mismatch. What it looks up of a group it looks up once, so that many mismatches
+// cost little more than few. Valid while the switch stays as it is.
 class MatchReasons {
  public:
    explicit MatchReasons( const Switch &theSwitch );
@@ -18,7 +19,7 @@ class MatchReasons {
  private:
    using Request = QuarraTcam::ClassIdRequestStatus;
 
-   struct Holder {
+   struct PortHolder {
       const Request *request;
       U32 firstEntry;
    };
@@ -27,7 +28,8 @@ class MatchReasons {
    struct Group {
       const QuarraTcam::ClassIdTcamGroupConfig *config;
       const QuarraTcam::ClassIdTcamGroupStatus *status;
-      std::vector<std::vector<Holder>> holders; // by port index
+      std::optional<Space> space;                   // none without class IDs
+      std::vector<std::vector<PortHolder>> holders; // by port index
    };
 
    // What the key's class ID says of one mismatch.
@@ -42,12 +44,11 @@ class MatchReasons {
 
    const Group &groupOf( QuarraTcam::TcamGroupId id );
    std::size_t placeOf( const QuarraModPort &port ) const;
-   U64 poolBits( const Group &group, const QuarraTcam::PoolStatus &pool, std::size_t portIndex ) const;
    Case caseOf( const Mismatch &mismatch, const Group &group, const Request &request,
                 std::size_t portIndex ) const;
 
-   // The rules by which the library's records part from what was asked, and those by which the chip parts from
-   // the records. Each returns whether it is the one.
+   // The rules by which the library's records part from what was asked, and those by which the chip parts
+   // from the records. Each returns whether it is the one.
    bool inTheRecords( Mismatch &mismatch, const Group &group, const Request &request, std::size_t portIndex );
    bool atAFixedOffset( Mismatch &mismatch, const Case &found );
    bool lostABit( const Case &found ) const;

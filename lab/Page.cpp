@@ -213,7 +213,7 @@ JsonOut pageState( const Switch &theSwitch, const std::string &name, const PageN
    lists.addMismatches();
    auto refused = JsonOut::array();
    for ( const auto &item : notes.refused ) {
-      refused.push_back( { item.rule, item.code, item.message } );
+      refused.push_back( { item.rule, item.code, item.message, item.text } );
    }
    JsonOut state = { { "name", name }, { "spaces", spacesJson( theSwitch, ports, usageOf( theSwitch ) ) } };
    lists.moveInto( state );

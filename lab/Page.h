@@ -15,6 +15,7 @@ struct PageNotes {
       std::string rule;
       std::string code;
       std::string message;
+      std::string text = {}; // as its author wrote it
    };
    std::vector<Refused> refused;
    std::map<U32, std::string> ruleTexts; // by entry: the rule as its author wrote it

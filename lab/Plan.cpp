@@ -2,27 +2,27 @@
 
 #include <algorithm>
 
+#include "lab/FillRun.h"
 #include "lab/PlanRun.h"
-#include "lab/Usage.h"
 
 namespace QuarraLab {
 
 using namespace QuarraTcam;
 using QuarraAgent::InstallRequest;
-using QuarraAgent::RequestRefused;
 
 namespace {
 
-// What a switch is, and what it holds that belongs to no configuration.
+// What a switch is, and what it holds that stays whatever is wanted.
 struct Start {
    ChipChoice choice;
    std::vector<InstallRequest> others;
 };
 
-Start startOf( const Switch &theSwitch ) {
+Start startOf( const Switch &theSwitch, const ChangeOptions &options ) {
    Start start{ { &theSwitch.agent().variant(), theSwitch.agent().chip() }, {} };
    for ( const auto &[ id, entry ] : theSwitch.agent().entries() ) {
-      if ( !isOfConfiguration( entry.request ) ) {
+      if ( !isOfConfiguration( entry.request ) ||
+           ( options.keeps && options.keeps( ruleOf( entry.request ) ) ) ) {
          start.others.push_back( entry.request );
       }
    }
@@ -34,37 +34,16 @@ class Reloaded {
  public:
    explicit Reloaded( const Start &start ) : switch_( start.choice ) {
       for ( const auto &request : start.others ) {
-         lastEntry_ = std::max( lastEntry_, request.entry );
-         install( request );
+         run_.install( request );
       }
    }
 
-   // Whether there was room, and nothing else against it.
-   bool add( InstallRequest request ) {
-      do {
-         ++lastEntry_;
-      } while ( switch_.agent().entries().contains( lastEntry_ ) || !lastEntry_ );
-      request.entry = lastEntry_;
-      return install( request );
-   }
-
+   bool add( const InstallRequest &request ) { return run_.install( request ); }
    const Switch &theSwitch() const { return switch_; }
 
  private:
-   bool install( const InstallRequest &request ) {
-      try {
-         if ( mustBeCreated( switch_.agent(), request.group ) ) {
-            switch_.agent().createGroup( request.group );
-         }
-         switch_.agent().install( request );
-         return true;
-      } catch ( const RequestRefused & ) {
-         return false;
-      }
-   }
-
    Switch switch_;
-   U32 lastEntry_ = 0;
+   FillRun run_{ switch_.agent() };
 };
 
 Reload reload( const Start &start, const WantedEntries &wanted ) {
@@ -75,12 +54,8 @@ Reload reload( const Start &start, const WantedEntries &wanted ) {
    }
    const auto &theSwitch = reloaded.theSwitch();
    result.mismatches = checkMatches( theSwitch ).size();
-   result.spaces = fillOf( theSwitch );
-   for ( const auto &used : usageOf( theSwitch ).spaces ) {
-      std::ranges::find( result.spaces, stringValue( used.space.type ), &PeakOfSpace::name )->largestFreeRun =
-         used.largestFreeRun;
-   }
-   result.sdkWrites = sdkWritesOf( theSwitch.chip(), theSwitch.chip().callCounts() );
+   result.spaces = peaksNow( theSwitch );
+   result.sdkWrites = sdkWritesOf( theSwitch, theSwitch.chip().callCounts() );
    return result;
 }
 
@@ -102,8 +77,8 @@ std::vector<RulesOfTable> byTable( const std::vector<std::string> &rules, const 
    return tables;
 }
 
-// Port sets go in by the number of their rules: what finds no room then has the fewest. Where each port set takes
-// one bit this is the smallest number of rules; with wide pools no rule of it could stay.
+// Port sets go in by the number of their rules: what finds no room then has the fewest. Where each port set
+// takes one bit this is the smallest number of rules; with wide pools no rule of it could stay.
 std::vector<RulesOfTable> leaveOut( const Start &start, const WantedEntries &wanted ) {
    std::map<std::pair<TcamGroupId, std::vector<QuarraModPort>>, std::size_t> places;
    std::vector<std::vector<const InstallRequest *>> portSets;
@@ -183,7 +158,7 @@ Plan makePlan( std::unique_ptr<Switch> copy, const WantedEntries &wanted, const 
    for ( const auto &port : copy->agent().chip().ports ) {
       plan.portNames.emplace( port.port, port.intf );
    }
-   const auto start = startOf( *copy );
+   const auto start = startOf( *copy, options.change );
    if ( options.show ) {
       options.show( *copy, "before", plan );
    }

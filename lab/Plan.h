@@ -27,6 +27,7 @@ struct PlannedRule : RuleChange {
    std::optional<ClassIdPlace> placeBefore = {};
    std::optional<ClassIdPlace> placeAfter = {};
    GainedAndLost<QuarraModPort> ports = {}; // that carry its class ID; of one that is there before and after
+   std::vector<std::string> fields = {};    // what else it says, as its author wrote it; where somebody tells
 
    bool moves() const { return placeBefore && placeAfter && placeBefore != placeAfter; }
 };
@@ -105,15 +106,15 @@ struct PlanOptions {
    std::function<void( const Switch &copy, const char *when, const Plan &plan )> show = {};
 };
 
-// Makes the plan by carrying the change out on `copy`, which is of no use afterwards: what ChangeRun does there, it does on
-// the switch itself.
+// Makes the plan by carrying the change out on `copy`, which is of no use afterwards: what ChangeRun does
+// there, it does on the switch itself.
 Plan makePlan( std::unique_ptr<Switch> copy, const WantedEntries &wanted, const PlanOptions &options = {} );
 
 // Makes a switch that only this process knows of one that lasts: nothing it does from now on is kept.
 void detachFromStore( Switch &theSwitch );
 
-// A short text that is equal for switches that hold the same: entries as they were asked for, class IDs, pools, what the
-// chip holds. Names of keys do not count.
+// A short text that is equal for switches that hold the same: entries as they were asked for, class IDs,
+// pools, what the chip holds. Names of keys do not count.
 std::string stateDigest( const Switch &theSwitch );
 
 // ---- As JSON

@@ -1,3 +1,6 @@
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include "lab/Plan.h"
 
 namespace QuarraLab {
@@ -20,6 +23,9 @@ JsonOut rulesJson( const Plan &plan ) {
                        { "portsGained", namedPortsJson( rule.ports.gained, plan.portNames ) },
                        { "portsLost", namedPortsJson( rule.ports.lost, plan.portNames ) },
                        { "goesFirst", rule.goesFirst } };
+      if ( !rule.fields.empty() ) {
+         json[ "text" ] = fmt::format( "{}", fmt::join( rule.fields, ", " ) );
+      }
       if ( rule.fate == RuleFate::refused ) {
          json[ "error" ] = { { "code", rule.code }, { "message", rule.message } };
       }

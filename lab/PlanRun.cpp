@@ -7,76 +7,47 @@
 namespace QuarraLab {
 
 using namespace QuarraTcam;
-using QuarraAgent::Entry;
 using Kind = ChangeStep::Kind;
 
 namespace {
 
-const ClassIdRequestStatus &requestOf( const TcamAgent &agent, const Entry &entry ) {
-   return *agent.manager().classIdTcamGroupStatus( entry.request.group )->requestStatus( entry.key );
-}
-
 ClassIdPlace placeOf( const Holder &holder ) {
-   const auto type = classIdTcamGroupsInfo.at( holder.group )->classIdType();
-   return { holder.group.value(), std::string( stringValue( type ) ), holder.pool->baseOffset(),
-            holder.pool->size(), holder.request->classId() };
+   return { holder.group.value(), std::string( stringValue( typeOf( holder.group ) ) ),
+            holder.pool->baseOffset(), holder.pool->size(), holder.request->classId() };
 }
 
-ClassIdPlace placeOf( const TcamAgent &agent, const Entry &entry ) {
-   const auto &request = requestOf( agent, entry );
-   const auto &pool =
-      agent.manager().classIdTcamGroupStatus( entry.request.group )->poolStatus( request.poolId() );
-   return placeOf( Holder{ entry.request.group, pool.get(), &request } );
-}
-
-// Its coming or going changes what ports carry: nobody shares the class ID, or it is a reserved one, whose ports
-// change with each entry.
-bool changesPorts( const TcamAgent &agent, const Entry &entry ) {
-   const auto &request = requestOf( agent, entry );
+// An entry's coming or going changes what ports carry: nobody shares its class ID, or it is a reserved one,
+// whose ports change with each entry.
+bool changesPorts( const ClassIdRequestStatus &request ) {
    return request.entryRefs() == 1 || request.entryRefHas( INVALID_ENTRY_ID );
 }
 
 } // namespace
 
-U64 sdkWritesOf( const QuarraSimulator::SimulatedChip &chip, const std::map<std::string, U64> &calls ) {
+U64 sdkWritesOf( const Switch &theSwitch, const std::map<std::string, U64> &calls ) {
+   const auto &tableFunctions = theSwitch.agent().variant().generation.tableFunctions;
    U64 writes = 0;
    U64 words = 0;
-   bool logicalTables = false;
    for ( const auto &[ function, made ] : calls ) {
-      const bool ofLogicalTables = function.starts_with( "bcmlt_entry_" );
-      writes += ofLogicalTables ? 0 : made;
+      const bool ofTables = std::ranges::find( tableFunctions, function ) != tableFunctions.end();
+      writes += ofTables ? 0 : made;
       words += function == "portTableSet" ? made : 0;
-      logicalTables = logicalTables || ofLogicalTables;
    }
-   return logicalTables ? writes + chip.portWrites() - words : writes;
+   return tableFunctions.empty() ? writes : writes + theSwitch.chip().portWrites() - words;
 }
 
-std::vector<PeakOfSpace> fillOf( const Switch &theSwitch ) {
-   const auto &manager = theSwitch.agent().manager();
-   std::vector<PeakOfSpace> spaces;
-   for ( const auto &space : spacesOf( theSwitch ) ) {
-      const U32 used = manager.classIdHwStatus( space.type )->count();
-      spaces.push_back( { std::string( stringValue( space.type ) ), space.size, used, used, used } );
+std::vector<PeakOfSpace> peaksNow( const Switch &theSwitch ) {
+   std::vector<PeakOfSpace> peaks;
+   for ( const auto &now : levelsOf( theSwitch ) ) {
+      peaks.push_back( { now.name, now.size, now.used, now.used, now.used, now.largestFreeRun } );
    }
-   for ( const auto &[ group, config ] : classIdTcamGroupsInfo ) {
-      const auto &status = manager.classIdTcamGroupStatus( group );
-      if ( config->classIdType() != ClassIdType::aclGroupFixedWidth || !status ) {
-         continue;
-      }
-      const auto &pool = status->poolStatus( status->lastPoolNum() );
-      if ( pool && pool->size() > 1 ) {
-         const U32 used = status->requestStatuss();
-         spaces.push_back(
-            { "group " + std::to_string( group.value() ), ( 1U << pool->size() ) - 1, used, used, used } );
-      }
-   }
-   return spaces;
+   return peaks;
 }
 
 PlanRun::PlanRun( Switch &theSwitch, const WantedEntries &wanted, Plan &plan, const ChangeOptions &options )
    : switch_( theSwitch ), agent_( theSwitch.agent() ), change_( agent_, wanted, options ), plan_( plan ) {
    heldBefore_ = heldNow();
-   plan_.spaces = fillOf( switch_ );
+   plan_.spaces = peaksNow( switch_ );
    std::vector<WatchedRule> watched;
    std::map<U32, std::size_t> ruleOf;
    for ( std::size_t i = 0; i < change_.rules().size(); ++i ) {
@@ -94,7 +65,7 @@ PlanRun::PlanRun( Switch &theSwitch, const WantedEntries &wanted, Plan &plan, co
    }
    watch_.emplace( switch_, std::move( watched ), ruleOf );
    calls_ = switch_.chip().callCounts();
-   writes_ = sdkWritesOf( switch_.chip(), calls_ );
+   writes_ = sdkWritesOf( switch_, calls_ );
 }
 
 void PlanRun::run() {
@@ -157,7 +128,7 @@ void PlanRun::ends( const ChangeStep &step ) {
          step_.sdkCalls.emplace( function, made );
       }
    }
-   const U64 writes = sdkWritesOf( switch_.chip(), calls );
+   const U64 writes = sdkWritesOf( switch_, calls );
    calls_ = std::move( calls );
    step_.sdkWrites = writes - writes_;
    writes_ = writes;
@@ -170,18 +141,18 @@ void PlanRun::ends( const ChangeStep &step ) {
 }
 
 void PlanRun::tellPlace() {
-   const auto &entry = agent_.entries().at( step_.request.entry );
-   step_.place = placeOf( agent_, entry );
-   step_.changesPorts = changesPorts( agent_, entry );
+   const auto holder = holderOf( agent_, agent_.entries().at( step_.request.entry ) );
+   step_.place = placeOf( holder );
+   step_.changesPorts = changesPorts( *holder.request );
 }
 
 void PlanRun::measure() {
-   for ( const auto &now : fillOf( switch_ ) ) {
+   for ( const auto &now : levelsOf( switch_ ) ) {
       const auto item = std::ranges::find( plan_.spaces, now.name, &PeakOfSpace::name );
       if ( item == plan_.spaces.end() ) {
-         plan_.spaces.push_back( { now.name, now.size, 0, now.peak, 0 } );
+         plan_.spaces.push_back( { now.name, now.size, 0, now.used, 0 } );
       } else {
-         item->peak = std::max( item->peak, now.peak );
+         item->peak = std::max( item->peak, now.used );
       }
    }
 }
@@ -220,15 +191,11 @@ void PlanRun::finish() {
       }
       plan_.rules.push_back( std::move( rule ) );
    }
-   const auto usage = usageOf( switch_ );
-   const auto fill = fillOf( switch_ );
+   const auto levels = levelsOf( switch_ );
    for ( auto &space : plan_.spaces ) {
-      const auto now = std::ranges::find( fill, space.name, &PeakOfSpace::name );
-      space.after = now == fill.end() ? 0 : now->after;
-      const auto item = std::ranges::find_if( usage.spaces, [ & ]( const SpaceUsage &one ) {
-         return stringValue( one.space.type ) == space.name;
-      } );
-      space.largestFreeRun = item == usage.spaces.end() ? 0 : item->largestFreeRun;
+      const auto now = std::ranges::find( levels, space.name, &Level::name );
+      space.after = now == levels.end() ? 0 : now->used;
+      space.largestFreeRun = now == levels.end() ? 0 : now->largestFreeRun;
    }
    if ( !watch_->allIsRight() ) {
       plan_.mismatches = checkMatches( switch_ );

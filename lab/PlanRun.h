@@ -55,11 +55,11 @@ class PlanRun : private ChangeObserver {
    U64 writes_ = 0;
 };
 
-// Every space, in bits, and every fixed-width group with wide pools, in class IDs: as they are now.
-std::vector<PeakOfSpace> fillOf( const Switch &theSwitch );
+// The switch's levels, of which nothing is known but what they are now.
+std::vector<PeakOfSpace> peaksNow( const Switch &theSwitch );
 
-// Of the calls that the chip counted (callCounts()) those that wrote to it. Of the logical-table functions these are the
-// commits that wrote a port's value.
-U64 sdkWritesOf( const QuarraSimulator::SimulatedChip &chip, const std::map<std::string, U64> &calls );
+// Of the calls that the chip counted (callCounts()) those that wrote to it. Of the generation's table
+// functions these are the commits that wrote a port's value.
+U64 sdkWritesOf( const Switch &theSwitch, const std::map<std::string, U64> &calls );
 
 } // namespace QuarraLab

@@ -29,9 +29,9 @@ struct WrongForAWhile {
    auto operator<=>( const WrongForAWhile & ) const = default;
 };
 
-// Watches after each SDK call which rules match which ports. What is wrong before the first step, or still wrong after
-// the last one, is no matter of the way. On a variant whose helper keeps the ports' values, which change without an
-// SDK call, it looks after each step only.
+// Watches after each SDK call which rules match which ports. What is wrong before the first step, or still
+// wrong after the last one, is no matter of the way. On a variant whose helper keeps the ports' values, which
+// change without an SDK call, it looks after each step only.
 class PlanWatch {
  public:
    // Watches the switch's chip as long as it lives. `rules` come with the entries that stand for them now.
@@ -48,8 +48,8 @@ class PlanWatch {
 
    std::vector<WrongForAWhile> wrong() const;
 
-   // Each rule matches the ports that it should match after the change, and no other: for certain. Where it says no, a check
-   // has to tell.
+   // Each rule matches the ports that it should match after the change, and no other: for certain. Where it
+   // says no, a check has to tell.
    bool allIsRight() const;
 
  private:

@@ -2,14 +2,13 @@
 
 #include <algorithm>
 
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "agent/ChipState.h"
-#include "agent/SourceTrunkMapTables.h"
 #include "lab/SwitchDir.h"
 
 namespace QuarraLab {
 
 using namespace QuarraTcam;
-using enum ClassIdType;
 
 QuarraSimulator::ChipOptions chipOptions( const QuarraAgent::Variant &variant,
                                           const QuarraAgent::ChipConfig &config ) {
@@ -112,7 +111,7 @@ void Switch::start( const ChipChoice &choice, const SdkHooks &hooks ) {
 }
 
 U32 Switch::sourceTrunkMapWord( ClassIdType type, const QuarraModPort &port ) const {
-   return chip_->sourceTrunkMapWord( QuarraAgent::sourceTrunkMapTableOf( type ), port );
+   return chip_->sourceTrunkMapWord( sourceTrunkMapTableOf( type ), port );
 }
 
 bool Switch::isCpuPort( const QuarraModPort &port ) const {

@@ -70,8 +70,8 @@ class Switch {
    const SwitchDir *dir() const { return dir_.get(); }
    SwitchDir *dir() { return dir_.get(); }
 
-   // In a process that was forked: the directory stays open for the parent alone. It is not closed here, which
-   // would reach into the parent's files.
+   // In a process that was forked: the directory stays open for the parent alone. It is not closed here,
+   // which would reach into the parent's files.
    void leaveDirToParent();
 
  private:

@@ -109,8 +109,8 @@ SwitchDir::~SwitchDir() {
    }
 }
 
-// Everything is made in a directory beside, which takes its name when it is whole. What a process that died over
-// it left there is cleared away.
+// Everything is made in a directory beside, which takes its name when it is whole. What a process that died
+// over it left there is cleared away.
 void SwitchDir::startNew() {
    place_ = path_ + ".new";
    std::error_code error;

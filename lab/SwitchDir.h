@@ -10,9 +10,9 @@
 
 namespace QuarraLab {
 
-// The directory of a switch that lasts: the agent's store, "store.db", and beside it what the simulated chip holds,
-// "chip". Made with its first use, whole or not at all; used by one process at a time. Everything wrong throws
-// StoreRefused.
+// The directory of a switch that lasts: the agent's store, "store.db", and beside it what the simulated chip
+// holds, "chip". Made with its first use, whole or not at all; used by one process at a time. Everything
+// wrong throws StoreRefused.
 class SwitchDir {
  public:
    // The directory is opened, or where there is none, or an empty one, will be made for a switch of `choice`.

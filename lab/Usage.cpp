@@ -5,10 +5,11 @@
 #include <optional>
 #include <set>
 
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
+
 namespace QuarraLab {
 
 using namespace QuarraTcam;
-using enum QuarraTcam::ClassIdType;
 
 namespace {
 
@@ -72,7 +73,7 @@ U32 furtherPortSets( const QuarraTcamPortsManager &manager, TcamGroupId group ) 
    const U32 numPools = config.classIdNumPools();
    const U32 width = config.classIdPoolWidth();
    auto runs = freeRuns( bitmap );
-   if ( type == aclGroupFixedWidth ) {
+   if ( poolsComeWithGroup( type ) ) {
       const bool fits = std::ranges::any_of( runs, [ & ]( U32 run ) { return run >= numPools * width; } );
       return status ? freeInPools( status ) : fits ? numPools * classIdsOfWidth( width ) : 0;
    }
@@ -146,15 +147,23 @@ Usage usageOf( const Switch &theSwitch ) {
    return usage;
 }
 
-std::vector<Level> levelsOf( const Usage &usage ) {
+std::vector<Level> levelsOf( const Switch &theSwitch ) {
+   const auto &manager = theSwitch.agent().manager();
    std::vector<Level> levels;
-   for ( const auto &space : usage.spaces ) {
-      levels.push_back( { std::string( stringValue( space.space.type ) ), space.used, space.space.size } );
+   for ( const auto &space : spacesOf( theSwitch ) ) {
+      const auto usage = usageOfSpace( manager, space );
+      levels.push_back(
+         { std::string( stringValue( space.type ) ), usage.used, space.size, usage.largestFreeRun } );
    }
-   for ( const auto &group : usage.groups ) {
-      if ( group.type == aclGroupFixedWidth && group.poolWidth > 1 && group.pools ) {
-         levels.push_back( { "group " + std::to_string( group.group.value() ), group.classIdsLent,
-                             group.classIdsLent + group.furtherPortSets } );
+   for ( const auto group : getTcamGroups() ) {
+      const auto &status = manager.classIdTcamGroupStatus( group );
+      if ( !status || !poolsComeWithGroup( typeOf( group ) ) ) {
+         continue;
+      }
+      const auto &pool = status->poolStatus( status->lastPoolNum() );
+      if ( pool && pool->size() > 1 ) {
+         levels.push_back( { "group " + std::to_string( group.value() ), status->requestStatuss(),
+                             classIdsOfWidth( pool->size() ) } );
       }
    }
    return levels;

@@ -47,10 +47,10 @@ struct Usage {
 
 Usage usageOf( const Switch &theSwitch );
 
-// The largest number of further port sets that a group can take, by the rules of reservation: a free class ID of
-// any of its pools, then a new pool of the group's width, then a new pool of one bit; a fixed-width group has
-// the pool that it gets when it is created. Nothing is reserved. 0 for groups that take only what was reserved
-// at start-up.
+// The largest number of further port sets that a group can take, by the rules of reservation: a free class ID
+// of any of its pools, then a new pool of the group's width, then a new pool of one bit; a fixed-width group
+// has the pool that it gets when it is created. Nothing is reserved. 0 for groups that take only what was
+// reserved at start-up.
 U32 furtherPortSets( const QuarraTcam::QuarraTcamPortsManager &manager, TcamGroupId group );
 
 // What decides whether somebody is called: the fullest space, or fixed-width group, in percent.
@@ -58,12 +58,13 @@ struct Level {
    std::string name; // "aclGroupFlexibleWidth", "group 16"
    U32 used = 0;
    U32 size = 0;
+   U32 largestFreeRun = 0; // of bits; 0 for a group
    double percent() const { return size ? 100.0 * used / size : 0; }
 };
 
 // Every space, in bits; and every fixed-width group that has been created with pools wider than one bit, in
 // class IDs, because it is full when these are lent, whatever the space has left.
-std::vector<Level> levelsOf( const Usage &usage );
+std::vector<Level> levelsOf( const Switch &theSwitch );
 
 enum class Health {
    ok = 0,
@@ -77,7 +78,7 @@ struct Monitoring {
    Health health;
    std::string line;
 };
-Monitoring monitor( const Usage &usage, double warnPercent, double critPercent );
+Monitoring monitor( const std::vector<Level> &levels, double warnPercent, double critPercent );
 
 // The text exposition format of Prometheus.
 std::string prometheusText( const Switch &theSwitch, const Usage &usage );

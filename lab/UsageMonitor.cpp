@@ -15,8 +15,17 @@ Health healthOf( const Level &level, double warnPercent, double critPercent ) {
 }
 
 std::string_view wordOf( Health health ) {
-   constexpr std::string_view words[] = { "OK", "WARNING", "CRITICAL", "UNKNOWN" };
-   return words[ static_cast<std::size_t>( health ) ];
+   switch ( health ) {
+   case Health::ok:
+      return "OK";
+   case Health::warning:
+      return "WARNING";
+   case Health::critical:
+      return "CRITICAL";
+   case Health::unknown:
+      break;
+   }
+   return "UNKNOWN";
 }
 
 // 'group 16'=12.5%;70;90;0;100
@@ -25,8 +34,9 @@ std::string perfData( const Level &level, double warnPercent, double critPercent
                        critPercent );
 }
 
-// A label's value: a backslash, a quote and a line's end are written with a backslash, and these three are all that
-// the format knows of. What else terminals obey, and what is no UTF-8, becomes the text that reports have for it.
+// A label's value: a backslash, a quote and a line's end are written with a backslash, and these three are
+// all that the format knows of. What else terminals obey, and what is no UTF-8, becomes the text that reports
+// have for it.
 std::string labelValue( std::string_view text ) {
    std::string escaped;
    while ( !text.empty() ) {
@@ -58,12 +68,11 @@ class Metric {
 
 } // namespace
 
-Monitoring monitor( const Usage &usage, double warnPercent, double critPercent ) {
+Monitoring monitor( const std::vector<Level> &levels, double warnPercent, double critPercent ) {
    Health worst = Health::ok;
    std::string notes; // the fullest first would hide which others are bad, so all that are bad are named
    std::string perf;
    const Level *fullest = nullptr;
-   const auto levels = levelsOf( usage );
    for ( const auto &level : levels ) {
       const auto health = healthOf( level, warnPercent, critPercent );
       worst = std::max( worst, health );

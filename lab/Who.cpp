@@ -1,9 +1,10 @@
 #include "lab/Who.h"
 
 #include <algorithm>
-#include <map>
 
 #include <fmt/format.h>
+
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 
 namespace QuarraLab {
 
@@ -16,8 +17,22 @@ const auto &managerOf( const Switch &theSwitch ) {
    return theSwitch.agent().manager();
 }
 
-bool isAclGroup( ClassIdType type ) {
-   return type == aclGroupFlexibleWidth || type == aclGroupFixedWidth;
+// What is typed for the space's name.
+std::string_view shortName( ClassIdType type ) {
+   switch ( type ) {
+   case ifpSourceTrunkMap:
+      return "ifp";
+   case vfpSourceTrunkMap:
+      return "vfp";
+   case aclGroupFlexibleWidth:
+      return "flexible";
+   case aclGroupFixedWidth:
+      return "fixed";
+   case classIdInvalid:
+   case classIdMax:
+      break;
+   }
+   return "";
 }
 
 std::optional<Space> spaceOfType( const Switch &theSwitch, ClassIdType type ) {
@@ -28,33 +43,31 @@ std::optional<Space> spaceOfType( const Switch &theSwitch, ClassIdType type ) {
 
 } // namespace
 
+ClassIdType typeOf( TcamGroupId group ) {
+   const auto item = classIdTcamGroupsInfo.find( group );
+   return item == classIdTcamGroupsInfo.end() ? classIdInvalid : item->second->classIdType();
+}
+
 std::vector<Space> spacesOf( const Switch &theSwitch ) {
    std::vector<Space> spaces;
-   for ( const auto type :
-         { ifpSourceTrunkMap, vfpSourceTrunkMap, aclGroupFlexibleWidth, aclGroupFixedWidth } ) {
+   for ( const auto type : Nodra::enumerators<ClassIdType>() ) {
       if ( managerOf( theSwitch ).classIdHwStatusHas( type ) ) {
-         const U32 firstBit =
-            type == aclGroupFixedWidth ? U32{ theSwitch.agent().chip().flexibleBits } : U32{ 0 };
-         spaces.push_back( { type, managerOf( theSwitch ).classIdHwStatus( type )->size(), firstBit } );
+         spaces.push_back( { type, managerOf( theSwitch ).classIdHwStatus( type )->size(),
+                             firstBitOf( type, theSwitch.agent().chip().flexibleBits ) } );
       }
    }
    return spaces;
 }
 
 std::optional<Space> spaceOf( const Switch &theSwitch, TcamGroupId group ) {
-   return spaceOfType( theSwitch, classIdTcamGroupsInfo.at( group )->classIdType() );
+   return spaceOfType( theSwitch, typeOf( group ) );
 }
 
 Space spaceNamed( const Switch &theSwitch, const std::string &name ) {
-   static const std::map<std::string_view, ClassIdType> shortNames = { { "ifp", ifpSourceTrunkMap },
-                                                                       { "vfp", vfpSourceTrunkMap },
-                                                                       { "flexible", aclGroupFlexibleWidth },
-                                                                       { "fixed", aclGroupFixedWidth } };
-   const auto item = shortNames.find( name );
    std::string known;
    for ( const auto &space : spacesOf( theSwitch ) ) {
       known += ( known.empty() ? "" : ", " ) + std::string( stringValue( space.type ) );
-      if ( stringValue( space.type ) == name || ( item != shortNames.end() && item->second == space.type ) ) {
+      if ( name == stringValue( space.type ) || name == shortName( space.type ) ) {
          return space;
       }
    }
@@ -64,21 +77,33 @@ Space spaceNamed( const Switch &theSwitch, const std::string &name ) {
 
 Vesk::Bitmap carriedValue( const Switch &theSwitch, const Space &space, const QuarraModPort &port ) {
    Vesk::Bitmap value( 0, space.size, Vesk::HBitmap::BitState::clear );
-   if ( !isAclGroup( space.type ) ) {
+   switch ( classIdSpace( space.type )->field ) {
+   case ClassIdField::sourceTrunkMapWord: {
       const U32 word = theSwitch.sourceTrunkMapWord( space.type, port );
       for ( U32 bit = 0; bit < space.size; ++bit ) {
          if ( word >> bit & 1 ) {
             value.set( bit );
          }
       }
-      return value;
+      break;
    }
-   for ( const U32 bit : theSwitch.aclGroup( port ).setBits() ) {
-      if ( bit >= space.firstBit && bit - space.firstBit < space.size ) {
-         value.set( bit - space.firstBit );
+   case ClassIdField::aclGroupValue:
+      for ( const U32 bit : theSwitch.aclGroup( port ).setBits() ) {
+         if ( bit >= space.firstBit && bit - space.firstBit < space.size ) {
+            value.set( bit - space.firstBit );
+         }
       }
+      break;
    }
    return value;
+}
+
+U32 valueIn( const Vesk::Bitmap &value, const PoolStatus &pool ) {
+   U32 inPool = 0;
+   for ( U32 bit = 0; bit < pool.size(); ++bit ) {
+      inPool |= U32{ value.test( pool.baseOffset() + bit ) } << bit;
+   }
+   return inPool;
 }
 
 std::vector<U32> Holder::bits() const {
@@ -89,6 +114,13 @@ std::vector<U32> Holder::bits() const {
       }
    }
    return bits;
+}
+
+Holder holderOf( const TcamAgent &agent, const QuarraAgent::Entry &entry ) {
+   const auto group = entry.request.group;
+   const auto &status = agent.manager().classIdTcamGroupStatus( group );
+   const auto &request = status->requestStatus( entry.key );
+   return { group, status->poolStatus( request->poolId() ).get(), request.get() };
 }
 
 std::vector<Holder> holdersOf( const Switch &theSwitch ) {
@@ -107,7 +139,7 @@ std::vector<GroupPool> poolsOf( const Switch &theSwitch, ClassIdType type ) {
    std::vector<GroupPool> pools;
    for ( const auto group : getTcamGroups() ) {
       const auto &status = managerOf( theSwitch ).classIdTcamGroupStatus( group );
-      if ( status && classIdTcamGroupsInfo.at( group )->classIdType() == type ) {
+      if ( status && typeOf( group ) == type ) {
          for ( const auto &[ id, pool ] : status->poolStatus() ) {
             pools.push_back( { group, pool.get() } );
          }
@@ -143,8 +175,7 @@ BitReport whoHoldsBit( const Switch &theSwitch, const Space &space, U32 bit ) {
    }
    for ( const auto &holder : holdersOf( theSwitch ) ) {
       const auto bits = holder.bits();
-      if ( classIdTcamGroupsInfo.at( holder.group )->classIdType() == space.type &&
-           std::ranges::binary_search( bits, bit ) ) {
+      if ( typeOf( holder.group ) == space.type && std::ranges::binary_search( bits, bit ) ) {
          report.holders.push_back( holder );
       }
    }
@@ -199,7 +230,7 @@ JsonOut holderJson( const Switch &theSwitch, const PortsJson &ports, const Holde
       }
    }
    return { { "group", holder.group.value() },
-            { "space", stringValue( classIdTcamGroupsInfo.at( holder.group )->classIdType() ) },
+            { "space", stringValue( typeOf( holder.group ) ) },
             { "pool", holder.pool->poolId() },
             { "classId", holder.request->classId() },
             { "bits", holder.bits() },

@@ -22,6 +22,9 @@ struct Space {
    U32 firstBit = 0; // where the space starts in that value; 0 for a space with a word of its own
 };
 
+// The type of a group's class IDs; classIdInvalid for a group that has none on this chip.
+ClassIdType typeOf( TcamGroupId group );
+
 // The spaces of the chip, by type; none of size 0.
 std::vector<Space> spacesOf( const Switch &theSwitch );
 
@@ -35,6 +38,9 @@ Space spaceNamed( const Switch &theSwitch, const std::string &name );
 // What a port carries in the space.
 Vesk::Bitmap carriedValue( const Switch &theSwitch, const Space &space, const QuarraModPort &port );
 
+// The value that a pool's bits have in a port's value of the space.
+U32 valueIn( const Vesk::Bitmap &value, const PoolStatus &pool );
+
 // A class ID that is lent. The pointers are the manager's records: good until the switch is changed.
 struct Holder {
    TcamGroupId group;
@@ -44,6 +50,9 @@ struct Holder {
    // The bits of the space that the class ID sets, rising.
    std::vector<U32> bits() const;
 };
+
+// The class ID of an installed entry.
+Holder holderOf( const TcamAgent &agent, const QuarraAgent::Entry &entry );
 
 // All class IDs that are lent, by group and in order of creation.
 std::vector<Holder> holdersOf( const Switch &theSwitch );

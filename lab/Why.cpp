@@ -9,7 +9,6 @@
 namespace QuarraLab {
 
 using namespace QuarraTcam;
-using enum QuarraTcam::ClassIdType;
 
 namespace {
 
@@ -20,22 +19,6 @@ const QuarraAgent::Entry &installed( const Switch &theSwitch, U32 entry ) {
                                          fmt::format( "there is no entry {} on the switch", entry ) );
    }
    return item->second;
-}
-
-Holder holderOf( const Switch &theSwitch, const QuarraAgent::Entry &entry ) {
-   const auto group = entry.request.group;
-   const auto &status = theSwitch.agent().manager().classIdTcamGroupStatus( group );
-   const auto &request = status->requestStatus( entry.key );
-   return { group, status->poolStatus( request->poolId() ).get(), request.get() };
-}
-
-// The value that a pool's bits have in a port's value of the space.
-U32 valueIn( const Vesk::Bitmap &value, const PoolStatus &pool ) {
-   U32 inPool = 0;
-   for ( U32 bit = 0; bit < pool.size(); ++bit ) {
-      inPool |= U32{ value.test( pool.baseOffset() + bit ) } << bit;
-   }
-   return inPool;
 }
 
 std::optional<Holder> lentAs( const std::vector<Holder> &holders, const GroupPool &pool, U32 value ) {
@@ -129,7 +112,7 @@ MatchAnswer whyMatches( const Switch &theSwitch, U32 entry, const QuarraModPort 
    answer.entry = entry;
    answer.port = port;
    answer.space = *space;
-   answer.holder = holderOf( theSwitch, record );
+   answer.holder = holderOf( theSwitch.agent(), record );
    answer.compared = !( record.request.ethernet && theSwitch.isCpuPort( port ) );
    answer.asked = record.request.ethernet
                      ? answer.compared
@@ -231,7 +214,8 @@ JsonOut matchAnswerJson( const Switch &theSwitch, const MatchAnswer &answer ) {
             { "asAsked", answer.asAsked() } };
 }
 
-JsonOut portReportJson( const Switch &theSwitch, const PortReport &report ) {
+JsonOut portReportJson( const Switch &theSwitch, const PortReport &report,
+                        const std::map<U32, std::string> &ruleTexts ) {
    const PortsJson ports( theSwitch );
    JsonOut json = { { "port", ports.port( report.port ) } };
    auto carries = JsonOut::array();
@@ -248,6 +232,10 @@ JsonOut portReportJson( const Switch &theSwitch, const PortReport &report ) {
       one[ "knownBehaviour" ] = behaviour.empty() ? JsonOut() : JsonOut( behaviour );
       one[ "reason" ] =
          asAsked ? JsonOut() : JsonOut( reasonText( theSwitch.agent().variant(), mismatch->second ) );
+      if ( const auto text = ruleTexts.find( answer.entry );
+           text != ruleTexts.end() && !text->second.empty() ) {
+         one[ "text" ] = text->second;
+      }
       answers.push_back( std::move( one ) );
    }
    json[ "carries" ] = std::move( carries );

@@ -75,6 +75,8 @@ PortReport explainPort( const Switch &theSwitch, const QuarraModPort &port, std:
 
 JsonOut spaceReadingJson( const Switch &theSwitch, const PortsJson &ports, const SpaceReading &reading );
 JsonOut matchAnswerJson( const Switch &theSwitch, const MatchAnswer &answer );
-JsonOut portReportJson( const Switch &theSwitch, const PortReport &report );
+// `ruleTexts`: by entry, the rule as its author wrote it, where somebody knows.
+JsonOut portReportJson( const Switch &theSwitch, const PortReport &report,
+                        const std::map<U32, std::string> &ruleTexts = {} );
 
 } // namespace QuarraLab

@@ -7,8 +7,8 @@
 
 #include "Nodra/Trace.h"
 
-// What the SDK's functions were called with, at level 5 of the trace handle "SimulatedChip": the caller's own trace
-// has the text of the call, which names variables.
+// What the SDK's functions were called with, at level 5 of the trace handle "SimulatedChip": the caller's own
+// trace has the text of the call, which names variables.
 namespace QuarraSimulator {
 
 extern Nodra::TraceHandle chipTrace;

@@ -56,8 +56,8 @@ class LogicalTable {
 
    const Entries &entries() const { return entries_; }
 
-   // An entry's fields, the key left out, as one value that starts with the lowest bit of the first field. All
-   // clear when there is no entry.
+   // An entry's fields, the key left out, as one value that starts with the lowest bit of the first field.
+   // All clear when there is no entry.
    AclGroupValue value( U64 key ) const;
    void valueIs( U64 key, const AclGroupValue &value ); // makes the entry where there is none
 

@@ -29,8 +29,8 @@ class LogicalTables {
    // Fails when all handles are in use (memory).
    int allocate( const char *table, bcmlt_entry_handle_t *entry );
 
-   // Fails for a value that is wider than the field, or than the chip's ACL-group value leaves of it, and for a
-   // key past the table's end (parameter).
+   // Fails for a value that is wider than the field, or than the chip's ACL-group value leaves of it, and for
+   // a key past the table's end (parameter).
    int fieldAdd( bcmlt_entry_handle_t entry, const char *field, U64 value );
 
    // Fails for a field that has no value (not found).

@@ -157,8 +157,8 @@ class QUARRA_SIMULATOR_API SimulatedChip : public Sdk::Shim {
    // show in tableEntries().
    std::string digest() const;
 
-   // ---- Past the SDK: no call, not counted and not observed. To give a new chip what an earlier one held, and
-   // to damage what a chip holds.
+   // ---- Past the SDK: no call, not counted and not observed. To give a new chip what an earlier one held,
+   // and to damage what a chip holds.
 
    // Of a port (HSDK: system port; makes its table entry). Bits beyond aclGroupBits are left out.
    void aclGroupIs( U32 port, const Vesk::Bitmap &value );
@@ -179,16 +179,17 @@ class QUARRA_SIMULATOR_API SimulatedChip : public Sdk::Shim {
    U32 liveHandles() const;
    std::vector<std::string> liveHandleTexts() const;
 
-   // Writes of a port's value or word since the chip was made: each port whose word a call changed (SDK6), each
-   // table entry that a commit wrote (HSDK), each word of the source-trunk map that was set.
+   // Writes of a port's value or word since the chip was made: each port whose word a call changed (SDK6),
+   // each table entry that a commit wrote (HSDK), each word of the source-trunk map that was set.
    U64 portWrites() const;
 
    // What one bit of the ACL-group value costs of these, when a port gains it and no other port changes.
    U64 writesOfABit( U32 port ) const;
 
-   // Calls the observer after each call of an SDK function, failed ones too, when the chip is as the call left
-   // it. An observer may ask the chip whatever is const here: which ports an entry matches, values, words,
-   // entries, the digest. It may not call the SDK, nor destroy the chip. An empty one observes no more.
+   // Calls the observer after each call of an SDK function, failed ones too, when the chip is as the call
+   // left it. An observer may ask the chip whatever is const here: which ports an entry matches, values,
+   // words, entries, the digest. It may not call the SDK, nor destroy the chip. An empty one observes no
+   // more.
    void observerIs( Observer observer );
 
    // Fails the n-th call from now on (1: the next), of all functions or of the named one, once: it returns

@@ -7,8 +7,9 @@
 // Harm to the files of a switch's directory, as a loss of power or a bad disk does it.
 namespace QuarraSoak {
 
-// Makes the last commit one that was written in part: the log's file up to a point anywhere, behind it what was there
-// before. Only for a process that died right after a commit; false where the commit cannot have been torn.
+// Makes the last commit one that was written in part: the log's file up to a point anywhere, behind it what
+// was there before. Only for a process that died right after a commit; false where the commit cannot have
+// been torn.
 bool tearCommit( const std::string &dir, Choices &choices );
 
 // Cuts, overwrites or takes away a part of the store; says what it did.

@@ -43,7 +43,8 @@ History historyOf( const TinyWorld &world, const Steps &steps ) {
    return history;
 }
 
-// Carries a history out on a switch that lasts, each operation in a start of its own. Gives the first difference.
+// Carries a history out on a switch that lasts, each operation in a start of its own. Gives the first
+// difference.
 std::string restartAfterEach( const TinyWorld &world, const Steps &steps, const std::string &dir ) {
    std::filesystem::remove_all( dir );
    std::optional<Model> model;
@@ -166,8 +167,8 @@ class World {
    Digests known_;
 };
 
-// Lines of a process: "s PARENT STEP DIGEST DIGEST" for a state that may be new, "n HISTORIES RESTARTS" at the end; and of
-// a failure "f STEPS..." and the difference.
+// Lines of a process: "s PARENT STEP DIGEST DIGEST" for a state that may be new, "n HISTORIES RESTARTS" at
+// the end; and of a failure "f STEPS..." and the difference.
 int expandStates( std::FILE *output, const World &world, std::size_t from, std::size_t to, U32 restartOneIn,
                   const std::string &scratch ) {
    Digests told;
@@ -263,8 +264,8 @@ class Exhaust {
       return states;
    }
 
-   // From all states of a length of history. Pieces are taken in their order, so that a state's history does not
-   // depend on who is first. False when it was stopped.
+   // From all states of a length of history. Pieces are taken in their order, so that a state's history does
+   // not depend on who is first. False when it was stopped.
    bool expandLevel( World &world, std::size_t &first ) {
       const std::size_t end = world.states();
       std::size_t next = first;

@@ -38,9 +38,10 @@ struct ExhaustiveResult {
    bool good() const { return !failure && problem.empty() && !signal; }
 };
 
-// Goes through the worlds in turn, a depth at a time. A state is known by its text; each is reached by its shortest history,
-// and from each every operation is carried out, library, agent and chip compared with the model after it, and what
-// matches watched between its SDK calls. Ends at the first failure. `progress` is called now and then.
+// Goes through the worlds in turn, a depth at a time. A state is known by its text; each is reached by its
+// shortest history, and from each every operation is carried out, library, agent and chip compared with the
+// model after it, and what matches watched between its SDK calls. Ends at the first failure. `progress` is
+// called now and then.
 ExhaustiveResult exhaust( const ExhaustiveOptions &options,
                           const std::function<void( const ExhaustiveResult & )> &progress );
 

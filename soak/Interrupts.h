@@ -2,8 +2,8 @@
 
 namespace QuarraSoak {
 
-// While it lives, SIGINT, SIGTERM and SIGHUP are noted and do not end the process, those excepted that are ignored
-// already; and children can be waited for, whatever SIGCHLD was set to. One at a time.
+// While it lives, SIGINT, SIGTERM and SIGHUP are noted and do not end the process, those excepted that are
+// ignored already; and children can be waited for, whatever SIGCHLD was set to. One at a time.
 class Interrupts {
  public:
    Interrupts();

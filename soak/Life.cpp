@@ -19,8 +19,17 @@ namespace {
 using QuarraAgent::Restarted;
 using QuarraLab::SwitchDir;
 
-constexpr const char *stepNames[] = { "beforeSdkCall", "afterSdkCall", "beforeCommit", "afterCommit" };
-constexpr const char *restartNames[] = { "nothingInFlight", "undone", "done" };
+const char *nameOf( Restarted::Outcome outcome ) {
+   switch ( outcome ) {
+   case Restarted::Outcome::nothingInFlight:
+      return "nothingInFlight";
+   case Restarted::Outcome::undone:
+      return "undone";
+   case Restarted::Outcome::done:
+      break;
+   }
+   return "done";
+}
 
 // The process itself, seen from inside.
 class Process {
@@ -187,7 +196,17 @@ std::string again( Switch &theSwitch, Process &process, const DeadlyOperation &d
 } // namespace
 
 std::string nameOf( Step step ) {
-   return stepNames[ static_cast<int>( step ) ];
+   switch ( step ) {
+   case Step::beforeSdkCall:
+      return "beforeSdkCall";
+   case Step::afterSdkCall:
+      return "afterSdkCall";
+   case Step::beforeCommit:
+      return "beforeCommit";
+   case Step::afterCommit:
+      break;
+   }
+   return "afterCommit";
 }
 
 LifeEnd prepare( const Life &life, const std::vector<Operation> &operations, const Model &model ) {
@@ -224,7 +243,7 @@ LifeEnd takeOver( const Life &life, const DeadlyOperation &deadly ) {
          Switch &theSwitch = process.open( &deadly.operation );
          auto difference = process.watched( deadly.after );
          const auto &restarted = theSwitch.dir()->restarted();
-         std::fprintf( output, "restart %s\n", restartNames[ static_cast<int>( restarted.outcome ) ] );
+         std::fprintf( output, "restart %s\n", nameOf( restarted.outcome ) );
          const auto *const expected = expectedAfter( restarted, deadly, theSwitch );
          const bool named = restarted.outcome == Restarted::Outcome::nothingInFlight ||
                             sameRequest( restarted.request, deadly.operation );

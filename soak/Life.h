@@ -43,9 +43,9 @@ LifeEnd prepare( const Life &life, const std::vector<Operation> &operations, con
 // A process that carries the operation out.
 LifeEnd carryOut( const Life &life, const DeadlyOperation &deadly );
 
-// A process that takes over from one that died over the operation. All state must be that before or after it, as
-// the answer says, and between any two SDK calls nothing else may change what it matches. Then the operation is
-// asked for again where it was undone.
+// A process that takes over from one that died over the operation. All state must be that before or after it,
+// as the answer says, and between any two SDK calls nothing else may change what it matches. Then the
+// operation is asked for again where it was undone.
 LifeEnd takeOver( const Life &life, const DeadlyOperation &deadly );
 
 } // namespace QuarraSoak

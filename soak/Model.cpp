@@ -140,7 +140,8 @@ U16 Model::takePools( U16 id, U8 width ) {
    happened( state.pools.empty() ? Event::newPool : Event::secondPool );
    U16 last = 0;
    for ( U8 n = 0; n < group.numPools; ++n ) {
-      // When all ids have been handed out, the lowest that no pool holds; pools stand in the order of their ids.
+      // When all ids have been handed out, the lowest that no pool holds; pools stand in the order of their
+      // ids.
       auto place = state.pools.end();
       U16 poolId = 1;
       if ( state.lastPool < 0xffff ) {

@@ -85,7 +85,8 @@ struct Qualifier {
 // How a request ends. Which of its mistakes a refusal names is not the model's business.
 enum class Outcome { done, refused, noRoom };
 
-// Rules of the system by which an entry does not match exactly what it was asked for; docs/known-behaviours.md.
+// Rules of the system by which an entry does not match exactly what it was asked for;
+// docs/known-behaviours.md.
 enum class Rule {
    portTaken,
    bitWithoutOthers,

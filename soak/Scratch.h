@@ -4,8 +4,8 @@
 
 namespace QuarraSoak {
 
-// A directory of its own, that goes with this object: in TMPDIR, or where that is not set in memory, if there is
-// such a file system. What is written there need not outlive the machine.
+// A directory of its own, that goes with this object: in TMPDIR, or where that is not set in memory, if there
+// is such a file system. What is written there need not outlive the machine.
 class Scratch {
  public:
    Scratch(); // throws std::system_error

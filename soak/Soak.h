@@ -2,8 +2,9 @@
 
 #include "soak/Episode.h"
 
-// Episodes without end, in processes of their own: plain ones, or ones over which further processes die. What happens depends on the seed and the number of operations
-// alone, not on the machine or on how many processes share the work.
+// Episodes without end, in processes of their own: plain ones, or ones over which further processes die. What
+// happens depends on the seed and the number of operations alone, not on the machine or on how many processes
+// share the work.
 namespace QuarraSoak {
 
 struct SoakOptions {

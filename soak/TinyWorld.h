@@ -7,8 +7,8 @@
 // Worlds small enough that every history of some operations can be carried out.
 namespace QuarraSoak {
 
-// A chip of a few bits, two ports and the CPU's, and some groups of different kinds. Its operations are numbered; what
-// one of them asks for depends on the state only by the number of the entry that is next.
+// A chip of a few bits, two ports and the CPU's, and some groups of different kinds. Its operations are
+// numbered; what one of them asks for depends on the state only by the number of the entry that is next.
 class TinyWorld {
  public:
    TinyWorld( std::string name, ChipChoice chip, std::vector<U16> groups, const Model &model );
@@ -31,7 +31,8 @@ class TinyWorld {
 // Those of a variant: one for each kind of class-ID space, and one where kinds meet.
 std::vector<TinyWorld> tinyWorlds( const QuarraAgent::Variant &variant );
 
-// All of a state that decides what comes next, as text. Keys go by their order, not by their names, which count up.
+// All of a state that decides what comes next, as text. Keys go by their order, not by their names, which
+// count up.
 std::string textOf( const Model &model );
 
 // What stands for a text.

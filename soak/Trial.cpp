@@ -16,8 +16,15 @@ Outcome outcomeOf( const std::string &code ) {
 }
 
 const char *nameOf( Outcome outcome ) {
-   constexpr const char *names[] = { "done", "refused", "no room" };
-   return names[ static_cast<int>( outcome ) ];
+   switch ( outcome ) {
+   case Outcome::done:
+      return "done";
+   case Outcome::refused:
+      return "refused";
+   case Outcome::noRoom:
+      break;
+   }
+   return "no room";
 }
 
 } // namespace

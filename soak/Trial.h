@@ -20,8 +20,8 @@ std::string compareOutcomes( const std::string &outcome, const Hint &hint, Outco
 // A switch and the model of it, side by side.
 class Trial {
  public:
-   // Throws RequestRefused when the chip cannot be one of the variant. Remembers the state after set-up, which takes
-   // longer than all else, where it is to be asked what is left behind.
+   // Throws RequestRefused when the chip cannot be one of the variant. Remembers the state after set-up,
+   // which takes longer than all else, where it is to be asked what is left behind.
    explicit Trial( const ChipChoice &choice, bool remembersStart = true );
 
    // Carries the operation out on both, and compares nothing.

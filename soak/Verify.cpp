@@ -6,8 +6,8 @@
 #include <fmt/ranges.h>
 
 #include "QuarraTcam/QuarraTcamCommonData.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "agent/Shadow.h"
-#include "agent/SourceTrunkMapTables.h"
 
 namespace QuarraSoak {
 namespace {
@@ -66,7 +66,6 @@ PortSet portSetOf( const IntfGroupInfo &intfGroup ) {
 }
 
 // ---- The library
-// --------------------------------------------------------------------------------------------
 
 void verifySpaces( const Model &model, const QuarraTcamPortsManager &manager ) {
    for ( const auto &[ space, size ] : model.chip().sizes ) {
@@ -178,7 +177,6 @@ void verifyEntries( const Model &model, const Switch &theSwitch ) {
 }
 
 // ---- The chip
-// -----------------------------------------------------------------------------------------------
 
 std::map<U32, std::set<U32>> carriersOf( const Switch &theSwitch ) {
    std::map<U32, std::set<U32>> carriers;
@@ -216,7 +214,8 @@ void verifyPortValues( const Model &model, const Switch &theSwitch ) {
       same( fmt::format( "ports with bit {}", bit ), ports, model.aclGroupBits().at( bit ) );
    }
    std::size_t posted = 0;
-   for ( const auto &[ type, table ] : QuarraAgent::sourceTrunkMapTables ) {
+   for ( const auto type : sourceTrunkMapTypes ) {
+      const U8 table = sourceTrunkMapTableOf( type );
       const auto space = static_cast<Space>( type );
       for ( const auto &[ port, word ] : model.words( space ) ) {
          same( fmt::format( "table {} port {}/{}", table, port.modId().value(), port.port() ),

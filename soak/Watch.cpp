@@ -77,8 +77,8 @@ void Watch::look( const QuarraSimulator::SdkCallSeen &seen ) {
    }
 }
 
-// Changed once on a port, an entry ends as the model has it, since all state is compared. Changed more often, it
-// did in between what it does neither before nor after.
+// Changed once on a port, an entry ends as the model has it, since all state is compared. Changed more often,
+// it did in between what it does neither before nor after.
 std::string Watch::end( const Model &model ) {
    std::map<std::pair<U32, std::size_t>, U32> times;
    for ( const auto &change : changes_ ) {

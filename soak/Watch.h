@@ -7,16 +7,17 @@ namespace QuarraSoak {
 
 using QuarraLab::Switch;
 
-// Watches, after each SDK call of a request, which entries on the chip match which ports. Between any two calls no
-// entry that the request does not concern changes what it matches; the request's own entry comes to match, all at
-// once, with the call that installs it, and ceases with the one that destroys it.
+// Watches, after each SDK call of a request, which entries on the chip match which ports. Between any two
+// calls no entry that the request does not concern changes what it matches; the request's own entry comes to
+// match, all at once, with the call that installs it, and ceases with the one that destroys it.
 //
-// While the bits of a class ID are written one by one, a port passes through other class IDs of its group (known
-// behaviour bit-by-bit): there the entries of the group may match the port for that time, or not match it.
+// While the bits of a class ID are written one by one, a port passes through other class IDs of its group
+// (known behaviour bit-by-bit): there the entries of the group may match the port for that time, or not match
+// it.
 class Watch {
  public:
-   // Is to be told of the chip's calls. Entries whose values the chip does not hold, on the SDK6 twin, are not
-   // looked at.
+   // Is to be told of the chip's calls. Entries whose values the chip does not hold, on the SDK6 twin, are
+   // not looked at.
    Watch( const QuarraSimulator::SimulatedChip &chip, const QuarraAgent::Variant &variant,
           std::vector<Port> ports );
 
@@ -32,7 +33,8 @@ class Watch {
    // Before a request on an entry (0: on none) of a group.
    void begin( U16 group, U32 entry );
 
-   // After it, and after the model has carried it out: the first change that nothing allows, or an empty text.
+   // After it, and after the model has carried it out: the first change that nothing allows, or an empty
+   // text.
    std::string end( const Model &model );
 
  private:

@@ -70,7 +70,8 @@ TEST( AclChanges, NameWhatComesGoesAndChangesAndInWhat ) {
       "T goes; T|R goes; T|S goes; T|X goes; U changes stage leftOut; U|R goes; V goes" );
 }
 
-// Rules of an ordered list have no priorities of their own: one put before a thousand others changes none of them.
+// Rules of an ordered list have no priorities of their own: one put before a thousand others changes none of
+// them.
 TEST( AclChanges, InAnOrderedListOnlyWhatPassedOthersHasMoved ) {
    const auto list = []( const std::string &names ) {
       std::string aces;

@@ -75,13 +75,13 @@ TEST( AclFormats, OfAChangeIsForcedUponTheChangeOnly ) {
    constexpr auto forced = AclFormat::jsonPatch;
    EXPECT_EQ( told( readAcl( { base }, forced ) ), answerTo( configuration ) );
    EXPECT_EQ( told( readAcl( { base, patch }, forced ) ), "T L3 on E0" );
-   EXPECT_EQ( told( readChangedAcl( { base }, { patch }, forced ) ), "T L3 on E0" );
-   EXPECT_EQ( told( readChangedAcl( {}, { base, patch }, forced ) ), "T L3 on E0" );
-   EXPECT_EQ( told( readChangedAcl( { base }, { rows }, AclFormat::rowOperations ) ),
+   EXPECT_EQ( told( readAclChange( { base }, { patch }, forced ).after ), "T L3 on E0" );
+   EXPECT_EQ( told( readAclChange( {}, { base, patch }, forced ).after ), "T L3 on E0" );
+   EXPECT_EQ( told( readAclChange( { base }, { rows }, AclFormat::rowOperations ).after ),
               "T L3 on E0; T|S 0 on E0" );
-   EXPECT_EQ( told( readChangedAcl( { base }, { rows }, forced ) ),
+   EXPECT_EQ( told( readAclChange( { base }, { rows }, forced ).after ),
               rows + ": expected what the format json-patch has, got a list without it" );
-   EXPECT_EQ( told( readChangedAcl( { base }, { base }, forced ) ),
+   EXPECT_EQ( told( readAclChange( { base }, { base }, forced ).after ),
               base + ": expected a list, got an object" );
    std::filesystem::remove_all( folder );
 }

@@ -7,8 +7,8 @@ namespace QuarraTest {
 
 inline constexpr auto deskPorts = R"({"ports":26})";
 
-// Group 16 has pools of four bits, 13 pools of one, 129 words of table 9. On a fresh chip bits 0 to 13 and words 0 and 1
-// are reserved at start-up. Entries 4, 6 and 7 take port 3 from entries 1 to 3.
+// Group 16 has pools of four bits, 13 pools of one, 129 words of table 9. On a fresh chip bits 0 to 13 and
+// words 0 and 1 are reserved at start-up. Entries 4, 6 and 7 take port 3 from entries 1 to 3.
 inline constexpr auto desk = R"({"op":"createGroup","group":16}
 {"op":"install","group":16,"entry":1,"ports":[1,2,3],"label":"DESKS|DNS"}
 {"op":"install","group":16,"entry":2,"ports":[1,2,3],"label":"DESKS|WEB"}

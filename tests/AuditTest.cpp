@@ -91,8 +91,8 @@ TEST_P( AuditTest, EntriesThatAreGoneStrangeOrWrongAreNamedAndMended ) {
    repaired( 3 + 2 + 1 ); // made, qualified and installed; qualified and installed; destroyed
 }
 
-// An entry that is on the chip, and not as it should be: what is said of it, and that it is mended by no more writes
-// than that takes.
+// An entry that is on the chip, and not as it should be: what is said of it, and that it is mended by no more
+// writes than that takes.
 TEST_P( AuditTest, AnEntryThatIsThereIsHeldAgainstAllThatItShouldBe ) {
    using Entry = QuarraSimulator::TcamEntry;
    struct Case {

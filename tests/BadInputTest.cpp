@@ -214,8 +214,8 @@ TEST( Tolerated, NamesWithControlCharactersAreOneLineInTheReport ) {
    EXPECT_THAT( lines, ::testing::Contains( HasSubstr( R"(E\x1b[2J)" ) ) );
 }
 
-// A table's name of 100 KB was padded into 100 MB of columns, and the line that refused the deletion of a group named
-// each of its 100,000 entries. A byte of Latin-1 that terminals obey came through as it was.
+// A table's name of 100 KB was padded into 100 MB of columns, and the line that refused the deletion of a
+// group named each of its 100,000 entries. A byte of Latin-1 that terminals obey came through as it was.
 TEST( Tolerated, LongNamesAreShortInTheReport ) {
    const std::string name( 1024, 'x' ); // no longer one is taken
    const auto text = R"({"PORT":{"E":{}},"ACL_TABLE":{")" + name +

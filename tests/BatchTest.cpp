@@ -183,7 +183,7 @@ TEST_F( BatchOnSdk6Twin, RefusesWithoutChangingAnything ) {
       { R"({"op":"remove","group":16,"entry":2})", "unknownEntry", "group 16 entry 2" },
       { R"({"op":"remove","group":17,"entry":1})", "unknownEntry", "it is in group 16" },
       { R"({"op":"remove","group":4,"entry":1})", "unknownGroup", "" },
-      { R"({"op":"deleteGroup","group":16})", "groupInUse", "group 16 still has 1 entries: 1" },
+      { R"({"op":"deleteGroup","group":16})", "groupInUse", "group 16 still has 1 entry: 1" },
       { R"({"op":"deleteGroup","group":2})", "systemGroup", "" },
       { R"({"op":"deleteGroup","group":88})", "groupReserved", "" },
       { R"({"op":"createGroup","group":4})", "unknownGroup", "" },

@@ -130,7 +130,8 @@ TEST_P( ColdStart, EndsAsAnEmptySwitchThatGetsTheEntries ) {
    EXPECT_EQ( now, freshState() );
 }
 
-// A chip whose tables are of no use is one that was reset; one that cannot be opened, or is another, is left alone.
+// A chip whose tables are of no use is one that was reset; one that cannot be opened, or is another, is left
+// alone.
 TEST_P( ColdStart, ResetsAChipWhoseTablesAreOfNoUse ) {
    namespace fs = std::filesystem;
    const auto chip = path + "/chip";

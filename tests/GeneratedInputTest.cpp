@@ -121,7 +121,7 @@ TEST_P( GeneratedLines, AreCarriedOutOrRefused ) {
 
 INSTANTIATE_TEST_SUITE_P( Seeds, GeneratedLines, ::testing::Range( 1u, 9u ) );
 
-// ---- Configurations, in every format --------------------------------------------------------------------------------------
+// ---- Configurations, in every format ----
 
 // "" when the text is refused as it should be, or applied.
 std::string problemOf( const std::string &text, const QuarraAgent::Variant &variant, unsigned &taken ) {

@@ -149,6 +149,9 @@ TEST_F( HelperMisuse, OfTheHsdkHelpers ) {
 TEST_F( HelperMisuse, OfTheBaseHelper ) {
    bringUp( "sdk6" );
    QuarraTcamPortsHelper base( scsd );
+   QuarraTcamPortsHelper stateless( nullptr );
+   const auto profile = std::make_shared<IntfProfile>();
+   profile->portIdIs( { 0, 1 } );
    constexpr auto text = "0 && \" call to unimplemented base class function\"";
    expectAborts( {
       { "setAclGroupClassId", text, [ & ] { base.setAclGroupClassId( 1, ports( {} ) ); } },
@@ -161,6 +164,8 @@ TEST_F( HelperMisuse, OfTheBaseHelper ) {
       { "qualifySubPortGroupIds", text,
         [ & ] { base.qualifySubPortGroupIds( 0, 1, 0, nullptr, 0, nullptr ); } },
       { "populateCpuIntfGroup", text, [ & ] { base.populateCpuIntfGroup( ports( {} ) ); } },
+      { "getIntfGroupFromIntfProfile", "!!scsd()",
+        [ & ] { stateless.getIntfGroupFromIntfProfile( profile ); } },
    } );
 }
 

@@ -323,7 +323,8 @@ TEST_F( Helpers, TraceAUnitAsTheUnsignedNumberItIs ) {
                  "qualifySubPortGroupIdsunit 2147483648 num data bits: 1" );
 }
 
-// A profile with as many port bits as a word has: the shift was undefined, and the highest port was any number.
+// A profile with as many port bits as a word has: the shift was undefined, and the highest port was any
+// number.
 TEST_F( Helpers, OfHsdkTakeAnyNumberOfPortBits ) {
    bringUp( "hsdk" );
    for ( const auto &[ portBits, highest ] :

@@ -145,8 +145,8 @@ class Lasting {
    const QuarraLab::ChipChoice &choice() const { return choice_; }
    AgentStore &store() { return *store_; }
 
-   // Each commit has two steps, before and after it. At the one so many from now the process dies, or the disk
-   // is full.
+   // Each commit has two steps, before and after it. At the one so many from now the process dies, or the
+   // disk is full.
    U64 commitStepsToLive = 0;
    U64 fullAtCommitStep = 0;
 

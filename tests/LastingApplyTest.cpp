@@ -7,6 +7,7 @@
 #include "tests/Lasting.h"
 #include "tests/Lines.h"
 #include "tools/Apply.h"
+#include "tools/KeepGoing.h"
 #include "tools/Wanted.h"
 
 namespace QuarraTest {
@@ -43,8 +44,9 @@ class LastingApply : public ::testing::TestWithParam<std::string> {
       return parseConfigDb( json.dump(), "acl.json" );
    }
 
-   std::unique_ptr<Applied> apply( const Rules &rules, const GroupMap &map = {} ) {
-      auto applied = std::make_unique<Applied>( config( rules ), open(), map );
+   std::unique_ptr<Applied> apply( const Rules &rules, const GroupMap &map = {},
+                                   const std::vector<AclComplaint> &complaints = {} ) {
+      auto applied = std::make_unique<Applied>( config( rules ), open(), map, complaints );
       calls = applied->theSwitch().chip().calls();
       EXPECT_TRUE( audit( applied->theSwitch().agent() ).drifts.empty() );
       return applied;
@@ -126,7 +128,8 @@ TEST_P( LastingApply, NewRulesTakeNoNumberOfOneThatComesBack ) {
    EXPECT_EQ( held( applied->theSwitch() ).size(), 3u );
 }
 
-// A rule that changed is on the chip at every moment where its class ID is a bit of its own: one of its two entries is.
+// A rule that changed is on the chip at every moment where its class ID is a bit of its own: one of its two
+// entries is.
 TEST_P( LastingApply, ARuleThatChangesInAOneBitGroupNeverStopsMatching ) {
    apply( { { "A|R1", "Ethernet0,Ethernet4" } }, { { "L3", 13 } } );
    if ( QuarraTcam::classIdTcamGroupsInfo.at( TcamGroupId( 13 ) )->classIdType() !=
@@ -158,8 +161,8 @@ TEST_P( LastingApply, ARuleThatChangesInAOneBitGroupNeverStopsMatching ) {
    EXPECT_EQ( agent.entries().size(), 1u );
 }
 
-// Every class ID of a one-bit group is lent: a rule that changes has no room but its own, and one that is refused is
-// as it was.
+// Every class ID of a one-bit group is lent: a rule that changes has no room but its own, and one that is
+// refused is as it was.
 TEST_P( LastingApply, OneThatIsRefusedStaysAsItWas ) {
    const auto theSwitch = open();
    auto &agent = theSwitch->agent();
@@ -196,7 +199,8 @@ TEST_P( LastingApply, OneThatIsRefusedStaysAsItWas ) {
    EXPECT_EQ( held( *theSwitch ), entries );
 }
 
-// A rule that was mistyped in the file, and left out for it, lost its entry: the incident that this keeps away.
+// A rule that was mistyped in the file, and left out for it, lost its entry: the incident that this keeps
+// away.
 TEST_P( LastingApply, WhatTheFileHasWrongStaysAsItIs ) {
    apply( { { "A|R1", "Ethernet0" }, { "A|R2", "Ethernet4" } } );
    const auto before = held( *open() );
@@ -237,12 +241,23 @@ TEST_P( LastingApply, DoesWhatThePlanForItSays ) {
          }
       }
       auto map = round / 10 % 2 ? groups : GroupMap();
+      // What is wrong with a file is left out of it, a rule or all of a table (--keep-going).
+      auto usable = rules;
+      std::vector<AclComplaint> complaints;
+      if ( round % 3 == 1 ) {
+         const auto rule = "A|R" + std::to_string( 1 + 2 * ( random() % 4 ) );
+         complaints.push_back( { "acl.json", "", "", "A", rule.substr( 2 ) } );
+         usable.erase( rule );
+      } else if ( round % 6 == 2 ) {
+         complaints.push_back( { "acl.json", "", "", "B", "" } );
+         std::erase_if( usable, []( const auto &item ) { return item.first.starts_with( "B|" ); } );
+      }
       auto whole = map;
       std::unique_ptr<Switch> copy = open();
       whole.merge( GroupMap( defaultGroupMap( copy->agent().variant().generation ) ) );
-      const auto wanted = wantedOf( config( rules ), whole, copy->agent().chip().ports );
-      const auto plan = makePlan( std::move( copy ), wanted );
-      const auto applied = apply( rules, map );
+      const auto wanted = wantedOf( config( usable ), whole, copy->agent().chip().ports );
+      const auto plan = makePlan( std::move( copy ), wanted, { .change = keepingWhatIsWrong( complaints ) } );
+      const auto applied = apply( usable, map, complaints );
       ASSERT_EQ( stateDigest( applied->theSwitch() ), plan.stateAfter ) << round;
       EXPECT_EQ( applied->refused(), plan.count( RuleFate::refused ) );
       EXPECT_EQ( applied->mismatches().size(), plan.mismatches.size() );

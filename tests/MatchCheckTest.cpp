@@ -90,8 +90,9 @@ TEST( MatchCheck, NamesTheEntryThatHoldsThePortNow ) {
               "a port carries one class ID of group 11, and a newer entry (entry 5) took the port" );
 }
 
-// `--fail-sdk-call bcmlt_entry_commit:10:-10` on a chip of four system ports: the look-up that should take bit 0
-// off port 2 fails, and the bit stays. The rule of fixed-width bits was blamed, which can only lose a bit.
+// `--fail-sdk-call bcmlt_entry_commit:10:-10` on a chip of four system ports: the look-up that should take
+// bit 0 off port 2 fails, and the bit stays. The rule of fixed-width bits was blamed, which can only lose a
+// bit.
 TEST( MatchCheck, TellsALostBitFromOneThatAFailedLookUpLeft ) {
    for ( const bool failing : { false, true } ) {
       auto choice = QuarraLab::defaultChoice( "hsdk" );
@@ -115,8 +116,8 @@ TEST( MatchCheck, TellsALostBitFromOneThatAFailedLookUpLeft ) {
    }
 }
 
-// A pool of group 120 over the fixed offset took the bit off a port of group 102's entry as an entry of its own lost the
-// port; the groups at the offset were blamed, of which there was no other.
+// A pool of group 120 over the fixed offset took the bit off a port of group 102's entry as an entry of its
+// own lost the port; the groups at the offset were blamed, of which there was no other.
 TEST( MatchCheck, TellsAnOffsetBitThatWasTakenAlongFromASharedOne ) {
    SmallSwitch lab( "testSdk6" );
    lab.install( 120, 1, { 1, 3 } );

@@ -7,8 +7,8 @@
 #include "tests/Lasting.h"
 #include "tests/Lines.h"
 
-// A store, or the tables of a simulated chip, of an earlier time put back in their place: sound in themselves, and not
-// what the other says.
+// A store, or the tables of a simulated chip, of an earlier time put back in their place: sound in
+// themselves, and not what the other says.
 namespace QuarraTest {
 namespace {
 
@@ -117,8 +117,8 @@ TEST_P( OldStore, OfABackupIsRefusedOrTheAuditNamesWhatTheChipHasBesides ) {
    EXPECT_TRUE( audit( lasting.agent() ).drifts.empty() );
 }
 
-// Pages that an earlier commit had written. What no rule between the records ties together is taken over, and the chip is
-// then not what the records say: the audit tells.
+// Pages that an earlier commit had written. What no rule between the records ties together is taken over, and
+// the chip is then not what the records say: the audit tells.
 TEST_P( OldStore, APageOfAnEarlierTimeIsRefusedOrLeavesTheChipAlone ) {
    constexpr std::size_t pageSize = 4096;
    Lasting lasting( QuarraLab::defaultChoice( GetParam() ) );

@@ -60,7 +60,8 @@ TEST( Records, OfRequestsAreIndexedAsLongAsTheyBelongToTheGroup ) {
               std::tuple( key( "a" ), 3u ) );
 }
 
-// A request that let go of an entry stayed in the index behind an older one, and came back when that one went.
+// A request that let go of an entry stayed in the index behind an older one, and came back when that one
+// went.
 TEST( Records, OfAnEntryInSeveralRequestsFollowInTheirOrder ) {
    const auto group = classIdTcamGroupStatusFactory( 7 );
    const auto first = group->requestStatusIs( key( "a" ) );

@@ -198,7 +198,8 @@ TEST( Soak, WhatWasNotDoneIsNoAgreement ) {
    EXPECT_THAT( result.problem, ::testing::HasSubstr( "0 operations were carried out" ) );
 }
 
-// `sleep 1 & exec quarra-tcam soak`: the sleep's end was taken for the end of a piece of work, and the soak crashed.
+// `sleep 1 & exec quarra-tcam soak`: the sleep's end was taken for the end of a piece of work, and the soak
+// crashed.
 TEST( Soak, LeavesTheChildrenOfOthersAlone ) {
    const pid_t other = fork();
    if ( other == 0 ) {

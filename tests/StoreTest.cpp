@@ -138,8 +138,8 @@ TEST_F( Tampered, ValuesThatDoNotFitTogetherAreFound ) {
    EXPECT_EQ( lasting.state(), state );
 }
 
-// With sums that are right: what no agent could have written, each named by the rule that it breaks. Group 16 has
-// one pool of four bits and lends 1 to 10 of it, 13 ten pools of one.
+// With sums that are right: what no agent could have written, each named by the rule that it breaks. Group 16
+// has one pool of four bits and lends 1 to 10 of it, 13 ten pools of one.
 TEST_F( Tampered, RecordsThatBreakARuleAreFoundWhateverTheirSums ) {
    namespace Tables = Schema;
    struct Case {

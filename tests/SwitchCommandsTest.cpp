@@ -2,8 +2,8 @@
 
 #include "tests/ToolRun.h"
 
-// The commands of switches that last: what they print, which options fit a switch that is there, and what becomes of one
-// that was damaged or over which a process died.
+// The commands of switches that last: what they print, which options fit a switch that is there, and what
+// becomes of one that was damaged or over which a process died.
 namespace QuarraTest {
 namespace {
 

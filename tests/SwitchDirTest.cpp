@@ -80,7 +80,8 @@ TEST_P( SwitchDirTest, TheChipsTablesGrowWithItsEntries ) {
    EXPECT_EQ( state( *open() ), before );
 }
 
-// Killed wherever it may be: the next process finds a switch, with all that was answered and at most one more.
+// Killed wherever it may be: the next process finds a switch, with all that was answered and at most one
+// more.
 TEST_P( SwitchDirTest, AKilledProcessLeavesTheSwitchWhole ) {
    U32 most = 0;
    for ( const useconds_t time : { 2000u, 6000u, 15000u, 30000u, 60000u, 90000u } ) {

@@ -26,9 +26,9 @@ class ToolTest : public ::testing::Test {
 
    ToolRan run( const std::vector<std::string> &arguments, const std::string &input = "/dev/null" ) const;
 
-   // Carries out a transcript: lines "$ ARGUMENTS", each with what it prints below, first on standard output, then
-   // on standard error, and last "exit CODE" where the code is not 0. "@" stands for the folder, and a line "..." for
-   // any number of lines.
+   // Carries out a transcript: lines "$ ARGUMENTS", each with what it prints below, first on standard output,
+   // then on standard error, and last "exit CODE" where the code is not 0. "@" stands for the folder, and a
+   // line "..." for any number of lines.
    void expectTranscript( const std::string &transcript ) const;
 
  private:

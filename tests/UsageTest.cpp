@@ -135,44 +135,56 @@ TEST_F( UsageTest, RunsAndHoldersAreCounted ) {
    EXPECT_EQ( space.at( "free" ), run + 4 );
 }
 
-Usage usageWith( U32 used, U32 size, U32 lent = 0, U32 further = 0 ) {
-   Usage usage;
-   usage.spaces.push_back(
-      { { QuarraTcam::ClassIdType::aclGroupFlexibleWidth, size, 0 }, used, size - used, 1 } );
-   GroupUsage group;
-   group.group = TcamGroupId( 16 );
-   group.type = QuarraTcam::ClassIdType::aclGroupFixedWidth;
-   group.poolWidth = 8;
-   group.pools = lent ? 1 : 0;
-   group.classIdsLent = lent;
-   group.furtherPortSets = further;
-   usage.groups.push_back( group );
-   return usage;
+// A group that only it fills is full when its class IDs are lent; a space of one-bit pools tells that itself.
+TEST_F( UsageTest, AFixedWidthGroupOfWidePoolsIsALevelOfItsOwn ) {
+   use( "hsdk" );
+   createGroup( 18 );
+   createGroup( 45 );
+   createGroup( 16 );
+   install( 16, 1, "1" );
+   install( 16, 2, "2" );
+   std::vector<std::string> levels;
+   for ( const auto &level : levelsOf( used() ) ) {
+      levels.push_back( level.name + " " + std::to_string( level.used ) + "/" + std::to_string( level.size ) +
+                        " " + std::to_string( level.largestFreeRun ) );
+   }
+   EXPECT_THAT( levels,
+                ::testing::ElementsAre( "aclGroupFlexibleWidth 12/32 20", "aclGroupFixedWidth 17/128 111",
+                                        "group 16 2/255 0", "group 18 0/255 0" ) );
+}
+
+std::vector<Level> levelsWith( U32 used, U32 size, U32 lent = 0 ) {
+   std::vector<Level> levels = { { "aclGroupFlexibleWidth", used, size } };
+   if ( lent ) {
+      levels.push_back( { "group 16", lent, 255 } );
+   }
+   return levels;
 }
 
 TEST( UsageMonitor, TheFullestDecidesAndEveryBadOneIsNamed ) {
    struct Case {
-      Usage usage;
+      std::vector<Level> levels;
       Health health;
       const char *line;
    };
    const Case cases[] = {
-      { usageWith( 44, 64 ), Health::ok, "QUARRA-TCAM OK - fullest: aclGroupFlexibleWidth 69% (44 of 64) |" },
-      { usageWith( 7, 10 ), Health::warning, "QUARRA-TCAM WARNING - aclGroupFlexibleWidth 70% (7 of 10) |" },
-      { usageWith( 9, 10 ), Health::critical,
+      { levelsWith( 44, 64 ), Health::ok,
+        "QUARRA-TCAM OK - fullest: aclGroupFlexibleWidth 69% (44 of 64) |" },
+      { levelsWith( 7, 10 ), Health::warning, "QUARRA-TCAM WARNING - aclGroupFlexibleWidth 70% (7 of 10) |" },
+      { levelsWith( 9, 10 ), Health::critical,
         "QUARRA-TCAM CRITICAL - aclGroupFlexibleWidth 90% (9 of 10) |" },
-      { usageWith( 1, 10, 250, 5 ), Health::critical, "QUARRA-TCAM CRITICAL - group 16 98% (250 of 255) |" },
-      { usageWith( 7, 10, 200, 55 ), Health::warning,
+      { levelsWith( 1, 10, 250 ), Health::critical, "QUARRA-TCAM CRITICAL - group 16 98% (250 of 255) |" },
+      { levelsWith( 7, 10, 200 ), Health::warning,
         "QUARRA-TCAM WARNING - aclGroupFlexibleWidth 70% (7 of 10), group 16 78% (200 of 255) |" },
-      { Usage(), Health::unknown, "QUARRA-TCAM UNKNOWN - " },
+      { {}, Health::unknown, "QUARRA-TCAM UNKNOWN - " },
    };
    for ( const auto &item : cases ) {
-      const auto found = monitor( item.usage, 70, 90 );
+      const auto found = monitor( item.levels, 70, 90 );
       EXPECT_EQ( found.health, item.health );
       EXPECT_THAT( found.line, StartsWith( item.line ) );
       EXPECT_EQ( found.line.find( '\n' ), std::string::npos );
    }
-   EXPECT_THAT( monitor( usageWith( 44, 64 ), 70, 90 ).line,
+   EXPECT_THAT( monitor( levelsWith( 44, 64 ), 70, 90 ).line,
                 HasSubstr( "| 'aclGroupFlexibleWidth'=68.8%;70;90;0;100" ) );
 }
 

@@ -43,7 +43,8 @@ Tables
   GUESTS                        16        1          1                         1
   ODD                           13        1          1                         0
 )" );
-   // Two runs where an entry has gone between others. In group 16: 14 free, eleven pools with 15 each, the odd bit.
+   // Two runs where an entry has gone between others. In group 16: 14 free, eleven pools with 15 each, the
+   // odd bit.
    const std::string gap = R"({"op":"install","group":13,"entry":1,"ports":[1]}
 {"op":"install","group":13,"entry":2,"ports":[2]}
 {"op":"remove","group":13,"entry":1}
@@ -73,8 +74,8 @@ $ usage --switch @/nowhere --monitor
 QUARRA-TCAM UNKNOWN - switch @/nowhere: there is none; apply and batch make one
 exit 3
 $ usage --switch @/gap --monitor --warn 24 --crit 23
-quarra-tcam: usage: --warn is above --crit
-exit 2
+QUARRA-TCAM UNKNOWN - usage: --warn is above --crit
+exit 3
 )" );
 }
 

@@ -12,8 +12,10 @@
 #include "lab/SwitchDir.h"
 #include "lab/TextFile.h"
 #include "lab/Who.h"
+#include "tools/KeepGoing.h"
 #include "tools/TextTable.h"
 #include "tools/Wanted.h"
+#include "tools/Warnings.h"
 
 namespace QuarraTool {
 
@@ -79,7 +81,9 @@ Applied::Applied( AclConfig config, std::unique_ptr<Switch> lasting, const Group
 }
 
 void Applied::start() {
-   map_.merge( defaultGroupMap( switch_->agent().variant().generation ) );
+   auto defaults = defaultGroupMap( switch_->agent().variant().generation );
+   warnOfUnusedTypes( map_, defaults, "--map ", config_ );
+   map_.merge( defaults );
    checkGroups( map_ );
    install();
    mismatches_ = checkMatches( *switch_ );
@@ -96,19 +100,9 @@ std::size_t Applied::refused() const {
       entries_.begin(), entries_.end(), []( const auto &entry ) { return !entry.refusedCode.empty(); } ) );
 }
 
-// What is wrong with a rule may be a slip of the pen: what was there of it is not taken away for that.
-bool Applied::isComplainedAbout( const std::string &label ) const {
-   return std::any_of( complaints_.begin(), complaints_.end(), [ & ]( const auto &complaint ) {
-      const auto &table = complaint.table;
-      return !table.empty() && ( complaint.rule.empty() ? label.starts_with( table + "|" )
-                                                        : label == table + "|" + complaint.rule );
-   } );
-}
-
 void Applied::install() {
    auto wanted = wantedOf( config_, map_, switch_->agent().chip().ports );
-   const ChangeOptions options{ [ this ]( const std::string &rule ) { return isComplainedAbout( rule ); } };
-   ChangeRun change( switch_->agent(), wanted, options );
+   ChangeRun change( switch_->agent(), wanted, keepingWhatIsWrong( complaints_ ) );
    for ( const auto &rule : change.rules() ) {
       if ( rule.fate == RuleFate::goes ) {
          changes_.gone.push_back( switch_->agent().entries().at( *rule.entryBefore ).request );

@@ -79,7 +79,6 @@ class Applied {
    void start();
    void install();
    void tellOutcome( std::size_t place, const RuleChange &rule );
-   bool isComplainedAbout( const std::string &label ) const;
    void count();
 
    AclConfig config_;

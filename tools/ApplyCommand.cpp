@@ -7,11 +7,11 @@
 #include "tools/ApplyPlan.h"
 #include "tools/ApplyReport.h"
 #include "tools/Command.h"
+#include "tools/KeepGoing.h"
 #include "tools/OpenSwitch.h"
 #include "tools/OutputFiles.h"
 #include "tools/SdkCalls.h"
 #include "tools/Subject.h"
-#include "tools/Warnings.h"
 
 namespace QuarraTool {
 namespace {
@@ -61,25 +61,25 @@ int run( const GlobalOptions &global, const ApplyOptions &options, Output &out )
       if ( !options.files.empty() ) {
          throw InputError( "apply: a plan is carried out alone, without a configuration" );
       }
+      global.checkStandardInput( { { options.plan } } );
       return applyPlan( global, options.plan, out );
    }
    if ( options.files.empty() ) {
       throw InputError( "apply: expected a configuration, FILE, or --plan FILE" );
    }
+   global.checkStandardInput( { options.files } );
    checkOutputs( "apply", { { "--html", options.html } }, filesRead( global, { options.files } ) );
    GroupMap map;
    for ( const auto &text : options.map ) {
       addToMap( map, text );
    }
-   auto reading = readAcl(
-      options.files, options.format.empty() ? std::nullopt : std::optional( aclFormatOf( options.format ) ) );
-   auto complaints =
-      options.keepGoing && reading.usable() ? std::move( reading.complaints ) : std::vector<AclComplaint>();
-   auto config = complaints.empty() ? std::move( reading ).orRefuse() : std::move( reading.config );
+   auto [ config, complaints ] = usableOf(
+      readAcl( options.files,
+               options.format.empty() ? std::nullopt : std::optional( aclFormatOf( options.format ) ) ),
+      options.keepGoing );
    if ( options.bindings ) {
       addBindings( config );
    }
-   warnOfUnusedTypes( map, "--map ", config );
    const auto applied = applyOn( global, std::move( config ), map, std::move( complaints ) );
    if ( !options.html.empty() ) {
       writePage( options.html, applied.theSwitch(), applied.config().file, notesOf( applied ) );

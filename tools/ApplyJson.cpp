@@ -1,4 +1,5 @@
 #include "tools/ApplyReport.h"
+#include "tools/KeepGoing.h"
 
 namespace QuarraTool {
 namespace {
@@ -64,21 +65,6 @@ JsonOut entriesJson( const Applied &applied, const PortsJson &ports ) {
    return entries;
 }
 
-JsonOut complaintsJson( const Applied &applied ) {
-   auto complaints = JsonOut::array();
-   for ( const auto &complaint : applied.complaints() ) {
-      JsonOut json = { { "file", complaint.file },
-                       { "place", complaint.place },
-                       { "message", complaint.message },
-                       { "table", complaint.table } };
-      if ( !complaint.rule.empty() ) {
-         json[ "rule" ] = complaint.rule;
-      }
-      complaints.push_back( std::move( json ) );
-   }
-   return complaints;
-}
-
 JsonOut changesJson( const Applied &applied ) {
    const auto &done = applied.changes();
    auto gone = JsonOut::array();
@@ -112,7 +98,7 @@ JsonOut applyJson( const Applied &applied ) {
    json[ "variant" ] = agent.variant().name;
    json[ "chip" ] = agent.chip().profile;
    json[ "ports" ] = std::move( chipPorts );
-   json[ "complaints" ] = complaintsJson( applied );
+   json[ "complaints" ] = complaintsJson( applied.complaints() );
    json[ "warnings" ] = applied.config().warnings;
    json[ "tables" ] = tablesJson( applied, ports );
    json[ "entries" ] = entriesJson( applied, ports );

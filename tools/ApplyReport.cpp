@@ -7,8 +7,10 @@
 #include "lab/CostModel.h"
 #include "lab/PortNames.h"
 #include "lab/TextFile.h"
+#include "tools/KeepGoing.h"
 #include "tools/MatchText.h"
 #include "tools/TextTable.h"
+#include "tools/Warnings.h"
 
 namespace QuarraTool {
 namespace {
@@ -26,9 +28,7 @@ std::string tablesPart( const Applied &applied, const PortNames &names ) {
    std::string leftOut;
    for ( const auto &acl : applied.config().tables ) {
       if ( !acl.leftOut.empty() ) {
-         leftOut +=
-            fmt::format( "  left out: {} ({}, {}): {}\n", shortName( acl.name ), shortName( acl.type ),
-                         counted( acl.rules.size(), "rule", "rules" ), acl.leftOut );
+         leftOut += fmt::format( "  left out: {}\n", leftOutText( acl ) );
          continue;
       }
       std::vector<QuarraModPort> ports;
@@ -166,7 +166,8 @@ struct Refusals {
    std::vector<std::pair<const AclTable *, std::size_t>> tables = {}; // with the number of their entries
 };
 
-// By group and code. The messages of the others differ at most in their rule, and in what was free at their time.
+// By group and code. The messages of the others differ at most in their rule, and in what was free at their
+// time.
 std::vector<Refusals> refusalsByCause( const Applied &applied ) {
    std::vector<Refusals> causes;
    std::map<std::pair<TcamGroupId, std::string>, std::size_t> place; // in causes
@@ -263,9 +264,8 @@ std::string applyReport( const Applied &applied, bool colour, bool all ) {
                    agent.chip().profile, counted( agent.chip().ports.size(), "port", "ports" ) );
    text += heading( "ACL tables", colour ) + tablesPart( applied, names );
    if ( !applied.complaints().empty() ) {
-      text += heading( "Left out, for what is wrong with it", colour );
-      const auto most = all ? applied.complaints().size() : std::size_t{ 100 };
-      for ( const auto &line : complaintLines( applied.complaints(), most ) ) {
+      text += heading( wrongHeading, colour );
+      for ( const auto &line : wrongLines( applied.complaints(), all ) ) {
          text += verdict( false, line, colour );
       }
    }

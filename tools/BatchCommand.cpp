@@ -29,6 +29,7 @@ Batch batchOn( const GlobalOptions &global ) {
 // Each answer is written before the next line is read: whoever asks may wait for it, and a reader that is
 // gone ends the run before the next operation.
 int run( const GlobalOptions &global, const BatchOptions &options, Output &out ) {
+   global.checkStandardInput( { { options.file } } );
    Batch batch = batchOn( global );
    LineReader lines( options.file );
    bool ended = false; // at an error

@@ -8,11 +8,12 @@
 #include "lab/Plan.h"
 #include "lab/TextFile.h"
 #include "tools/Batch.h"
+#include "tools/RuleTexts.h"
 #include "tools/Wanted.h"
 #include "tools/Warnings.h"
 
-// A plan for the switch of a running batch. A process has one switch, so the copy that a plan is carried out on is a
-// child process, whose answer comes through a pipe.
+// A plan for the switch of a running batch. A process has one switch, so the copy that a plan is carried out
+// on is a child process, whose answer comes through a pipe.
 namespace QuarraTool {
 namespace {
 
@@ -46,8 +47,9 @@ GroupMap mapOf( JsonFields &fields, const QuarraAgent::Generation &generation,
       }
    }
    checkGroups( map );
-   warnOfUnusedTypes( map, "map: ", config );
-   map.merge( defaultGroupMap( generation ) );
+   auto defaults = defaultGroupMap( generation );
+   warnOfUnusedTypes( map, defaults, "map: ", config );
+   map.merge( defaults );
    return map;
 }
 
@@ -111,7 +113,8 @@ JsonOut Batch::plan( JsonFields &fields ) {
       try { // nothing of the parent's goes on here
          detachFromStore( *switch_ );
          switch_->leaveDirToParent();
-         const auto made = makePlan( std::move( switch_ ), wanted );
+         auto made = makePlan( std::move( switch_ ), wanted );
+         tellRuleFields( made, {}, ruleFieldsOf( config ) );
          _exit( writeAll( ends[ 1 ], planJson( made ).dump() ) ? 0 : 1 );
       } catch ( ... ) {
          _exit( 1 );

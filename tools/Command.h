@@ -1,6 +1,8 @@
 #pragma once
 
 #include <functional>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -23,6 +25,11 @@ struct Command {
 
    // Adds the options that only this command has, and a footer to its help. The result runs it.
    Run ( *options )( CLI::App &app );
+
+   // Where a refusal of these words is to be told in another way than others: tells it, and gives the exit
+   // code.
+   std::optional<int> ( *refusal )( const std::vector<std::string> &words, const std::string &problem,
+                                    Output &out ) = nullptr;
 };
 
 extern const Command applyCommand;

@@ -18,8 +18,9 @@ struct DiffOptions {
    std::string after;
 };
 
-// A directory is a switch that lasts, and a document that tells of groups a dump; everything else is a configuration,
-// to be applied on an empty switch: of the kind of the other state (`ofSwitch`) where that is a switch.
+// A directory is a switch that lasts, and a document that tells of groups a dump; everything else is a
+// configuration, to be applied on an empty switch: of the kind of the other state (`ofSwitch`) where that is
+// a switch.
 SwitchState readState( const GlobalOptions &global, const DiffOptions &options, const std::string &file,
                        std::optional<ChipChoice> &ofSwitch, bool &isConfiguration ) {
    if ( std::filesystem::is_directory( file ) ) {
@@ -86,6 +87,7 @@ int run( const GlobalOptions &global, const DiffOptions &options, Output &out ) 
    if ( files[ 0 ] == "-" && files[ 1 ] == "-" ) {
       throw InputError( "diff: both states are standard input, which holds one" );
    }
+   global.checkStandardInput( { { files.begin(), files.end() } } );
    std::optional<ChipChoice> ofSwitch;
    bool anyConfiguration = false;
    std::array<std::optional<SwitchState>, 2> states;

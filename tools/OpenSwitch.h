@@ -6,8 +6,9 @@
 #include "lab/SwitchDir.h"
 #include "tools/Options.h"
 
-// The switch that --switch names. What is wrong with it throws StoreRefused; options that contradict what it is,
-// RequestRefused ("storeOfAnother"). A request over which an earlier process died is told on standard error.
+// The switch that --switch names. What is wrong with it throws StoreRefused; options that contradict what it
+// is, RequestRefused ("storeOfAnother"). A request over which an earlier process died is told on standard
+// error.
 namespace QuarraTool {
 
 // One that is there. A question makes none. Throws InputError where the options name none.
@@ -19,8 +20,8 @@ void mustBeThere( const std::string &path );
 // The same for a directory that is named elsewhere; --variant and --chip are not about it.
 std::unique_ptr<Switch> openSwitch( const std::string &path, const QuarraAgent::StoreOptions &options = {} );
 
-// One that is there, or a new one of what the options choose; `ports` are its ports then, and those of the chip
-// file do not matter.
+// One that is there, or a new one of what the options choose; `ports` are its ports then, and those of the
+// chip file do not matter.
 std::unique_ptr<Switch> openOrMakeSwitch( const GlobalOptions &global,
                                           const std::vector<QuarraAgent::ChipPort> *ports = nullptr );
 

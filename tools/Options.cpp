@@ -1,5 +1,11 @@
 #include "tools/Options.h"
 
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "lab/TextFile.h"
+
 namespace QuarraTool {
 
 std::vector<SdkCallFailure> GlobalOptions::failures() const {
@@ -8,6 +14,16 @@ std::vector<SdkCallFailure> GlobalOptions::failures() const {
       failures.push_back( sdkCallFailure( text ) );
    }
    return failures;
+}
+
+void GlobalOptions::checkStandardInput( const std::vector<std::vector<std::string>> &named ) const {
+   std::ptrdiff_t times = chipFile == "-";
+   for ( const auto &files : named ) {
+      times += std::ranges::count( files, "-" );
+   }
+   if ( times > 1 ) {
+      throw InputError( fmt::format( "- is given {} times: standard input holds one file", times ) );
+   }
 }
 
 ChipChoice GlobalOptions::choice() const {

@@ -52,6 +52,9 @@ struct GlobalOptions {
    ChipChoice choice() const;
 
    std::vector<SdkCallFailure> failures() const; // throws InputError
+
+   // Standard input holds one file: throws InputError where several of these and the chip file are "-".
+   void checkStandardInput( const std::vector<std::vector<std::string>> &named ) const;
 };
 
 } // namespace QuarraTool

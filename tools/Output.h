@@ -20,8 +20,8 @@ class OutputError : public std::runtime_error {
    bool readerIsGone_;
 };
 
-// Standard output. Every command prints through it, and none exits with 0 before close() has found that all of
-// it was taken. Text is kept until there is enough for a write, so whoever waits for a reader's answer, or
+// Standard output. Every command prints through it, and none exits with 0 before close() has found that all
+// of it was taken. Text is kept until there is enough for a write, so whoever waits for a reader's answer, or
 // forks, flushes first. What is kept when an Output goes without close() is lost.
 class Output {
  public:
@@ -46,8 +46,8 @@ class Output {
 // The file that is written where `file` is named: links are followed, to one that is not there yet, too.
 std::filesystem::path whatIsWritten( const std::string &file );
 
-// Writes a file as a whole: when it throws OutputError, what was there before is still there. What is no file,
-// like a device, is written to as it stands.
+// Writes a file as a whole: when it throws OutputError, what was there before is still there. What is no
+// file, like a device, is written to as it stands.
 void writeFile( const std::string &file, std::string_view text );
 
 } // namespace QuarraTool

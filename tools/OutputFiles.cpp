@@ -12,7 +12,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Whatever the names are, and whether it is there yet. Devices and pipes lose nothing when they are written to.
+// Whatever the names are, and whether it is there yet. Devices and pipes lose nothing when they are written
+// to.
 bool isOneFile( const std::string &one, const std::string &other ) {
    std::error_code error;
    if ( fs::exists( one, error ) && fs::exists( other, error ) ) {

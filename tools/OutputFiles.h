@@ -17,8 +17,8 @@ struct OutputFile {
 std::vector<std::string> filesRead( const GlobalOptions &global,
                                     const std::vector<std::vector<std::string>> &named );
 
-// Throws InputError for outputs that are one file, for one that is a file of `read`, and for "-": standard output has
-// what the command prints.
+// Throws InputError for outputs that are one file, for one that is a file of `read`, and for "-": standard
+// output has what the command prints.
 void checkOutputs( const std::string &command, const std::vector<OutputFile> &outputs,
                    const std::vector<std::string> &read );
 

@@ -8,12 +8,15 @@
 
 #include "acl/NaturalOrder.h"
 #include "acl/ReadAcl.h"
+#include "lab/FillRun.h"
 #include "lab/Page.h"
 #include "tools/Command.h"
+#include "tools/KeepGoing.h"
 #include "tools/OpenSwitch.h"
 #include "tools/OutputFiles.h"
 #include "tools/PlanLines.h"
 #include "tools/PlanText.h"
+#include "tools/RuleTexts.h"
 #include "tools/Subject.h"
 #include "tools/TextTable.h"
 #include "tools/Wanted.h"
@@ -26,6 +29,7 @@ struct PlanCommandOptions {
    std::vector<std::string> files; // of the change
    std::vector<std::string> from;  // what the switch holds before
    std::string format;
+   bool keepGoing = false;       // without what is wrong in the files
    std::vector<std::string> map; // "TYPE=GROUP"
    bool bindings = false;
    bool all = false;
@@ -33,12 +37,30 @@ struct PlanCommandOptions {
    std::string html;
 };
 
-AclConfig configOf( AclReading reading, const PlanCommandOptions &options ) {
-   auto config = std::move( reading ).orRefuse();
-   if ( options.bindings ) {
-      addBindings( config );
+// What the switch holds before, and what it is to hold.
+AclChange changeOf( const PlanCommandOptions &options ) {
+   auto change =
+      readAclChange( options.from, options.files,
+                     options.format.empty() ? std::nullopt : std::optional( aclFormatOf( options.format ) ) );
+   for ( auto *reading : { &change.before, &change.after } ) {
+      *reading = usableOf( std::move( *reading ), options.keepGoing );
+      if ( options.bindings ) {
+         addBindings( reading->config );
+      }
    }
-   return config;
+   return change;
+}
+
+// A patch leaves what is wrong before it as it is: once is enough.
+std::vector<AclComplaint> complaintsOf( const AclChange &change ) {
+   std::set<std::string> told;
+   std::vector<AclComplaint> complaints;
+   for ( const auto *reading : { &change.before, &change.after } ) {
+      std::ranges::copy_if(
+         reading->complaints, std::back_inserter( complaints ),
+         [ & ]( const auto &complaint ) { return told.insert( complaint.text() ).second; } );
+   }
+   return complaints;
 }
 
 // The chip has the ports of both configurations.
@@ -52,23 +74,10 @@ std::vector<QuarraAgent::ChipPort> portsOf( const AclConfig &before, const AclCo
 
 // Rules that do not fit are told on standard error, and are not on the switch.
 void fill( Switch &theSwitch, const WantedEntries &wanted ) {
-   std::set<TcamGroupId> created;
+   FillRun run( theSwitch.agent() );
    std::size_t refused = 0;
-   U32 entry = 0;
-   for ( auto request : wanted ) {
-      request.entry = ++entry;
-      try {
-         if ( created.insert( request.group ).second ) {
-            theSwitch.agent().createGroup( request.group );
-         }
-      } catch ( const QuarraAgent::RequestRefused & ) {
-         // The group's entries are refused in turn.
-      }
-      try {
-         theSwitch.agent().install( request );
-      } catch ( const QuarraAgent::RequestRefused & ) {
-         ++refused;
-      }
+   for ( const auto &request : wanted ) {
+      refused += !run.install( request );
    }
    if ( refused ) {
       std::cerr << fmt::format(
@@ -80,24 +89,21 @@ void fill( Switch &theSwitch, const WantedEntries &wanted ) {
 // The state of the copy before the first step, and after the last one.
 class Pages {
  public:
-   explicit Pages( std::map<std::string, std::string> before, std::map<std::string, std::string> after )
-      : texts_{ std::move( before ), std::move( after ) } {}
+   // What the rules say in the configuration before, and after.
+   Pages( const RuleFields &before, const RuleFields &after ) : fields_{ &before, &after } {}
 
    void show( const Switch &copy, const char *when, const Plan &plan, const std::string &title ) {
-      const auto &texts = texts_[ states_.size() ];
+      const auto &fields = *fields_[ states_.size() ];
       PageNotes notes;
-      for ( const auto &[ id, entry ] : copy.agent().entries() ) {
-         if ( const auto text = texts.find( ruleOf( entry.request ) ); text != texts.end() ) {
-            notes.ruleTexts.emplace( id, text->second );
-         }
-      }
+      notes.ruleTexts = entryTexts( copy, fields );
       for ( const auto &rule : plan.rules ) {
          if ( rule.fate == RuleFate::refused ) {
-            notes.refused.push_back( { rule.rule, rule.code, rule.message } );
+            notes.refused.push_back(
+               { rule.rule, rule.code, rule.message, ruleText( fields.at( rule.rule ) ) } );
          }
       }
       states_.push_back( pageState( copy, when, notes ) );
-      if ( states_.size() == texts_.size() ) {
+      if ( states_.size() == fields_.size() ) {
          document_ = pageDocument( copy, title, std::move( states_ ) );
       }
    }
@@ -105,7 +111,7 @@ class Pages {
    const JsonOut &document() const { return document_; }
 
  private:
-   std::array<std::map<std::string, std::string>, 2> texts_;
+   std::array<const RuleFields *, 2> fields_;
    std::vector<JsonOut> states_;
    JsonOut document_;
 };
@@ -125,9 +131,9 @@ int exitCodeOf( PlanVerdict verdict ) {
 }
 
 // Steps of an earlier plan do not stay: whoever carries out the file would take them for those of this one.
-void writeSteps( const std::string &file, const Plan &plan ) {
+void writeSteps( const std::string &file, const Plan &plan, std::size_t mistakes ) {
    const auto left = plan.count( RuleFate::refused );
-   if ( left == 0 ) {
+   if ( left == 0 && mistakes == 0 ) {
       writeFile( file, planLines( plan ) );
       return;
    }
@@ -135,8 +141,9 @@ void writeSteps( const std::string &file, const Plan &plan ) {
    const auto path = whatIsWritten( file );
    const bool removed =
       std::filesystem::is_regular_file( path, error ) && std::filesystem::remove( path, error );
-   std::cerr << fmt::format( "quarra-tcam: {}: not written, since {} not fit{}\n", oneLine( file ),
-                             counted( left, "rule does", "rules do" ),
+   std::cerr << fmt::format( "quarra-tcam: {}: not written, since {}{}\n", oneLine( file ),
+                             left ? counted( left, "rule does", "rules do" ) + " not fit"
+                                  : "what is wrong in the files is left out",
                              removed ? "; what was there is removed" : "" );
 }
 
@@ -144,12 +151,13 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
    if ( global.switchDir && !options.from.empty() ) {
       throw InputError( "plan: --switch is a switch that is there: it takes no --from" );
    }
+   global.checkStandardInput( { options.from, options.files } );
    checkOutputs( "plan", { { "--steps", options.steps }, { "--html", options.html } },
                  filesRead( global, { options.files, options.from } ) );
-   const auto format = options.format.empty() ? std::nullopt : std::optional( aclFormatOf( options.format ) );
-   const auto before =
-      options.from.empty() ? AclConfig() : configOf( readAcl( options.from, format ), options );
-   auto after = configOf( readChangedAcl( options.from, options.files, format ), options );
+   auto change = changeOf( options );
+   const auto complaints = complaintsOf( change );
+   const auto &before = change.before.config;
+   auto &after = change.after.config;
    std::unique_ptr<Switch> copy;
    if ( global.switchDir ) {
       copy = openSwitch( global );
@@ -165,8 +173,9 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
       addToMap( map, text );
    }
    checkGroups( map );
-   warnOfUnusedTypes( map, "--map ", after, &before );
-   map.merge( defaultGroupMap( variant.generation ) );
+   auto defaults = defaultGroupMap( variant.generation );
+   warnOfUnusedTypes( map, defaults, "--map ", after, &before );
+   map.merge( defaults );
    fill( *copy, wantedOf( before, map, chip.ports ) );
    const auto wanted = wantedOf( after, map, chip.ports );
 
@@ -174,28 +183,34 @@ int run( const GlobalOptions &global, const PlanCommandOptions &options, Output 
    json[ "change" ] = after.file;
    json[ "variant" ] = variant.name;
    json[ "chip" ] = chip.profile;
+   json[ "complaints" ] = complaintsJson( complaints );
    json.update( warningsJson( after ) );
-   Pages pages( ruleTextsOf( before ), ruleTextsOf( after ) );
+   const auto fieldsBefore = ruleFieldsOf( before );
+   const auto fieldsAfter = ruleFieldsOf( after );
+   Pages pages( fieldsBefore, fieldsAfter );
    PlanOptions planOptions;
+   planOptions.change = keepingWhatIsWrong( change.after.complaints );
    if ( !options.html.empty() ) {
       planOptions.show = [ & ]( const Switch &theSwitch, const char *when, const Plan &plan ) {
          pages.show( theSwitch, when, plan, after.file );
       };
    }
-   const auto plan = makePlan( std::move( copy ), wanted, planOptions );
-   const int code = exitCodeOf( plan.verdict() );
+   auto plan = makePlan( std::move( copy ), wanted, planOptions );
+   tellRuleFields( plan, fieldsBefore, fieldsAfter );
+   const int code = complaints.empty() ? exitCodeOf( plan.verdict() ) : int{ exitDoesNotFit };
    if ( !options.html.empty() ) {
       writeFile( options.html, pageHtml( pages.document() ) );
    }
    if ( !options.steps.empty() ) {
-      writeSteps( options.steps, plan );
+      writeSteps( options.steps, plan, complaints.size() );
    }
    if ( global.json ) {
       json[ "ok" ] = code == exitGood;
       json.update( planJson( plan ) );
       out.print( jsonText( json, global.pretty ) + "\n" );
    } else {
-      out.print( warningsText( after ) + planText( plan, options.all ) );
+      out.print( wrongText( complaints, options.all ) + warningsText( after ) +
+                 planText( plan, options.all ) );
    }
    return code;
 }
@@ -210,7 +225,9 @@ Command::Run addOptions( CLI::App &app ) {
       "A rule stays when its ports and its TCAM group do: what it matches, its action and its priority are\n"
       "not compared.\n"
       "Exit codes: 0 it fits in place, and at no time is a match wrong; 3 it fits, but only with wrong\n"
-      "matches on the way, or after a reload; 1 it does not fit or does not match." );
+      "matches on the way, or after a reload; 1 it does not fit or does not match, or something wrong was "
+      "left "
+      "out." );
    app.add_option( "CHANGE", options->files,
                    "What the switch is to hold; several files when ports stand in one and rules in another" )
       ->required();
@@ -224,13 +241,18 @@ Command::Run addOptions( CLI::App &app ) {
    app.add_option( "--format", options->format,
                    "Format of the change, and of what is before it unless a patch is forced" )
       ->type_name( "NAME" );
+   app.add_flag(
+      "--keep-going", options->keepGoing,
+      "Leave out what is wrong in the files, a rule or a table, list it, and exit with 1, as apply does" );
    app.add_option( "--map", options->map, "TCAM group for a table type; may be given several times" )
       ->type_name( "TYPE=GROUP" )
       ->expected( 1 )
       ->allow_extra_args( false )
       ->take_all();
    app.add_flag( "--bindings", options->bindings, "Install one entry for each table that has no rules" );
-   app.add_flag( "--all", options->all, "List every step and every wrong match (the document always does)" );
+   app.add_flag(
+      "--all", options->all,
+      "List every step and every wrong match, and what each rule says (the document always does)" );
    app.add_option( "-o,--steps", options->steps, "Write the steps as lines for batch and apply --plan" )
       ->type_name( "FILE" );
    app.add_option( "--html", options->html, "Write a page that shows the switch before and after" )

@@ -13,8 +13,9 @@ struct Carried {
    std::string error; // empty: all was as planned
 };
 
-// Carries such a file out. A switch that is not the one that was planned for is refused before anything is touched; the
-// first step that ends otherwise than planned is the last one. Throws InputError for a file that is no plan.
+// Carries such a file out. A switch that is not the one that was planned for is refused before anything is
+// touched; the first step that ends otherwise than planned is the last one. Throws InputError for a file that
+// is no plan.
 Carried carryOutLines( Batch &batch, const std::string &file );
 
 } // namespace QuarraTool

@@ -65,13 +65,35 @@ std::string fateText( const PlannedRule &rule, const ChangedPorts &names ) {
    return fmt::format( "{}", fmt::join( parts, "; " ) );
 }
 
-// One line for the rules of a table to which the same happens.
-std::string entriesPart( const Plan &plan ) {
+// What the rules of a line say, a line each; one rule alone needs no name.
+std::string saidPart( const std::vector<const PlannedRule *> &rules, std::size_t inLine, bool all ) {
+   constexpr std::size_t someRules = 3;
+   constexpr std::size_t someFields = 8;
+   std::string text;
+   for ( std::size_t i = 0; i < rules.size(); ++i ) {
+      if ( !all && i == someRules ) {
+         return text + fmt::format( "      and {} (--all)\n",
+                                    counted( rules.size() - i, "more rule", "more rules" ) );
+      }
+      const auto &[ rule, fields ] = std::tie( rules[ i ]->rule, rules[ i ]->fields );
+      std::vector<std::string> shown;
+      std::ranges::transform( fields, std::back_inserter( shown ), all ? oneLine : shortName );
+      text += fmt::format( "      {}{}\n",
+                           inLine > 1 ? shortName( rule.substr( tableOf( rule ).size() + 1 ) ) + ": " : "",
+                           shortened( shown, all ? shown.size() : someFields ) );
+   }
+   return text;
+}
+
+// One line for the rules of a table to which the same happens. What a rule that stays says, matters to
+// nobody.
+std::string entriesPart( const Plan &plan, bool all ) {
    struct Alike {
       std::string rule;
       std::size_t rules = 0;
       std::vector<U32> before;
       std::vector<U32> after;
+      std::vector<const PlannedRule *> said;
    };
    const ChangedPorts names( plan.portNames );
    using Key = std::tuple<Fate, std::string, std::string>;
@@ -93,6 +115,9 @@ std::string entriesPart( const Plan &plan ) {
       if ( rule.entryAfter && rule.entryAfter != rule.entryBefore ) {
          line.after.push_back( *rule.entryAfter );
       }
+      if ( rule.fate != Fate::stays && !rule.fields.empty() ) {
+         line.said.push_back( &rule );
+      }
    }
    std::string text;
    for ( const auto &key : order ) {
@@ -108,7 +133,8 @@ std::string entriesPart( const Plan &plan ) {
                          ? fmt::format( ", then {} {}", line.after.size() > 1 ? "entries" : "entry",
                                         numbersText( line.after ) )
                          : "",
-                      fate == Fate::refused ? fateText( *first, names ) : what );
+                      fate == Fate::refused ? fateText( *first, names ) : what ) +
+         saidPart( line.said, line.rules, all );
    }
    return text.empty() ? "  none\n" : text;
 }
@@ -153,7 +179,8 @@ std::string stepsPart( const Plan &plan, bool all ) {
    }
    auto text = table.empty() ? "  none\n" : table.text();
    if ( !all && runs.size() > someLines ) {
-      text += fmt::format( "  and {} more lines (--all)\n", runs.size() - someLines );
+      text +=
+         fmt::format( "  and {} (--all)\n", counted( runs.size() - someLines, "more line", "more lines" ) );
    }
    return text;
 }
@@ -198,7 +225,8 @@ std::string wrongPart( const Plan &plan, bool all ) {
    std::size_t number = 0;
    for ( const auto &[ key, line ] : lines ) {
       if ( !all && number++ == someLines ) {
-         text += fmt::format( "  and {} more lines (--all)\n", lines.size() - someLines );
+         text += fmt::format( "  and {} (--all)\n",
+                              counted( lines.size() - someLines, "more line", "more lines" ) );
          break;
       }
       const auto &one = *line.first;
@@ -256,8 +284,8 @@ std::string reloadText( const Reload &reload ) {
       reload.good()    ? std::string( "everything fits and matches" )
       : reload.refused ? fmt::format( "{} not fit", counted( reload.refused, "rule does", "rules do" ) )
                        : fmt::format( "{} wrong", counted( reload.mismatches, "match is", "matches are" ) );
-   return fmt::format( "  A reload, from an empty switch: {}; {}; {} SDK writes.\n", result,
-                       fmt::join( spaces, ", " ), reload.sdkWrites );
+   return fmt::format( "  A reload, from an empty switch: {}; {}; {}.\n", result, fmt::join( spaces, ", " ),
+                       counted( reload.sdkWrites, "SDK write", "SDK writes" ) );
 }
 
 std::string verdictPart( const Plan &plan, bool all ) {
@@ -303,7 +331,7 @@ std::string verdictPart( const Plan &plan, bool all ) {
 std::string planText( const Plan &plan, bool all ) {
    return fmt::format( "Entries (= stay, ~ change, + come, - go, ! do not fit)\n{}\nSteps\n{}\nSpaces\n{}\n"
                        "Matches\n{}{}\n{}",
-                       entriesPart( plan ), stepsPart( plan, all ), spacesPart( plan.spaces ),
+                       entriesPart( plan, all ), stepsPart( plan, all ), spacesPart( plan.spaces ),
                        wrongPart( plan, all ), afterwardsPart( plan ), verdictPart( plan, all ) );
 }
 

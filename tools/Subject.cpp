@@ -9,6 +9,7 @@
 #include "tools/OpenSwitch.h"
 #include "tools/Output.h"
 #include "tools/TextTable.h"
+#include "tools/Warnings.h"
 
 namespace QuarraTool {
 
@@ -16,7 +17,11 @@ void SubjectOptions::addTo( CLI::App &app ) {
    app.add_option(
          "-c,--config", files,
          "The configuration that the switch holds: applied first, on an empty switch; several times "
-         "when ports stand in one file and rules in another" )
+         "when ports stand in one file and rules in another" +
+            std::string( tellsRules
+                            ? ". With --switch, which is left as it is: only tells what the rules of its "
+                              "entries say"
+                            : "" ) )
       ->type_name( "FILE" )
       ->expected( 1 )
       ->allow_extra_args( false )
@@ -40,11 +45,17 @@ void addBindings( AclConfig &config ) {
 }
 
 Subject::Subject( const GlobalOptions &global, const SubjectOptions &options ) {
+   global.checkStandardInput( { options.files } );
    if ( global.switchDir ) {
-      if ( !options.files.empty() || !options.map.empty() || options.bindings ) {
-         throw InputError( "--switch is a switch that is there: it takes no --config, --map or --bindings" );
+      if ( ( !options.files.empty() && !options.tellsRules ) || !options.map.empty() || options.bindings ) {
+         throw InputError(
+            fmt::format( "--switch is a switch that is there: it takes no {}--map or --bindings",
+                         options.tellsRules ? "" : "--config, " ) );
       }
       title_ = *global.switchDir;
+      if ( !options.files.empty() ) {
+         fields_ = ruleFieldsOf( readAcl( options.files ).orRefuse() );
+      }
       lasting_ = openSwitch( global );
       return;
    }
@@ -61,6 +72,7 @@ Subject::Subject( const GlobalOptions &global, const SubjectOptions &options ) {
    if ( options.bindings ) {
       addBindings( config );
    }
+   tellLeftOut( config );
    auto choice = options.choice.value_or( global.choice() );
    choice.onlySwitchOfProcess = options.onlySwitchOfProcess;
    applied_ = std::make_unique<Applied>( std::move( config ), choice, map );
@@ -72,7 +84,7 @@ Subject::Subject( const GlobalOptions &global, const SubjectOptions &options ) {
 }
 
 PageNotes Subject::notes() const {
-   return applied_ ? notesOf( *applied_ ) : PageNotes();
+   return applied_ ? notesOf( *applied_ ) : PageNotes{ {}, entryTexts( *lasting_, fields_ ) };
 }
 
 void Subject::describe( JsonOut &json ) const {
@@ -81,15 +93,14 @@ void Subject::describe( JsonOut &json ) const {
 }
 
 PageNotes notesOf( const Applied &applied ) {
+   const auto fields = ruleFieldsOf( applied.config() );
    PageNotes notes;
+   notes.ruleTexts = entryTexts( applied.theSwitch(), fields );
    for ( const auto &entry : applied.entries() ) {
-      auto &text = notes.ruleTexts[ entry.request.entry ];
-      for ( const auto &field : entry.rule->fields ) {
-         text += ( text.empty() ? "" : ", " ) + field.name + " " + field.value;
-      }
       if ( !entry.refusedCode.empty() ) {
+         const auto &name = entry.request.label;
          notes.refused.push_back(
-            { entry.table->name + "|" + entry.rule->name, entry.refusedCode, entry.refusedMessage } );
+            { name, entry.refusedCode, entry.refusedMessage, ruleText( fields.at( name ) ) } );
       }
    }
    return notes;

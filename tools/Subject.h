@@ -7,6 +7,7 @@
 #include "lab/Page.h"
 #include "tools/Apply.h"
 #include "tools/Options.h"
+#include "tools/RuleTexts.h"
 
 namespace QuarraTool {
 
@@ -18,6 +19,7 @@ struct SubjectOptions {
    std::vector<AclText> texts;       // the files' own, where they were read already
    bool onlySwitchOfProcess = true;  // no other one is asked by this command
    std::optional<ChipChoice> choice; // what the configurations are applied on, unless the options say it
+   bool tellsRules = false;          // beside --switch, the configurations tell what its rules say
 
    // Adds --config, --map and --bindings.
    void addTo( CLI::App &app );
@@ -25,13 +27,14 @@ struct SubjectOptions {
 
 class Subject {
  public:
-   // Opens the switch of --switch, or applies the configurations on an empty one; rules that do not fit are told
-   // on standard error.
+   // Opens the switch of --switch, where a configuration at most tells what its rules say; or applies the
+   // configurations on an empty one, and tells tables that are left out and rules that do not fit on standard
+   // error.
    Subject( const GlobalOptions &global, const SubjectOptions &options );
 
    const Switch &theSwitch() const { return lasting_ ? *lasting_ : applied_->theSwitch(); }
    const std::string &title() const { return title_; }
-   PageNotes notes() const;
+   PageNotes notes() const; // what each entry's rule says, and what was refused
 
    // Adds "variant" and "chip" to a document.
    void describe( JsonOut &json ) const;
@@ -39,6 +42,7 @@ class Subject {
  private:
    std::string title_;
    std::unique_ptr<Switch> lasting_;
+   RuleFields fields_;                // of its rules, as far as configurations tell
    std::unique_ptr<Applied> applied_; // otherwise
 };
 

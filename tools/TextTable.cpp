@@ -51,10 +51,6 @@ std::string TextTable::text() const {
    return text;
 }
 
-std::string counted( std::size_t number, const std::string &one, const std::string &many ) {
-   return fmt::format( "{} {}", number, number == 1 ? one : many );
-}
-
 std::string shortened( const std::vector<std::string> &names, std::size_t most ) {
    const auto shown = std::span( names ).first( std::min( most, names.size() ) );
    const auto text = fmt::format( "{}", fmt::join( shown, ", " ) );

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "agent/OneLine.h"
+
 namespace QuarraTool {
 
 // Rows of text in aligned columns, for a person.
@@ -31,8 +33,7 @@ class TextTable {
    std::vector<std::vector<std::string>> rows_;
 };
 
-// "1 entry", "2 entries": the word in the number that fits.
-std::string counted( std::size_t number, const std::string &one, const std::string &many );
+using QuarraAgent::counted;
 
 // "A, B, C and 7 more": the first names of a list that may be long.
 std::string shortened( const std::vector<std::string> &names, std::size_t most );

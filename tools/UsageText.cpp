@@ -61,8 +61,9 @@ std::string groupsPart( const Switch &theSwitch, const Usage &usage ) {
                       : text( group.classIdsLent ),
                    text( group.entries ), text( group.furtherPortSets ) } );
    }
-   return table.text() + fmt::format( "  {} hold nothing and are not listed; -j lists all\n",
-                                      counted( idle, "other group", "other groups" ) );
+   return table.text() +
+          fmt::format( "  {} not listed; -j lists all\n", counted( idle, "other group holds nothing and is",
+                                                                   "other groups hold nothing and are" ) );
 }
 
 std::string tablesPart( const Usage &usage ) {

@@ -60,17 +60,4 @@ WantedEntries wantedOf( const AclConfig &config, const GroupMap &map,
    return wanted;
 }
 
-std::map<std::string, std::string> ruleTextsOf( const AclConfig &config ) {
-   std::map<std::string, std::string> texts;
-   for ( const auto &table : config.tables ) {
-      for ( const auto &rule : table.rules ) {
-         auto &text = texts[ ruleName( table, rule ) ];
-         for ( const auto &field : rule.fields ) {
-            text += ( text.empty() ? "" : ", " ) + field.name + " " + field.value;
-         }
-      }
-   }
-   return texts;
-}
-
 } // namespace QuarraTool

@@ -1,5 +1,6 @@
 #include "tools/Warnings.h"
 
+#include <iostream>
 #include <set>
 
 #include <fmt/format.h>
@@ -12,18 +13,21 @@ namespace QuarraTool {
 using namespace QuarraAcl;
 using namespace QuarraLab;
 
-void warnOfUnusedTypes( const GroupMap &map, const std::string &place, AclConfig &config,
-                        const AclConfig *before ) {
+void warnOfUnusedTypes( const GroupMap &map, const GroupMap &defaults, const std::string &place,
+                        AclConfig &config, const AclConfig *before ) {
    std::set<std::string> types;
    for ( const auto *one : { static_cast<const AclConfig *>( &config ), before } ) {
       for ( std::size_t i = 0; one && i < one->tables.size(); ++i ) {
-         types.insert( one->tables[ i ].type );
+         const auto &type = one->tables[ i ].type;
+         types.insert( map.contains( type ) || defaults.contains( type ) ? type : otherTypes );
       }
    }
    for ( const auto &[ type, group ] : map ) {
       if ( !types.contains( type ) ) {
-         config.warnings.push_back(
-            fmt::format( "{}{}={}: no table has this type", place, type, group.value() ) );
+         config.warnings.push_back( fmt::format( "{}{}={}: {}", place, type, group.value(),
+                                                 type == otherTypes
+                                                    ? "the type of every table has a group of its own"
+                                                    : "no table has this type" ) );
       }
    }
 }
@@ -31,6 +35,21 @@ void warnOfUnusedTypes( const GroupMap &map, const std::string &place, AclConfig
 std::string leftOutText( const AclTable &table ) {
    return fmt::format( "{} ({}, {}): {}", shortName( table.name ), shortName( table.type ),
                        counted( table.rules.size(), "rule", "rules" ), table.leftOut );
+}
+
+void tellLeftOut( const AclConfig &config ) {
+   constexpr std::size_t most = 100;
+   std::size_t told = 0;
+   for ( const auto &table : config.tables ) {
+      if ( !table.leftOut.empty() && told++ < most ) {
+         std::cerr << fmt::format( "quarra-tcam: {}\n",
+                                   messageLine( config.file + ": left out: " + leftOutText( table ) ) );
+      }
+   }
+   if ( told > most ) {
+      std::cerr << fmt::format( "quarra-tcam: {}: and {} left out\n", messageLine( config.file ),
+                                counted( told - most, "more table is", "more tables are" ) );
+   }
 }
 
 std::string warningsText( const AclConfig &config ) {

@@ -19,16 +19,17 @@ int run( const GlobalOptions &global, const WhyOptions &options, Output &out ) {
    const auto &theSwitch = subject.theSwitch();
    const auto port = PortNames( theSwitch ).find( options.port );
    const auto report = explainPort( theSwitch, port, entriesNamed( theSwitch, options.what ) );
+   const auto notes = subject.notes();
    if ( !options.html.empty() ) {
-      writePage( options.html, theSwitch, subject.title(), subject.notes() );
+      writePage( options.html, theSwitch, subject.title(), notes );
    }
    if ( global.json ) {
       auto json = document( true );
       subject.describe( json );
-      json.update( portReportJson( theSwitch, report ) );
+      json.update( portReportJson( theSwitch, report, notes.ruleTexts ) );
       out.print( jsonText( json, global.pretty ) + "\n" );
    } else {
-      out.print( whyText( theSwitch, report, !options.what.empty(), subject.notes().ruleTexts ) );
+      out.print( whyText( theSwitch, report, !options.what.empty(), notes.ruleTexts ) );
    }
    return exitGood;
 }
@@ -37,9 +38,12 @@ Command::Run addOptions( CLI::App &app ) {
    const auto options = std::make_shared<WhyOptions>();
    app.footer(
       "Without ENTRY, one line for the entries of each class ID; with it, bit by bit. ENTRY is an entry's\n"
-      "number, a table, TABLE|RULE, or the name of a rule." );
+      "number, a table, TABLE|RULE, or the name of a rule. What a rule says is shown as its author wrote it; "
+      "a\n"
+      "switch does not know it: with --switch, --config tells." );
    app.add_option( "PORT", options->port, "The port, by its name or number" )->required();
    app.add_option( "ENTRY", options->what, "Which entries to look at" );
+   options->subject.tellsRules = true;
    options->subject.addTo( app );
    app.add_option( "--html", options->html, "Write a page that shows the switch" )->type_name( "FILE" );
    return [ options ]( const GlobalOptions &global, Output &out ) { return run( global, *options, out ); };

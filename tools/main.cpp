@@ -62,14 +62,15 @@ void complain( const std::string &message ) {
    std::cerr << "quarra-tcam: " << messageLine( message ) << "\n";
 }
 
-void complain( const std::vector<std::string> &messages ) {
+// The first of what may be many.
+std::vector<std::string> some( std::vector<std::string> messages ) {
    constexpr std::size_t most = 100;
-   for ( std::size_t i = 0; i < std::min( messages.size(), most ); ++i ) {
-      complain( messages[ i ] );
-   }
    if ( messages.size() > most ) {
-      complain( fmt::format( "and {} more", messages.size() - most ) );
+      const auto more = fmt::format( "and {} more", messages.size() - most );
+      messages.resize( most );
+      messages.push_back( more );
    }
+   return messages;
 }
 
 // What is wrong with the words of the command line.
@@ -77,6 +78,9 @@ class UsageError : public std::runtime_error {
  public:
    using std::runtime_error::runtime_error;
 };
+
+// The platform could not read QUARRA_TRACE when it was loaded, and said so.
+struct ToldAlready {};
 
 class CommandLine {
  public:
@@ -88,7 +92,9 @@ class CommandLine {
    void checkWords() const; // throws UsageError for words that are not known
    [[noreturn]] void refuseOption( const std::string &option, const Command *command ) const;
    void checkCommonOptions() const;
-   bool traceLevels() const; // false: refused, and told already
+   void checkTraceLevels() const;
+   int refused( const std::vector<std::string> &words, const std::vector<std::string> &problems, int code,
+                Output &out ) const; // tells it, and gives the exit code
    const Command *chosen() const;
    std::string shortHelp() const;
 
@@ -221,7 +227,7 @@ void CommandLine::checkCommonOptions() const {
    }
 }
 
-bool CommandLine::traceLevels() const {
+void CommandLine::checkTraceLevels() const {
    const auto refuse = []( const std::string &place, const std::string &problem ) {
       if ( !problem.empty() ) {
          throw UsageError( place + ": " + problem );
@@ -229,14 +235,13 @@ bool CommandLine::traceLevels() const {
    };
    if ( const char *environment = std::getenv( "QUARRA_TRACE" ) ) {
       if ( !Nodra::traceLevelsIs( environment, true ).empty() ) {
-         return false; // the platform could not read it when it was loaded, and said so
+         throw ToldAlready();
       }
       refuse( "QUARRA_TRACE", Nodra::traceLevelsIs( environment ) );
    }
    for ( const auto &setting : global_.trace ) {
       refuse( "--trace", Nodra::traceLevelsIs( setting ) );
    }
-   return true;
 }
 
 int CommandLine::run( int argc, char **argv, Output &out ) {
@@ -244,12 +249,12 @@ int CommandLine::run( int argc, char **argv, Output &out ) {
       std::cerr << shortHelp();
       return exitBadInput;
    }
+   std::vector<std::string> problems;
+   int code = exitBadInput;
    try {
       parse( argc, argv );
       checkCommonOptions();
-      if ( !traceLevels() ) {
-         return exitBadInput;
-      }
+      checkTraceLevels();
       const auto *const place = std::ranges::find( commands, chosen() );
       return runs_[ static_cast<std::size_t>( place - std::begin( commands ) ) ]( global_, out );
    } catch ( const CLI::CallForVersion &versionText ) {
@@ -259,24 +264,37 @@ int CommandLine::run( int argc, char **argv, Output &out ) {
       out.print( app_.help() );
       return exitGood;
    } catch ( const UsageError &error ) {
-      complain( std::string( error.what() ) + " (--help explains)" );
+      problems = { std::string( error.what() ) + " (--help explains)" };
+   } catch ( const ToldAlready & ) {
    } catch ( const QuarraAcl::AclRefused &refused ) {
-      for ( const auto &line : QuarraAcl::complaintLines( refused.complaints() ) ) {
-         complain( line );
-      }
+      problems = QuarraAcl::complaintLines( refused.complaints() );
    } catch ( const InputErrors &errors ) {
-      complain( errors.lines() );
+      problems = some( errors.lines() );
    } catch ( const InputError &error ) {
-      complain( error.what() );
+      problems = { error.what() };
    } catch ( const QuarraAgent::StoreRefused &refused ) {
-      complain( refused.code() + ": " + refused.what() );
-      return exitNoSwitch;
+      problems = { refused.code() + ": " + refused.what() };
+      code = exitNoSwitch;
    } catch ( const QuarraAgent::RequestRefused &refused ) {
-      complain( refused.code() + ": " + refused.what() );
+      problems = { refused.code() + ": " + refused.what() };
    } catch ( const std::bad_alloc & ) {
-      complain( "not enough memory" );
+      problems = { "not enough memory" };
    }
-   return exitBadInput;
+   return refused( { argv + 1, argv + argc }, problems, code, out );
+}
+
+int CommandLine::refused( const std::vector<std::string> &words, const std::vector<std::string> &problems,
+                          int code, Output &out ) const {
+   if ( const auto *command = chosen(); command && command->refusal ) {
+      const auto first = problems.empty() ? "QUARRA_TRACE cannot be read" : problems.front();
+      if ( const auto told = command->refusal( words, first, out ) ) {
+         return *told;
+      }
+   }
+   for ( const auto &problem : problems ) {
+      complain( problem );
+   }
+   return code;
 }
 
 // A descriptor that is closed would be given to the next file that is opened, and what is printed would go

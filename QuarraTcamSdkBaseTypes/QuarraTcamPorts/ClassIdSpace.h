@@ -1,38 +1,124 @@
 #pragma once
 
-#include <string>
+#include <algorithm>
+#include <array>
 
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
+#include "QuarraCentral/PortTabWriteRequestDir.h"
+#include "QuarraTcam/QuarraTcamFeatureAttributes.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts.h"
 
-// Internal to the library: all that it knows of a hardware class-ID space, told in one row for each.
+// Not installed: what a class-ID type is, in one row for each. The library, the agent on it and all that
+// shows what they hold ask here, so that a new enumerator is answered once, and the compiler names the
+// switch.
 namespace QuarraTcam {
 
-// Where a port carries the class IDs of a space, which decides how a qualifier on them is encoded.
+// Where a port carries the class IDs of a space, which decides how a qualifier on them is encoded and what
+// programs them.
 enum class ClassIdField { sourceTrunkMapWord, aclGroupValue };
 
 struct ClassIdSpace {
    using Bits = U8 ( * )( const QuarraTcamFeatureAttributes &attributes );
-   using Program = bool ( QuarraTcamPortsManager::* )( TcamGroupId tcamGroupId, const RequestKey &requestKey,
-                                                       U32 entryId,
-                                                       const IntfGroupInfo::PtrConst &intfGroup );
 
    ClassIdField field;
-   Bits size;               // the space's bits on a chip; 0 means that the chip has no such space
-   Bits firstBit;           // where it starts in the field
-   bool poolsComeWithGroup; // taken when a group is created and kept until it is deleted
-   Program program;         // the manager's operation that puts a class ID on ports
-   const char *programName;
+   U8 sourceTrunkMapTable; // the port table of the words; 0 for the ACL-group value
+   Bits size;              // the space's bits on a chip; 0 means that the chip has no such space
 
-   // The text of a failed call of that operation.
-   std::string programText( const char *arguments ) const {
-      return std::string( programName ) + "( " + arguments + " )";
-   }
+   // Starts in the ACL-group value where the flexible-width space ends. Unions of its bits do not count those
+   // below it (known behaviour fixed-width-union).
+   bool aboveFlexibleBits;
+   bool poolsComeWithGroup; // taken when a group is created and kept until it is deleted
+};
+
+inline constexpr ClassIdSpace::Bits sourceTrunkMapBits = []( const QuarraTcamFeatureAttributes &attributes ) {
+   return attributes.sourceTrunkMapClassIdSize();
+};
+inline constexpr ClassIdSpace ifpSourceTrunkMapSpace = {
+   .field = ClassIdField::sourceTrunkMapWord,
+   .sourceTrunkMapTable = QuarraCentral::ifpSourceTrunkMapTable,
+   .size = sourceTrunkMapBits,
+   .aboveFlexibleBits = false,
+   .poolsComeWithGroup = false,
+};
+inline constexpr ClassIdSpace vfpSourceTrunkMapSpace = {
+   .field = ClassIdField::sourceTrunkMapWord,
+   .sourceTrunkMapTable = QuarraCentral::vfpSourceTrunkMapTable,
+   .size = sourceTrunkMapBits,
+   .aboveFlexibleBits = false,
+   .poolsComeWithGroup = false,
+};
+inline constexpr ClassIdSpace flexibleWidthSpace = {
+   .field = ClassIdField::aclGroupValue,
+   .sourceTrunkMapTable = 0,
+   .size =
+      []( const QuarraTcamFeatureAttributes &attributes ) { return attributes.aclGroupFlexibleWidthSize(); },
+   .aboveFlexibleBits = false,
+   .poolsComeWithGroup = false,
+};
+inline constexpr ClassIdSpace fixedWidthSpace = {
+   .field = ClassIdField::aclGroupValue,
+   .sourceTrunkMapTable = 0,
+   .size =
+      []( const QuarraTcamFeatureAttributes &attributes ) { return attributes.aclGroupFixedWidthSize(); },
+   .aboveFlexibleBits = true,
+   .poolsComeWithGroup = true,
 };
 
 // The space of a type; null for a type that is none.
-const ClassIdSpace *classIdSpace( ClassIdType type );
+constexpr const ClassIdSpace *classIdSpace( ClassIdType type ) {
+   switch ( type ) {
+   case ClassIdType::ifpSourceTrunkMap:
+      return &ifpSourceTrunkMapSpace;
+   case ClassIdType::vfpSourceTrunkMap:
+      return &vfpSourceTrunkMapSpace;
+   case ClassIdType::aclGroupFlexibleWidth:
+      return &flexibleWidthSpace;
+   case ClassIdType::aclGroupFixedWidth:
+      return &fixedWidthSpace;
+   case ClassIdType::classIdInvalid:
+   case ClassIdType::classIdMax:
+      break;
+   }
+   return nullptr;
+}
 
 // Whether groups of the type get their pools when they are created, and only then.
-bool poolsComeWithGroup( ClassIdType type );
+constexpr bool poolsComeWithGroup( ClassIdType type ) {
+   const auto *space = classIdSpace( type );
+   return space && space->poolsComeWithGroup;
+}
+
+constexpr bool liesAboveFlexibleBits( ClassIdType type ) {
+   const auto *space = classIdSpace( type );
+   return space && space->aboveFlexibleBits;
+}
+
+// The first bit of a type's space in its field, on a chip with so many flexible bits.
+constexpr U8 firstBitOf( ClassIdType type, U8 flexibleBits ) {
+   return liesAboveFlexibleBits( type ) ? flexibleBits : U8{ 0 };
+}
+
+// The port table of a type's words; 0 where the type has none.
+constexpr U8 sourceTrunkMapTableOf( ClassIdType type ) {
+   const auto *space = classIdSpace( type );
+   return space ? space->sourceTrunkMapTable : U8{ 0 };
+}
+
+// The type whose words a table holds; classIdInvalid for another table.
+constexpr ClassIdType typeOfSourceTrunkMapTable( U8 table ) {
+   for ( const auto type : Nodra::enumerators<ClassIdType>() ) {
+      if ( table && sourceTrunkMapTableOf( type ) == table ) {
+         return type;
+      }
+   }
+   return ClassIdType::classIdInvalid;
+}
+
+// The types that have words, by type.
+inline constexpr auto sourceTrunkMapTypes = [] {
+   constexpr auto all = Nodra::enumerators<ClassIdType>();
+   std::array<ClassIdType, std::ranges::count_if( all, sourceTrunkMapTableOf )> types{};
+   std::ranges::copy_if( all, types.begin(), sourceTrunkMapTableOf );
+   return types;
+}();
 
 } // namespace QuarraTcam

@@ -2,7 +2,6 @@
 #include "Nodra/Trace.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
 #include "Sdk/SdkShim.h"
 
 namespace QuarraTcam {
@@ -78,26 +77,6 @@ void QuarraTcamPortsHelper::initializeTcamGroupsInfo() {
          populateStaticClassIdReservation( tcamGroupId );
       }
    }
-}
-
-QuarraTcamPortsHelper::Ptr quarraTcamSdk6PortsHelperFactory( const Scsd &scsd ) {
-   requireSdk6();
-   return std::make_shared<QuarraTcamSdk6PortsHelper>( scsd );
-}
-
-QuarraTcamPortsHelper::Ptr quarraTcamHSDKPortsHelperFactory( const Scsd &scsd ) {
-   requireHsdk();
-   return std::make_shared<QuarraTcamHSDKPortsHelper>( scsd );
-}
-
-QuarraTcamPortsHelper::Ptr quarraTcamTestSdk6PortsHelperFactory( const Scsd &scsd ) {
-   requireSdk6();
-   return std::make_shared<QuarraTcamTestSdk6PortsHelper>( scsd );
-}
-
-QuarraTcamPortsHelper::Ptr quarraTcamTestHSDKPortsHelperFactory( const Scsd &scsd ) {
-   requireHsdk();
-   return std::make_shared<QuarraTcamTestHSDKPortsHelper>( scsd );
 }
 
 } // namespace QuarraTcam

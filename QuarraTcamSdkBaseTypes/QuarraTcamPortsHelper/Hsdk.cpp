@@ -3,8 +3,10 @@
 
 #include "Nodra/Assert.h"
 #include "QuarraCommon/QuarraCommonUtil.h"
+#include "QuarraTcam/QuarraTcamCommonData.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/FirstChip.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/AclGroupSize.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SystemPortTable.h"
 #include "Sdk/SdkCall.h"
@@ -121,6 +123,26 @@ void QuarraTcamHSDKPortsHelper::setAclGroupClassId( U8 bitToSet, const IntfGroup
       }
       SDK_CALL( bcmlt_entry_free( systemPortEntry ) );
    }
+}
+
+void QuarraTcamHSDKPortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U32 numSetDataBits,
+                                                        U32 *dataBits, U32 numSetMaskBits, U32 *maskBits ) {
+   const auto &quarraTcamAttr = getTcamAttr( StageType::ingressFieldProcessor );
+   NODRA_ASSERT( !!quarraTcamAttr );
+   const U8 classIdSize = aclGroupSize( *quarraTcamAttr );
+   TRACE( 1, "qualifySubPortGroupIds"
+                << "unit " << unit << " num data bits: " << numSetDataBits
+                << " num mask bits: " << numSetMaskBits << "classIdSize:" << classIdSize );
+   NODRA_ASSERT( SdkShim );
+   SDK_CALL_TEXT( velmor_bcm_field_qualify_SubportGroupIds( static_cast<int>( unit ), entryId, numSetDataBits,
+                                                            dataBits, numSetMaskBits, maskBits, classIdSize ),
+                  "velmor_bcm_field_qualify_SubportGroupIds( unit, entryId, numSetDataBits, &dataBits[ 0 ], "
+                  "numSetMaskBits, &maskBits[ 0 ], classIdSize )" );
+}
+
+QuarraTcamPortsHelper::Ptr quarraTcamHSDKPortsHelperFactory( const Scsd &scsd ) {
+   requireHsdk();
+   return std::make_shared<QuarraTcamHSDKPortsHelper>( scsd );
 }
 
 } // namespace QuarraTcam

@@ -86,6 +86,7 @@ IntfGroupInfo::PtrConst QuarraTcamPortsHelper::getIntfGroupFromIntfProfile(
       populateCpuIntfGroup( intfGroup );
    }
    for ( const auto &port : profile->portId() ) {
+      NODRA_ASSERT( !!scsd() );
       if ( isMyModId( scsd(), port.modId(), modIdLow(), modIdHigh(), getQuarraTcamCommonData()->modId() ) ) {
          TRACE( 4, "getIntfGroupFromIntfProfile"
                       << "adding port = " << port.port() );

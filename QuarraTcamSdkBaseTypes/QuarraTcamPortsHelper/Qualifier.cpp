@@ -76,31 +76,4 @@ void QuarraTcamPortsHelper::setClassIdQualifier( U32 unit, TcamGroupId tcamGroup
    }
 }
 
-void QuarraTcamSdk6PortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U32 numSetDataBits,
-                                                        U32 *dataBits, U32 numSetMaskBits, U32 *maskBits ) {
-   TRACE( 1, "qualifySubPortGroupIds"
-                << "unit " << unit << " num data bits: " << numSetDataBits
-                << " num mask bits: " << numSetMaskBits );
-   NODRA_ASSERT( SdkShim );
-   SDK_CALL_TEXT( vm_field_qualify_SubportGroupIds( static_cast<int>( unit ), entryId, numSetDataBits,
-                                                    dataBits, numSetMaskBits, maskBits ),
-                  "vm_field_qualify_SubportGroupIds( unit, entryId, numSetDataBits, &dataBits[ 0 ], "
-                  "numSetMaskBits, &maskBits[ 0 ] )" );
-}
-
-void QuarraTcamHSDKPortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U32 numSetDataBits,
-                                                        U32 *dataBits, U32 numSetMaskBits, U32 *maskBits ) {
-   const auto &quarraTcamAttr = getTcamAttr( StageType::ingressFieldProcessor );
-   NODRA_ASSERT( !!quarraTcamAttr );
-   const U8 classIdSize = aclGroupSize( *quarraTcamAttr );
-   TRACE( 1, "qualifySubPortGroupIds"
-                << "unit " << unit << " num data bits: " << numSetDataBits
-                << " num mask bits: " << numSetMaskBits << "classIdSize:" << classIdSize );
-   NODRA_ASSERT( SdkShim );
-   SDK_CALL_TEXT( velmor_bcm_field_qualify_SubportGroupIds( static_cast<int>( unit ), entryId, numSetDataBits,
-                                                            dataBits, numSetMaskBits, maskBits, classIdSize ),
-                  "velmor_bcm_field_qualify_SubportGroupIds( unit, entryId, numSetDataBits, &dataBits[ 0 ], "
-                  "numSetMaskBits, &maskBits[ 0 ], classIdSize )" );
-}
-
 } // namespace QuarraTcam

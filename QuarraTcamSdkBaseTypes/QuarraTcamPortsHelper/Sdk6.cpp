@@ -68,4 +68,21 @@ void QuarraTcamSdk6PortsHelper::populateCpuIntfGroup( const IntfGroupInfo::Ptr &
    }
 }
 
+void QuarraTcamSdk6PortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U32 numSetDataBits,
+                                                        U32 *dataBits, U32 numSetMaskBits, U32 *maskBits ) {
+   TRACE( 1, "qualifySubPortGroupIds"
+                << "unit " << unit << " num data bits: " << numSetDataBits
+                << " num mask bits: " << numSetMaskBits );
+   NODRA_ASSERT( SdkShim );
+   SDK_CALL_TEXT( vm_field_qualify_SubportGroupIds( static_cast<int>( unit ), entryId, numSetDataBits,
+                                                    dataBits, numSetMaskBits, maskBits ),
+                  "vm_field_qualify_SubportGroupIds( unit, entryId, numSetDataBits, &dataBits[ 0 ], "
+                  "numSetMaskBits, &maskBits[ 0 ] )" );
+}
+
+QuarraTcamPortsHelper::Ptr quarraTcamSdk6PortsHelperFactory( const Scsd &scsd ) {
+   requireSdk6();
+   return std::make_shared<QuarraTcamSdk6PortsHelper>( scsd );
+}
+
 } // namespace QuarraTcam

@@ -3,8 +3,8 @@
 #include "Sdk/Bcm.h"
 #include "Sdk/Bcmlt.h"
 
-// Every source that calls an SDK function includes this: the references are weak, so that an agent for the chips of one SDK
-// generation links without the functions of the other.
+// Every source that calls an SDK function includes this: the references are weak, so that an agent for the
+// chips of one SDK generation links without the functions of the other.
 #pragma weak bcm_field_qualify_InterfaceClassPort
 #pragma weak bcm_subport_port_group_subport_multi_set
 #pragma weak bcmlt_entry_allocate

@@ -61,4 +61,9 @@ void QuarraTcamTestHSDKPortsHelper::setAclGroupClassId( U8 bitToSet,
    }
 }
 
+QuarraTcamPortsHelper::Ptr quarraTcamTestHSDKPortsHelperFactory( const Scsd &scsd ) {
+   requireHsdk();
+   return std::make_shared<QuarraTcamTestHSDKPortsHelper>( scsd );
+}
+
 } // namespace QuarraTcam

@@ -1,6 +1,7 @@
 #include "Nodra/Assert.h"
 #include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
 
 namespace QuarraTcam {
 
@@ -48,6 +49,11 @@ void QuarraTcamTestSdk6PortsHelper::shadowBit( U16 port, U8 bit ) {
       aclGroupShadowIs( port, bitmap );
    }
    bitmap->set( bit );
+}
+
+QuarraTcamPortsHelper::Ptr quarraTcamTestSdk6PortsHelperFactory( const Scsd &scsd ) {
+   requireSdk6();
+   return std::make_shared<QuarraTcamTestSdk6PortsHelper>( scsd );
 }
 
 } // namespace QuarraTcam

@@ -1,9 +1,8 @@
 #include "Nodra/Assert.h"
 #include "Nodra/Trace.h"
 #include "QuarraTcam/QuarraTcamCommonData.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/PortUnion.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/ProgramOperation.h"
 
 namespace QuarraTcam {
 
@@ -40,8 +39,9 @@ bool QuarraTcamPortsManager::programClassIdForIntfGroup( TcamGroupId tcamGroupId
    }
    const auto *space = classIdSpace( classIdConfig->classIdType() );
    NODRA_ASSERT_TEXT( space, "0 && \"Invalid classId type\"" );
-   NODRA_ASSERT_TEXT( ( this->*space->program )( tcamGroupId, requestKey, entryId, held ),
-                      space->programText( "tcamGroupId, requestKey, entryId, intfGroup" ).c_str() );
+   const auto operation = programOperation( space->field );
+   NODRA_ASSERT_TEXT( ( this->*operation.program )( tcamGroupId, requestKey, entryId, held ),
+                      operation.text( "tcamGroupId, requestKey, entryId, intfGroup" ).c_str() );
    return true;
 }
 
@@ -67,8 +67,8 @@ bool QuarraTcamPortsManager::programAclGroupClassId( TcamGroupId tcamGroupId, co
    const U8 widthOfClassId = pool->size();
    const auto &quarraTcamAttr = getTcamAttr( StageType::ingressFieldProcessor );
    NODRA_ASSERT( !!quarraTcamAttr );
-   const auto *space = classIdSpace( getClassIdTypeForGroup( tcamGroupId ) );
-   const U8 firstBit = space ? space->firstBit( *quarraTcamAttr ) : U8{ 0 };
+   const U8 firstBit =
+      firstBitOf( getClassIdTypeForGroup( tcamGroupId ), quarraTcamAttr->aclGroupFlexibleWidthSize() );
    const auto startBit = static_cast<U8>( pool->baseOffset() + firstBit );
    NODRA_ASSERT( widthOfClassId );
    if ( intfGroup->ethernet() ) {
@@ -205,9 +205,10 @@ void QuarraTcamPortsManager::cleanupConflictingIntfs( TcamGroupId tcamGroupId, c
          }
          const auto *space = classIdSpace( classIdConfig->classIdType() );
          NODRA_ASSERT_TEXT( space, "0 && \"Invalid classId type\"" );
+         const auto operation = programOperation( space->field );
          NODRA_ASSERT_TEXT(
-            ( this->*space->program )( tcamGroupId, otherKey, otherEntryId, otherIntfGroup ),
-            space->programText( "tcamGroupId, otherKey, otherEntryId, otherIntfGroup" ).c_str() );
+            ( this->*operation.program )( tcamGroupId, otherKey, otherEntryId, otherIntfGroup ),
+            operation.text( "tcamGroupId, otherKey, otherEntryId, otherIntfGroup" ).c_str() );
       }
    }
 }

@@ -1,7 +1,6 @@
 #include "Nodra/Assert.h"
 #include "Nodra/Trace.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager/ProgramOperation.h"
 
 namespace QuarraTcam {
 
@@ -65,7 +64,7 @@ bool QuarraTcamPortsManager::maybeFreeClassId( TcamGroupId tcamGroupId, const Re
    // Held to the end: the caller's key may be the one inside of a record that goes.
    const auto requestStatus = classIdStatus->requestStatus( requestKey );
    NODRA_ASSERT( !!requestStatus );
-   NODRA_ASSERT( requestStatus->entryRefHas( entryId ) );
+   NODRA_ASSERT( requestStatus->entryRefHas( entryId ) ); // known behaviour uncounted-entry
    const auto &heldKey = requestStatus->requestKey();
    requestStatus->entryRefDel( entryId );
    const bool unused = !requestStatus->entryRefs();
@@ -92,9 +91,10 @@ bool QuarraTcamPortsManager::maybeFreeClassId( TcamGroupId tcamGroupId, const Re
    }
    // An empty interface group takes the class ID off every port that carries it.
    if ( const auto *space = classIdSpace( classIdConfig->classIdType() ) ) {
+      const auto operation = programOperation( space->field );
       NODRA_ASSERT_TEXT(
-         ( this->*space->program )( tcamGroupId, heldKey, entryId, intfGroupInfoFactory() ),
-         space->programText( "tcamGroupId, requestKey, entryId, intfGroupInfoFactory()" ).c_str() );
+         ( this->*operation.program )( tcamGroupId, heldKey, entryId, intfGroupInfoFactory() ),
+         operation.text( "tcamGroupId, requestKey, entryId, intfGroupInfoFactory()" ).c_str() );
    }
    NODRA_ASSERT_TEXT( !requestStatus->intfGroup()->portIds(),
                       "!classIdStatus->requestStatus( requestKey )->intfGroup()->portIds()" );

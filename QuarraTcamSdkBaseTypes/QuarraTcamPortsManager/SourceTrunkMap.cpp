@@ -1,5 +1,6 @@
 #include "Nodra/Assert.h"
 #include "Nodra/Trace.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsManager.h"
 #include "Sdk/SdkShim.h"
 
@@ -11,9 +12,7 @@ static Nodra::TraceHandle unitTrace( "QuarraTcamPortsManager" );
 
 namespace {
 
-using QuarraCentral::ifpSourceTrunkMapTable;
 using QuarraCentral::PortTabWriteRequestKey;
-using QuarraCentral::vfpSourceTrunkMapTable;
 
 // All ones but for the pool's bits, a bit position taken modulo 32. Known behaviour word-upper-half: it is
 // only 16 bits wide, so applying it clears bits 16 to 31 of the old word as well.
@@ -60,8 +59,8 @@ bool QuarraTcamPortsManager::programSourceTrunkMapClassId( TcamGroupId tcamGroup
       NODRA_ASSERT( !!sourceTrunkMapConfig() );
    }
    const U16 mask = maskWithout( pool->baseOffset(), pool->size() );
-   const U8 table = classIdConfig->classIdType() == ClassIdType::ifpSourceTrunkMap ? ifpSourceTrunkMapTable
-                                                                                   : vfpSourceTrunkMapTable;
+   const U8 ownTable = sourceTrunkMapTableOf( classIdConfig->classIdType() );
+   const U8 table = ownTable ? ownTable : QuarraCentral::vfpSourceTrunkMapTable;
 
    for ( const auto &port : requestStatus->intfGroup()->portId() ) {
       const PortTabWriteRequestKey srcTrunkMapKey( chip, port, table );
@@ -101,7 +100,7 @@ void QuarraTcamPortsManager::initializeSourceTrunkMap() {
       return;
    }
    for ( const auto &[ key, value ] : sourceTrunkMapConfig()->request() ) {
-      if ( key.table() == ifpSourceTrunkMapTable || key.table() == vfpSourceTrunkMapTable ) {
+      if ( typeOfSourceTrunkMapTable( key.table() ) != ClassIdType::classIdInvalid ) {
          sourceTrunkMapConfig()->postRequest( key, 0 );
       }
    }

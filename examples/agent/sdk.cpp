@@ -1,5 +1,5 @@
-// The SDK of this agent: prints each call and says that it went well. A real one is the chip vendor's library. This one is for
-// SDK6 chips: the functions of the logical-table SDK are left out.
+// The SDK of this agent: prints each call and says that it went well. A real one is the chip vendor's
+// library. This one is for SDK6 chips: the functions of the logical-table SDK are left out.
 #include <cstdio>
 
 #include "Sdk/Bcm.h"

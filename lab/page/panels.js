@@ -172,7 +172,8 @@ function drawMismatches(model, selection, section, host) {
 function drawRefused(model, section, host) {
   const { refused } = model.state;
   section.hidden = !refused.length;
-  host.replaceChildren(...refused.slice(0, 200).map(([name, code, message]) =>
-    make("div", { class: "reason" }, make("p", {}, `${name}: ${message}`), make("p", {}, code))),
+  host.replaceChildren(...refused.slice(0, 200).map(([name, code, message, text]) =>
+    make("div", { class: "reason" }, make("p", {}, `${name}: ${message}`),
+      make("p", {}, text ? `${code}. The rule: ${text}` : code))),
     ...(refused.length > 200 ? [make("p", {}, `and ${(refused.length - 200).toLocaleString("en")} more`)] : []));
 }

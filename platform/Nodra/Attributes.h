@@ -7,13 +7,13 @@
 #include "Nodra/Ptr.h"
 #include "Nodra/Types.h"
 
-// Attributes of records and nodes. A record reads like a table, one line an attribute; the macros only paste the
-// accessor names, the templates below hold the behaviour. For an attribute `x` they declare, as far as its kind
-// has it:
+// Attributes of records and nodes. A record reads like a table, one line an attribute; the macros only paste
+// the accessor names, the templates below hold the behaviour. For an attribute `x` they declare, as far as
+// its kind has it:
 //
-//    x()         reads the attribute, or the collection   xIs( ... )    sets, or inserts and returns the member
-//    x( key )    reads a member                           xDel( key )   removes a member
-//    xHas( key ) tests for a member                       xDelAll()     removes all
+//    x()         reads the attribute, or the collection  xIs( ... )   sets, or inserts and returns the member
+//    x( key )    reads a member                          xDel( key )  removes a member
+//    xHas( key ) tests for a member                      xDelAll()    removes all
 //    xs()        number of members
 //
 // For example ATTR( size, U8 ); expands to

@@ -13,8 +13,8 @@
 //    static Nodra::TraceHandle unitTrace( "QuarraTcamPortsManager" );
 //
 // The environment variable QUARRA_TRACE, or traceLevelsIs, turns levels on for all handles of a name:
-// "QuarraTcamPortsManager/0-3,QuarraTcamPorts/8"; "*" stands for every name. A variable that cannot be read is
-// ignored, and told on standard error when the program is loaded. Main thread only.
+// "QuarraTcamPortsManager/0-3,QuarraTcamPorts/8"; "*" stands for every name. A variable that cannot be read
+// is ignored, and told on standard error when the program is loaded. Main thread only.
 namespace Nodra {
 
 class NODRA_API TraceHandle {

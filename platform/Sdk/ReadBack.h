@@ -25,8 +25,8 @@ struct FieldEntry {
    bool operator==( const FieldEntry & ) const = default;
 };
 
-// Reading back what a chip holds, where the functions that the library calls have no way to: an SDK may offer it
-// through its shim. Nothing here changes the chip.
+// Reading back what a chip holds, where the functions that the library calls have no way to: an SDK may offer
+// it through its shim. Nothing here changes the chip.
 class ReadBack {
  public:
    virtual ~ReadBack() = default;

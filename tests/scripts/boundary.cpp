@@ -1,5 +1,5 @@
-// What crosses the boundary between shared libraries and a program of hidden visibility: exceptions, types, objects of the
-// program called by the library and the other way round.
+// What crosses the boundary between shared libraries and a program of hidden visibility: exceptions, types,
+// objects of the program called by the library and the other way round.
 #include <cstdio>
 #include <typeinfo>
 

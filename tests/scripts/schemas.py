@@ -24,7 +24,7 @@ def load(name):
 def validator(name):
     schema = load(name)
     jsonschema.Draft202012Validator.check_schema(schema)
-    others = {other["$id"]: other for other in map(load, ("common", "chip-file", "plan"))}
+    others = {other["$id"]: other for other in map(load, ("common", "chip-file", "plan", "apply"))}
     return jsonschema.Draft202012Validator(
         schema, resolver=jsonschema.RefResolver(schema["$id"], schema, store=others))
 
@@ -75,6 +75,7 @@ for variant in variants:
     check("plan", left, f"plan of what is left out on {variant}")
     if not left["leftOut"] or not left["warnings"]:
         sys.exit(f"plan on {variant}: nothing is left out, or nothing warned about")
+    check("plan", json.loads(run([*here, "plan", "-j", "--keep-going", "-"], (1,), input=damaged)), f"plan of what is wrong on {variant}")
     check("soak", json.loads(run([*here, "soak", "-j", "--ops", "100", "--seed", "1", "--jobs", "1"])), "soak")
     check("soak", json.loads(run([*here, "soak", "-j", "--crash", "--ops", "5", "--seed", "1", "--jobs", "1"])), "soak --crash")
     check("soak-exhaustive", json.loads(run([*here, "soak", "-j", "--exhaustive", "1", "--jobs", "1"])), "soak --exhaustive")
@@ -111,6 +112,7 @@ with tempfile.TemporaryDirectory() as folder:
         new("apply", configurations[0])
         for name in ("check", "audit", "repair", "restart", "switch", "usage"):
             new(name)
+        new("why", "1", "-c", configurations[0])
         check("batch-answer", json.loads(run(["dump", *switch])), "dump")
         for damage in (["entry", "1"], ["bit", "1", "3"], ["word", "2", "9", "7"]):
             run(["damage", *switch, *damage], (0, 2), stderr=subprocess.DEVNULL)  # not every chip has all of it
