@@ -32,6 +32,11 @@ TEST_F( HelperMisuse, OfQualifiersAndRecords ) {
    const auto configOfOne = getClassIdInfoForTcamGroup( one );
    scsd->quarraIntfToAclGroupKeyIs( Ivrel::IntfId( "portless" ), 700 );
    expectAborts( {
+      { "setAclGroupClassId", "SdkShim",
+        [ & ] {
+           SdkShim = nullptr;
+           helper->setAclGroupClassId( 3, ports( {} ) );
+        } },
       { "setClassIdQualifier", "!!classIdConfig", [ & ] { qualify( unknown, 2, 2 ); } },
       { "setClassIdQualifier", "classId->data()->size() == classId->mask()->size()",
         [ & ] { qualify( one, 2, 2, 64, 63 ); } },
@@ -139,6 +144,11 @@ TEST_F( HelperMisuse, OfTheHsdkHelpers ) {
            [ & ] {
               withEmptyProfile();
               variant.factory( scsd );
+           } },
+         { "setAclGroupClassId", "SdkShim",
+           [ & ] {
+              SdkShim = nullptr;
+              helper->setAclGroupClassId( 3, ports( {} ) );
            } },
          { "getAclGroupFieldType", "0 && \"invalid bit to set\"",
            [ & ] { helper->setAclGroupClassId( 160, ports( {} ) ); } },

@@ -9,8 +9,15 @@ namespace QuarraTool {
 namespace {
 
 std::string_view signOf( Change change ) {
-   constexpr std::string_view signs[] = { "+", "-", "~" };
-   return signs[ static_cast<std::size_t>( change ) ];
+   switch ( change ) {
+   case Change::came:
+      return "+";
+   case Change::gone:
+      return "-";
+   case Change::changed:
+      return "~";
+   }
+   return ""; // no enumerator
 }
 
 // What became of an entry.

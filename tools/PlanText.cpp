@@ -20,8 +20,19 @@ using Align = TextTable::Align;
 constexpr std::size_t someLines = 40; // of steps, of wrong matches
 
 std::string_view signOf( Fate fate ) {
-   constexpr std::string_view signs[] = { "=", "~", "+", "-", "!" };
-   return signs[ static_cast<std::size_t>( fate ) ];
+   switch ( fate ) {
+   case Fate::stays:
+      return "=";
+   case Fate::changes:
+      return "~";
+   case Fate::comes:
+      return "+";
+   case Fate::goes:
+      return "-";
+   case Fate::refused:
+      return "!";
+   }
+   return ""; // no enumerator
 }
 
 // "OFFICE|DNS (entry 1)", "3 rules of OFFICE (entries 1-3)".
@@ -141,6 +152,20 @@ std::string entriesPart( const Plan &plan, bool all ) {
 
 // ---- The steps
 
+std::string_view verbOf( ChangeStep::Kind kind ) {
+   switch ( kind ) {
+   case ChangeStep::Kind::createGroup:
+      return "create";
+   case ChangeStep::Kind::deleteGroup:
+      return "delete";
+   case ChangeStep::Kind::install:
+      return "install";
+   case ChangeStep::Kind::remove:
+      return "remove";
+   }
+   return ""; // no enumerator
+}
+
 // Steps of one kind one after the other, of one table and one class ID.
 struct Run {
    std::size_t first;
@@ -164,7 +189,6 @@ std::string stepsPart( const Plan &plan, bool all ) {
       runs.back().writes += plan.steps[ i ].sdkWrites;
       runs.back().entries.push_back( plan.steps[ i ].request.entry );
    }
-   constexpr std::string_view verbs[] = { "create", "delete", "install", "remove" };
    TextTable table(
       { { "steps", Align::right }, { "what" }, { "class ID" }, { "SDK writes", Align::right } } );
    for ( std::size_t i = 0; i < runs.size() && ( all || i < someLines ); ++i ) {
@@ -174,7 +198,7 @@ std::string stepsPart( const Plan &plan, bool all ) {
                                    : fmt::format( "group {}", step.request.group.value() );
       table.row( { run.first == run.last ? fmt::format( "{}", run.first + 1 )
                                          : fmt::format( "{}-{}", run.first + 1, run.last + 1 ),
-                   fmt::format( "{} {}", verbs[ static_cast<std::size_t>( step.kind ) ], what ),
+                   fmt::format( "{} {}", verbOf( step.kind ), what ),
                    step.place ? placeText( *step.place ) : "", fmt::format( "{}", run.writes ) } );
    }
    auto text = table.empty() ? "  none\n" : table.text();
