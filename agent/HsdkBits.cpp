@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "Nodra/Trace.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/HsdkFunctions.h"
 #include "Sdk/SdkCall.h"
 #include "Sdk/SystemPortTable.h"
 #include "agent/ChipBits.h"

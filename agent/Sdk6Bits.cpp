@@ -1,5 +1,5 @@
 #include "Nodra/Trace.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Sdk6Functions.h"
 #include "Sdk/SdkCall.h"
 #include "agent/ChipBits.h"
 

@@ -7,6 +7,7 @@
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/FirstChip.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/AclGroupSize.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/HsdkFunctions.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SystemPortTable.h"
 #include "Sdk/SdkCall.h"
@@ -138,6 +139,18 @@ void QuarraTcamHSDKPortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U
                                                             dataBits, numSetMaskBits, maskBits, classIdSize ),
                   "velmor_bcm_field_qualify_SubportGroupIds( unit, entryId, numSetDataBits, &dataBits[ 0 ], "
                   "numSetMaskBits, &maskBits[ 0 ], classIdSize )" );
+}
+
+void requireHsdk() {
+   const SdkFunction functions[] = {
+      { "bcmlt_entry_allocate", bcmlt_entry_allocate != nullptr },
+      { "bcmlt_entry_field_add", bcmlt_entry_field_add != nullptr },
+      { "bcmlt_entry_field_get", bcmlt_entry_field_get != nullptr },
+      { "bcmlt_entry_commit", bcmlt_entry_commit != nullptr },
+      { "bcmlt_entry_free", bcmlt_entry_free != nullptr },
+      { "velmor_bcm_field_qualify_SubportGroupIds", velmor_bcm_field_qualify_SubportGroupIds != nullptr },
+   };
+   requireSdk( "HSDK", functions );
 }
 
 QuarraTcamPortsHelper::Ptr quarraTcamHSDKPortsHelperFactory( const Scsd &scsd ) {

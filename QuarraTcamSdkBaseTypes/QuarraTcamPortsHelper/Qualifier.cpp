@@ -5,7 +5,7 @@
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPorts/ClassIdSpace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/AclGroupSize.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Sdk6Functions.h"
 #include "Sdk/SdkCall.h"
 
 namespace QuarraTcam {

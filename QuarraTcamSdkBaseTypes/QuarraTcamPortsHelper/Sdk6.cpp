@@ -3,6 +3,7 @@
 
 #include "Nodra/Assert.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Sdk6Functions.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
 #include "Sdk/SdkCall.h"
 
@@ -78,6 +79,15 @@ void QuarraTcamSdk6PortsHelper::qualifySubPortGroupIds( U32 unit, U32 entryId, U
                                                     dataBits, numSetMaskBits, maskBits ),
                   "vm_field_qualify_SubportGroupIds( unit, entryId, numSetDataBits, &dataBits[ 0 ], "
                   "numSetMaskBits, &maskBits[ 0 ] )" );
+}
+
+void requireSdk6() {
+   const SdkFunction functions[] = {
+      { "bcm_subport_port_group_subport_multi_set", bcm_subport_port_group_subport_multi_set != nullptr },
+      { "bcm_field_qualify_InterfaceClassPort", bcm_field_qualify_InterfaceClassPort != nullptr },
+      { "vm_field_qualify_SubportGroupIds", vm_field_qualify_SubportGroupIds != nullptr },
+   };
+   requireSdk( "SDK6", functions );
 }
 
 QuarraTcamPortsHelper::Ptr quarraTcamSdk6PortsHelperFactory( const Scsd &scsd ) {

@@ -1,7 +1,7 @@
 #include "Nodra/Assert.h"
 #include "Nodra/Trace.h"
 #include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper.h"
-#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/Sdk6Functions.h"
 
 namespace QuarraTcam {
 
