@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <fmt/format.h>
+
 namespace QuarraTool {
 
 using namespace QuarraAcl;
@@ -35,9 +37,9 @@ std::string wrongText( const std::vector<AclComplaint> &complaints, bool all ) {
    if ( complaints.empty() ) {
       return {};
    }
-   std::string text = std::string( wrongHeading ) + "\n";
+   auto text = fmt::format( "{}\n", wrongHeading );
    for ( const auto &line : wrongLines( complaints, all ) ) {
-      text += "  " + line + "\n";
+      text += fmt::format( "  {}\n", line );
    }
    return text + "\n";
 }
