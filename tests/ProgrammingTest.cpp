@@ -259,6 +259,14 @@ TEST_F( SourceTrunkMap, CountsBitsModuloTheWord ) {
    EXPECT_EQ( posted( 1 ), 0x80000003u );
    manager->programClassIdForIntfGroup( table9Group, key( "a" ), INVALID_ENTRY_ID, ports( {} ) );
    EXPECT_EQ( posted( 1 ), 2u );
+   // And one beyond it lies two bits up.
+   manager->classIdHwStatus( ifpSourceTrunkMap )->rangeSet( 0, 33 );
+   group( 500, { .type = ifpSourceTrunkMap, .width = 2 } );
+   post( 2, 9, 3 );
+   carry( 500, key( "b" ), 1, ports( { 2 } ) );
+   EXPECT_EQ( posted( 2 ), 7u );
+   manager->programClassIdForIntfGroup( 500, key( "b" ), 1, ports( {} ) );
+   EXPECT_EQ( posted( 2 ), 3u );
 }
 
 // The directory was asked for where no word is posted: for all ethernet ports, which have none here.

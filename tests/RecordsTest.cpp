@@ -18,6 +18,8 @@ TEST( Records, InterfaceGroupsAreEqualByTheirContents ) {
    copy->ethernetIs( true );
    EXPECT_FALSE( copy->isEqual( group ) );
    EXPECT_NE( copy->hash(), group->hash() );
+   copy->portIdDelAll();
+   EXPECT_EQ( copy->hash(), allEthernet()->hash() );
    EXPECT_TRUE( ports( {} )->isEmpty() );
    EXPECT_FALSE( allEthernet()->isEmpty() || group->isEmpty() );
    EXPECT_NE( allEthernet()->hash(), ports( {} )->hash() );
