@@ -21,9 +21,9 @@ struct GroupShape {
    U16 tcamGroupId;
    ClassIdType type;
    ClassIdType twinType;
-   U32 poolBits;
    U8 width;
    U8 twinWidth;
+   U32 poolBits = 0; // other than 0: the offset is fixed
 };
 
 using enum ClassIdType;
@@ -34,42 +34,37 @@ constexpr auto flexible = aclGroupFlexibleWidth;
 constexpr auto fixed = aclGroupFixedWidth;
 
 constexpr GroupShape sdk6Shapes[] = {
-   { 13, flexible, flexible, 0, 1, 1 },  { 14, flexible, flexible, 0, 1, 1 },
-   { 15, flexible, flexible, 0, 4, 1 },  { 42, flexible, flexible, 0, 1, 1 },
-   { 43, flexible, flexible, 0, 1, 1 },  { 44, flexible, flexible, 0, 1, 1 },
-   { 45, flexible, flexible, 0, 1, 1 },  { 51, ifp, ifp, 0, 1, 1 },
-   { 52, flexible, flexible, 0, 1, 1 },  { 55, flexible, flexible, 0, 1, 1 },
-   { 56, flexible, flexible, 0, 1, 1 },  { 59, flexible, flexible, 0, 1, 1 },
-   { 88, ifp, ifp, 32, 1, 1 },           { 89, ifp, ifp, 32, 1, 1 },
-   { 90, ifp, ifp, 32, 1, 1 },           { 91, ifp, ifp, 32, 1, 1 },
-   { 92, ifp, ifp, 32, 1, 1 },           { 94, ifp, ifp, 32, 1, 1 },
-   { 102, ifp, ifp, 32, 1, 1 },          { 108, flexible, flexible, 0, 1, 1 },
-   { 120, ifp, ifp, 0, 4, 4 },           { 129, ifp, ifp, 0, 1, 1 },
-   { 132, flexible, flexible, 0, 1, 1 }, { 238, vfp, vfp, 0, 4, 4 },
+   { 13, flexible, flexible, 1, 1 },  { 14, flexible, flexible, 1, 1 },
+   { 15, flexible, flexible, 4, 1 },  { 42, flexible, flexible, 1, 1 },
+   { 43, flexible, flexible, 1, 1 },  { 44, flexible, flexible, 1, 1 },
+   { 45, flexible, flexible, 1, 1 },  { 51, ifp, ifp, 1, 1 },
+   { 52, flexible, flexible, 1, 1 },  { 55, flexible, flexible, 1, 1 },
+   { 56, flexible, flexible, 1, 1 },  { 59, flexible, flexible, 1, 1 },
+   { 88, ifp, ifp, 1, 1, 32 },        { 89, ifp, ifp, 1, 1, 32 },
+   { 90, ifp, ifp, 1, 1, 32 },        { 91, ifp, ifp, 1, 1, 32 },
+   { 92, ifp, ifp, 1, 1, 32 },        { 94, ifp, ifp, 1, 1, 32 },
+   { 102, ifp, ifp, 1, 1, 32 },       { 108, flexible, flexible, 1, 1 },
+   { 120, ifp, ifp, 4, 4 },           { 129, ifp, ifp, 1, 1 },
+   { 132, flexible, flexible, 1, 1 }, { 238, vfp, vfp, 4, 4 },
 };
-constexpr GroupShape sdk6OtherGroups = { 0, flexible, flexible, 0, 4, 4 };
+constexpr GroupShape sdk6OtherGroups = { 0, flexible, flexible, 4, 4 };
 
 constexpr GroupShape hsdkShapes[] = {
-   { 10, fixed, flexible, 0, 8, 4 },    { 11, fixed, flexible, 0, 8, 4 },
-   { 13, fixed, fixed, 0, 1, 1 },       { 14, fixed, fixed, 0, 1, 1 },
-   { 15, fixed, flexible, 0, 8, 1 },    { 38, fixed, flexible, 0, 8, 4 },
-   { 42, fixed, fixed, 0, 1, 1 },       { 43, fixed, fixed, 0, 1, 1 },
-   { 44, fixed, fixed, 0, 1, 1 },       { 45, fixed, fixed, 0, 1, 1 },
-   { 47, fixed, flexible, 0, 1, 4 },    { 48, fixed, fixed, 0, 1, 1 },
-   { 51, fixed, fixed, 0, 1, 1 },       { 52, fixed, fixed, 0, 1, 1 },
-   { 55, fixed, fixed, 0, 1, 1 },       { 56, fixed, fixed, 0, 1, 1 },
-   { 59, fixed, fixed, 0, 1, 1 },       { 88, flexible, flexible, 0, 1, 1 },
-   { 89, flexible, flexible, 0, 1, 1 }, { 90, flexible, flexible, 0, 1, 1 },
-   { 91, flexible, flexible, 0, 1, 1 }, { 92, flexible, flexible, 0, 1, 1 },
-   { 94, flexible, flexible, 0, 1, 1 }, { 102, flexible, flexible, 0, 1, 1 },
-   { 108, fixed, fixed, 0, 1, 1 },      { 109, fixed, fixed, 0, 1, 1 },
-   { 132, fixed, fixed, 0, 1, 1 },
+   { 10, fixed, flexible, 8, 4 },    { 11, fixed, flexible, 8, 4 },    { 13, fixed, fixed, 1, 1 },
+   { 14, fixed, fixed, 1, 1 },       { 15, fixed, flexible, 8, 1 },    { 38, fixed, flexible, 8, 4 },
+   { 42, fixed, fixed, 1, 1 },       { 43, fixed, fixed, 1, 1 },       { 44, fixed, fixed, 1, 1 },
+   { 45, fixed, fixed, 1, 1 },       { 47, fixed, flexible, 1, 4 },    { 48, fixed, fixed, 1, 1 },
+   { 51, fixed, fixed, 1, 1 },       { 52, fixed, fixed, 1, 1 },       { 55, fixed, fixed, 1, 1 },
+   { 56, fixed, fixed, 1, 1 },       { 59, fixed, fixed, 1, 1 },       { 88, flexible, flexible, 1, 1 },
+   { 89, flexible, flexible, 1, 1 }, { 90, flexible, flexible, 1, 1 }, { 91, flexible, flexible, 1, 1 },
+   { 92, flexible, flexible, 1, 1 }, { 94, flexible, flexible, 1, 1 }, { 102, flexible, flexible, 1, 1 },
+   { 108, fixed, fixed, 1, 1 },      { 109, fixed, fixed, 1, 1 },      { 132, fixed, fixed, 1, 1 },
 };
-constexpr GroupShape hsdkOtherGroups = { 0, fixed, fixed, 0, 8, 8 };
+constexpr GroupShape hsdkOtherGroups = { 0, fixed, fixed, 8, 8 };
 
 // Type and width of system groups: one bit a rule in the flexible space, on every chip. Their pool bits are
 // those of their rows.
-constexpr GroupShape systemGroups = { 0, flexible, flexible, 0, 1, 1 };
+constexpr GroupShape systemGroups = { 0, flexible, flexible, 1, 1 };
 
 template <std::size_t n>
 const GroupShape &shapeOf( const GroupShape ( &shapes )[ n ], const GroupShape &others,
