@@ -8,6 +8,7 @@ using Bits = std::vector<U32>;
 
 constexpr U16 flexibleGroup = 500; // a number of no group: flexible on SDK6, fixed on HSDK
 constexpr U16 otherGroup = 501;
+constexpr U16 lastGroup = 502;
 
 class Pools : public LibraryTest {
  protected:
@@ -150,16 +151,18 @@ TEST_F( Pools, TraceTheHardwareValueAtEveryBit ) {
    auto &space = *manager->classIdHwStatus( aclGroupFixedWidth );
    Nodra::MemoryTrace trace;
    Nodra::traceLevelsIs( "QuarraTcamPortsManager/2" );
-   const auto reserveTwoFrom = [ & ]( TcamGroupId id, U32 bit ) {
-      group( id, { .type = aclGroupFixedWidth, .width = 2 } );
+   const auto lendFrom = [ & ]( U32 bit, TcamGroupId id, U8 width ) {
+      group( id, { .type = aclGroupFixedWidth, .width = width } );
       space.rangeSet( 0, bit - 1 );
       manager->createAclGroupBitmapHint( id );
-      ASSERT_TRUE( reserve( id, key( "a" ), 1 ) && reserve( id, key( "b" ), 1 ) );
+      ASSERT_TRUE( reserve( id, key( "a" ), 1 ) );
    };
-   reserveTwoFrom( flexibleGroup, 62 );
+   lendFrom( 62, flexibleGroup, 2 );
+   ASSERT_TRUE( reserve( flexibleGroup, key( "b" ), 1 ) );
    EXPECT_TRUE( trace.has( "Reserved classId: 9223372036854775808" ) );
-   reserveTwoFrom( otherGroup, 64 );
+   lendFrom( 64, otherGroup, 1 );
    EXPECT_TRUE( trace.has( "Reserved classId: 0x10000000000000000" ) );
+   lendFrom( 65, lastGroup, 1 );
    EXPECT_TRUE( trace.has( "Reserved classId: 0x20000000000000000" ) );
 }
 
