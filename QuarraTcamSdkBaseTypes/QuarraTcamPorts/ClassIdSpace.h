@@ -63,33 +63,45 @@ inline constexpr ClassIdSpace fixedWidthSpace = {
    .poolsComeWithGroup = true,
 };
 
-// The space of a type; null for a type that is none.
-constexpr const ClassIdSpace *classIdSpace( ClassIdType type ) {
+inline constexpr ClassIdSpace noSpace = {
+   .field = ClassIdField::aclGroupValue,
+   .sourceTrunkMapTable = 0,
+   .size = []( const QuarraTcamFeatureAttributes & ) { return U8{ 0 }; },
+   .aboveFlexibleBits = false,
+   .poolsComeWithGroup = false,
+};
+
+// The row of a type; noSpace for a type that is none.
+constexpr const ClassIdSpace &rowOf( ClassIdType type ) {
    switch ( type ) {
    case ClassIdType::ifpSourceTrunkMap:
-      return &ifpSourceTrunkMapSpace;
+      return ifpSourceTrunkMapSpace;
    case ClassIdType::vfpSourceTrunkMap:
-      return &vfpSourceTrunkMapSpace;
+      return vfpSourceTrunkMapSpace;
    case ClassIdType::aclGroupFlexibleWidth:
-      return &flexibleWidthSpace;
+      return flexibleWidthSpace;
    case ClassIdType::aclGroupFixedWidth:
-      return &fixedWidthSpace;
+      return fixedWidthSpace;
    case ClassIdType::classIdInvalid:
    case ClassIdType::classIdMax:
       break;
    }
-   return nullptr;
+   return noSpace;
+}
+
+// The space of a type; null for a type that is none.
+inline const ClassIdSpace *classIdSpace( ClassIdType type ) {
+   const auto &row = rowOf( type );
+   return &row == &noSpace ? nullptr : &row;
 }
 
 // Whether groups of the type get their pools when they are created, and only then.
 constexpr bool poolsComeWithGroup( ClassIdType type ) {
-   const auto *space = classIdSpace( type );
-   return space && space->poolsComeWithGroup;
+   return rowOf( type ).poolsComeWithGroup;
 }
 
 constexpr bool liesAboveFlexibleBits( ClassIdType type ) {
-   const auto *space = classIdSpace( type );
-   return space && space->aboveFlexibleBits;
+   return rowOf( type ).aboveFlexibleBits;
 }
 
 // The first bit of a type's space in its field, on a chip with so many flexible bits.
@@ -99,8 +111,7 @@ constexpr U8 firstBitOf( ClassIdType type, U8 flexibleBits ) {
 
 // The port table of a type's words; 0 where the type has none.
 constexpr U8 sourceTrunkMapTableOf( ClassIdType type ) {
-   const auto *space = classIdSpace( type );
-   return space ? space->sourceTrunkMapTable : U8{ 0 };
+   return rowOf( type ).sourceTrunkMapTable;
 }
 
 // The type whose words a table holds; classIdInvalid for another table.
