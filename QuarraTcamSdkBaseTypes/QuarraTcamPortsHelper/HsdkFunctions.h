@@ -3,8 +3,8 @@
 #include "Sdk/Bcm.h"
 #include "Sdk/Bcmlt.h"
 
-// Every source that calls an SDK function of the generation includes this: the references are weak, so that an
-// agent for the chips of another generation links without them.
+// Every source that calls an SDK function of the generation includes this: the references are weak, so that
+// an agent for the chips of another generation links without them.
 #pragma weak bcmlt_entry_allocate
 #pragma weak bcmlt_entry_commit
 #pragma weak bcmlt_entry_field_add
