@@ -178,7 +178,8 @@ void QuarraTcamPortsManager::cleanupConflictingIntfs( TcamGroupId tcamGroupId, c
    NODRA_ASSERT( !!classIdStatus );
    const auto classIdConfig = getClassIdInfoForTcamGroup( tcamGroupId );
    NODRA_ASSERT( !!classIdConfig );
-   const auto asked = intfGroup; // the caller may pass what the index holds, which the loop lets go
+   // A copy: the caller may pass what the index holds, which the loop lets go.
+   const auto asked = intfGroup; // NOLINT(performance-unnecessary-copy-initialization)
    for ( const auto &[ otherKey, other ] : classIdStatus->requestStatus() ) {
       if ( otherKey == requestKey || holdsOtherPorts( other->intfGroup(), *asked ) ) {
          continue;
