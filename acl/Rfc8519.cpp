@@ -89,7 +89,7 @@ void Rfc8519Reader::read() {
 }
 
 std::optional<std::string> Rfc8519Reader::nameOf( const YangNode &node ) {
-   const auto name = node.text( "name" );
+   auto name = node.text( "name" );
    if ( !name && !node.member( "name" ).there() ) {
       node.complain( "expected a name" );
    } else if ( name && name->size() > maxNameLength ) {

@@ -118,7 +118,7 @@ class RecordReader {
    }
 
    void readRequests() {
-      store_.each( [ & ]( RequestRow row ) {
+      store_.each( [ & ]( const RequestRow &row ) {
          auto &kept = groupOf( row.group, "a request" );
          must( !kept.record->requestStatusHas( row.key ), "key ", row.key, " of group ", row.group,
                " twice" );
@@ -138,7 +138,7 @@ class RecordReader {
    }
 
    void readIndex() {
-      store_.each( [ & ]( IndexRow row ) {
+      store_.each( [ & ]( const IndexRow &row ) {
          auto &kept = groupOf( row.group, "an index" );
          must( kept.record->requestStatusHas( row.key ), "key ", row.key, " in the index of group ",
                row.group, " only" );
@@ -167,7 +167,7 @@ class RecordReader {
    }
 
    void readBits() {
-      store_.each( [ & ]( BitRow row ) {
+      store_.each( [ & ]( const BitRow &row ) {
          manager_.programmedBitIs( row.bit, row.intfGroup );
          keeper_.bits_[ row.bit ] = row.intfGroup;
       } );

@@ -9,7 +9,6 @@
 namespace QuarraLab {
 
 using namespace QuarraTcam;
-using QuarraAgent::InstallRequest;
 using Kind = ChangeStep::Kind;
 
 namespace {

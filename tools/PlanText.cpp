@@ -38,9 +38,8 @@ std::string_view signOf( Fate fate ) {
 // "OFFICE|DNS (entry 1)", "3 rules of OFFICE (entries 1-3)".
 std::string entriesName( const std::string &rule, const std::vector<U32> &entries, std::size_t rules ) {
    const auto table = tableOf( rule );
-   const auto what = rules > 1
-                        ? ( table.empty() ? "" : fmt::format( "{} rules of {}", rules, oneLine( table ) ) )
-                        : oneLine( rule );
+   auto what = rules > 1 ? ( table.empty() ? "" : fmt::format( "{} rules of {}", rules, oneLine( table ) ) )
+                         : oneLine( rule );
    if ( entries.empty() ) {
       return what;
    }

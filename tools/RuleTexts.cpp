@@ -13,7 +13,7 @@ RuleFields ruleFieldsOf( const AclConfig &config ) {
       for ( const auto &rule : table.rules ) {
          auto &fields = all[ table.name + "|" + rule.name ];
          for ( const auto &[ name, value ] : rule.fields ) {
-            fields.push_back( name + " " + value );
+            fields.push_back( fmt::format( "{} {}", name, value ) );
          }
       }
    }
