@@ -237,18 +237,19 @@ bool ChangeRun::changesUnit( const Bundle &bundle ) const {
 
 // The one with the fewest rules that gives up what another can use, or else what it may come to use itself.
 bool ChangeRun::breakSmallest() {
-   const auto rankOf = [ this ]( const Bundle &bundle ) {
+   Bundle *smallest = nullptr;
+   std::pair<bool, std::ptrdiff_t> lowestRank;
+   for ( auto &bundle : bundles_ ) {
+      if ( bundle.done() || bundle.oldAreGone || !frees( bundle ) ) {
+         continue;
+      }
       const bool helps = costOf( bundle ) <= 0 && couldHelp( bundle );
       const auto left =
          std::ranges::count_if( bundle.wishes, []( const Wish &wish ) { return !wish.done(); } );
-      return std::pair( !helps, left );
-   };
-   Bundle *smallest = nullptr;
-   for ( auto &bundle : bundles_ ) {
-      const bool mayGo = !bundle.done() && !bundle.oldAreGone && frees( bundle ) &&
-                         ( changesUnit( bundle ) || ( costOf( bundle ) <= 0 && couldHelp( bundle ) ) );
-      if ( mayGo && ( !smallest || rankOf( bundle ) < rankOf( *smallest ) ) ) {
+      const std::pair rank( !helps, left );
+      if ( ( helps || changesUnit( bundle ) ) && ( !smallest || rank < lowestRank ) ) {
          smallest = &bundle;
+         lowestRank = rank;
       }
    }
    if ( smallest ) {

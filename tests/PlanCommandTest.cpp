@@ -331,11 +331,10 @@ TEST_F( PlanCommand, DiffReadsStandardInputOnceAndUsesItsOptions ) {
    const std::string states = "$ diff @/s @/s ";
    const std::string complaint =
       " is for a configuration; the two states are switches that last or dumps\nexit 2\n";
-   expectTranscript(
-      states + "--variant hsdk\nquarra-tcam: diff: --variant" + complaint + //
-      states + "--map L3=13\nquarra-tcam: diff: --map" + complaint +        //
-      states + "--bindings\nquarra-tcam: diff: --bindings" + complaint +    //
-      "$ diff - -\nquarra-tcam: diff: both states are standard input, which holds one\nexit 2\n" );
+   expectTranscript( states + "--variant hsdk\nquarra-tcam: diff: --variant" + complaint + //
+                     states + "--map L3=13\nquarra-tcam: diff: --map" + complaint +        //
+                     states + "--bindings\nquarra-tcam: diff: --bindings" + complaint +    //
+                     "$ diff - -\nquarra-tcam: - is given 2 times: standard input holds one file\nexit 2\n" );
 }
 
 TEST_F( PlanCommand, ABatchEndsAtItsFirstErrorWhereItIsAskedTo ) {

@@ -84,9 +84,6 @@ int run( const GlobalOptions &global, const DiffOptions &options, Output &out ) 
    } else if ( options.after.empty() ) {
       throw InputError( "diff: expected two states, BEFORE and AFTER" );
    }
-   if ( files[ 0 ] == "-" && files[ 1 ] == "-" ) {
-      throw InputError( "diff: both states are standard input, which holds one" );
-   }
    global.checkStandardInput( { { files.begin(), files.end() } } );
    std::optional<ChipChoice> ofSwitch;
    bool anyConfiguration = false;

@@ -225,9 +225,8 @@ Command::Run addOptions( CLI::App &app ) {
       "A rule stays when its ports and its TCAM group do: what it matches, its action and its priority are\n"
       "not compared.\n"
       "Exit codes: 0 it fits in place, and at no time is a match wrong; 3 it fits, but only with wrong\n"
-      "matches on the way, or after a reload; 1 it does not fit or does not match, or something wrong was "
-      "left "
-      "out." );
+      "matches on the way, or after a reload; 1 it does not fit or does not match, or something wrong was\n"
+      "left out." );
    app.add_option( "CHANGE", options->files,
                    "What the switch is to hold; several files when ports stand in one and rules in another" )
       ->required();

@@ -29,23 +29,21 @@ struct ClassIdSpace {
    bool poolsComeWithGroup; // taken when a group is created and kept until it is deleted
 };
 
-inline constexpr ClassIdSpace::Bits sourceTrunkMapBits = []( const QuarraTcamFeatureAttributes &attributes ) {
-   return attributes.sourceTrunkMapClassIdSize();
-};
-inline constexpr ClassIdSpace ifpSourceTrunkMapSpace = {
-   .field = ClassIdField::sourceTrunkMapWord,
-   .sourceTrunkMapTable = QuarraCentral::ifpSourceTrunkMapTable,
-   .size = sourceTrunkMapBits,
-   .aboveFlexibleBits = false,
-   .poolsComeWithGroup = false,
-};
-inline constexpr ClassIdSpace vfpSourceTrunkMapSpace = {
-   .field = ClassIdField::sourceTrunkMapWord,
-   .sourceTrunkMapTable = QuarraCentral::vfpSourceTrunkMapTable,
-   .size = sourceTrunkMapBits,
-   .aboveFlexibleBits = false,
-   .poolsComeWithGroup = false,
-};
+// Both source-trunk-map types have words of one shape, each in a table of its own.
+constexpr ClassIdSpace wordsOf( U8 sourceTrunkMapTable ) {
+   return {
+      .field = ClassIdField::sourceTrunkMapWord,
+      .sourceTrunkMapTable = sourceTrunkMapTable,
+      .size =
+         []( const QuarraTcamFeatureAttributes &attributes ) {
+            return attributes.sourceTrunkMapClassIdSize();
+         },
+      .aboveFlexibleBits = false,
+      .poolsComeWithGroup = false,
+   };
+}
+inline constexpr ClassIdSpace ifpSourceTrunkMapSpace = wordsOf( QuarraCentral::ifpSourceTrunkMapTable );
+inline constexpr ClassIdSpace vfpSourceTrunkMapSpace = wordsOf( QuarraCentral::vfpSourceTrunkMapTable );
 inline constexpr ClassIdSpace flexibleWidthSpace = {
    .field = ClassIdField::aclGroupValue,
    .sourceTrunkMapTable = 0,
@@ -63,6 +61,7 @@ inline constexpr ClassIdSpace fixedWidthSpace = {
    .poolsComeWithGroup = true,
 };
 
+// Of a type that is none.
 inline constexpr ClassIdSpace noSpace = {
    .field = ClassIdField::aclGroupValue,
    .sourceTrunkMapTable = 0,
