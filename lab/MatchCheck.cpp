@@ -148,7 +148,7 @@ std::vector<Mismatch> checkMatches( const Switch &theSwitch ) {
          }
          Mismatch mismatch{ id, entry.request.group, ports[ i ], expected, found[ i ] };
          reasons.explain( mismatch, entry, i );
-         mismatches.push_back( std::move( mismatch ) );
+         mismatches.push_back( mismatch );
       }
    }
    return mismatches;

@@ -3,7 +3,7 @@
 
 mutants.py [COUNT|all] [SEED] [--of library|product] [--build DIR] [--jobs N]
 
-Needs a finished build, build/debug unless named. `library` is QuarraTcamSdkBaseTypes, `product` all that stands around it:
+Needs a finished build, build/quick unless named. `library` is QuarraTcamSdkBaseTypes, `product` all that stands around it:
 agent, lab, simulator, acl and tools.
 
 A mutant is one source file compiled anew, and what it belongs to linked from it in build/mutants: a shared library that the
@@ -24,7 +24,6 @@ import shlex
 import shutil
 import signal
 import subprocess
-import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PLACE = ROOT / 'build/mutants'
@@ -191,18 +190,23 @@ class Build:
         return str(made if made.exists() else self.directory / 'bin' / name)
 
     def run(self, command, place, seconds):
-        """None when the command passes, else how it ended."""
+        """None when the command passes, else how it ended. A process may use so many seconds of a processor, and the command
+        takes three times as long: what runs beside it must not kill a mutant."""
         environment = dict(os.environ, LD_LIBRARY_PATH=str(place), GTEST_FAIL_FAST='1', GTEST_BRIEF='1',
                            QUARRA_TCAM=self.programme('quarra-tcam', place), QUARRA_CASES_PERCENT=CASES_PERCENT,
                            ASAN_OPTIONS=f'hard_rss_limit_mb={MEGABYTES}')
         unlimited = self.sanitized or any(word.endswith('page.py') for word in command)  # a browser
-        limit = None if unlimited else lambda: resource.setrlimit(
-            resource.RLIMIT_AS, (MEGABYTES << 20, MEGABYTES << 20))
+
+        def limit():
+            resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds + 5))
+            if not unlimited:
+                resource.setrlimit(resource.RLIMIT_AS, (MEGABYTES << 20, MEGABYTES << 20))
         # A session of its own, so that the tests' own child processes go with them.
         run = subprocess.Popen(command, cwd=ROOT, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL, preexec_fn=limit, start_new_session=True)
         try:
-            return None if run.wait(seconds) in (0, SKIPPED) else 'killed'
+            end = run.wait(3 * seconds)
+            return None if end in (0, SKIPPED) else 'timed out' if end == -signal.SIGXCPU else 'killed'
         except subprocess.TimeoutExpired:
             os.killpg(run.pid, signal.SIGKILL)
             run.wait()
@@ -216,13 +220,16 @@ class Build:
                 for test in self.tool_tests]
 
     def rehearse(self, rooms):
-        """Runs the tests without a mutant; each group then has ten times as long, and a minute."""
+        """Runs the tests without a mutant; each group then has five times what it used, and half a minute."""
+        def used():
+            usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+            return usage.ru_utime + usage.ru_stime
         for group in dict.fromkeys(group for room in rooms for group in groups_of(room)):
-            start = time.monotonic()
+            start = used()
             for command in self.commands(group, PLACE / 'none'):
                 if self.run(command, PLACE / 'none', 600):
                     raise SystemExit(f'the tests fail without a mutant: {shlex.join(command)}')
-            self.limits[group] = 60 + 10 * (time.monotonic() - start)
+            self.limits[group] = 30 + int(5 * (used() - start))
 
     def verdict(self, room, place):
         ends = (self.run(command, place, self.limits[group])
@@ -254,7 +261,7 @@ def main():
     parser.add_argument('count', nargs='?', default='60')
     parser.add_argument('seed', nargs='?', type=int, default=1)
     parser.add_argument('--of', choices=SETS, default='library', help='what is changed')
-    parser.add_argument('--build', default='build/debug')
+    parser.add_argument('--build', default='build/quick')
     parser.add_argument('--jobs', type=int, default=os.cpu_count())
     parser.add_argument('--list', action='store_true', help='only list the changes')
     options = parser.parse_args()

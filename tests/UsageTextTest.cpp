@@ -1,5 +1,7 @@
 #include "tests/AnswerText.h"
 
+#include <fmt/format.h>
+
 // What people, and monitoring, read of how full a switch is, whether it matches, and what changed: whole.
 namespace QuarraTest {
 namespace {
@@ -114,14 +116,14 @@ $ check -c scenarios/overlap.json
 
 TEST_F( UsageText, DiffTellsWhatBecameOfEntriesClassIdsAndPorts ) {
    make( "before", desk, deskPorts );
-   make( "after", std::string( desk ) + R"({"op":"remove","group":16,"entry":3}
+   make( "after", fmt::format( "{}{}", desk, R"({"op":"remove","group":16,"entry":3}
 {"op":"install","group":16,"entry":3,"ports":[5,6],"label":"GUESTS|WEB"}
 {"op":"remove","group":13,"entry":9}
 {"op":"remove","group":13,"entry":10}
 {"op":"install","group":13,"entry":30,"ports":[2,4,6,8,10,12,14,16,18,20,22,24,26],"label":"EVEN|ONE"}
 {"op":"install","group":129,"entry":21,"ports":[26]}
 {"op":"remove","group":129,"entry":20}
-)",
+)" ),
          deskPorts );
    expectTranscript( R"(
 $ diff @/before @/before
