@@ -36,7 +36,7 @@ SKIPPED = 77  # what a test exits with that cannot run here
 # Groups of tests in the order in which they run, those that notice most for their time first. "Tool.*" are the tests that
 # run the command. What is in no group runs at the end.
 ALONE = ('Misuse*:HelperMisuse*:Pools*:Reservation*:RequestKeys*:Release*:Programming*:SourceTrunkMap*:Helpers*:'
-         'TcamGroups*:Registry*:Translation*:Records*')  # the library without agent, lab and tools
+         'LowestFreeRun*:TcamGroups*:Registry*:Translation*:Records*')  # the library without agent, lab and tools
 FULL = '*FullTables*:*FullFixedTables*'
 ANSWERS = 'BatchOn*:BatchLines*:*BatchOn*:*Apply*:*BadInput*'
 LAST = ['*SoakOnEveryVariant*', '*Scenarios*']

@@ -1,3 +1,5 @@
+#include <random>
+
 #include "tests/Library.h"
 
 // Pools: where a run of bits lands, what it lends, and when its bits come back.
@@ -32,6 +34,30 @@ TEST_F( Pools, TakeTheLowestFreeRunUnaligned ) {
    EXPECT_EQ( manager->reservePoolOfWidth( flexibleGroup, 7 ), 2 ) << "a run may end on the last bit";
    EXPECT_EQ( maskOf( flexibleGroup, 2 ), Bits( { 9, 10, 11, 12, 13, 14, 15 } ) );
    EXPECT_EQ( status( flexibleGroup ).poolStatus( 2 )->tcamMask()->size(), 16u );
+}
+
+// Runs over word borders, over whole free words and longer than a word, against a search bit by bit.
+TEST( LowestFreeRun, IsTheFirstThatASearchBitByBitFinds ) {
+   std::mt19937 random( 11 );
+   const auto below = [ & ]( U32 bound ) { return static_cast<U32>( random() % bound ); };
+   for ( int round = 0; round < 2000; ++round ) {
+      const U32 size = 1 + below( 300 );
+      Vesk::Bitmap bitmap( 0, size, Vesk::HBitmap::BitState::clear );
+      for ( U32 taken = below( 5 ); taken--; ) {
+         bitmap.set( below( size ) );
+      }
+      for ( const U32 bits : { 1u, 2u, 63u, 64u, 65u, 128u, 1 + below( size ) } ) {
+         std::optional<U32> expected;
+         for ( U32 bit = 0, free = 0; bit < size && !expected; ++bit ) {
+            free = bitmap.test( bit ) ? 0 : free + 1;
+            if ( free == bits ) {
+               expected = bit + 1 - bits;
+            }
+         }
+         ASSERT_EQ( lowestFreeRun( bitmap, bits ), expected )
+            << bits << " of " << size << " bits, round " << round;
+      }
+   }
 }
 
 TEST_F( Pools, OfOneReservationLieSideBySide ) {

@@ -127,7 +127,7 @@ TEST_F( Programming, AFixedWidthUnionIsFormedUnshifted ) {
 
 TEST_F( Programming, TheNewestRequestOfAValueBasedGroupWinsThePort ) {
    emptySpaces();
-   group( group500, { .width = 4 } );
+   group( group500, { .width = 2 } );
    carry( group500, key( "a" ), 1, ports( { 1, 2, 3 } ) );
    Nodra::MemoryTrace trace;
    Nodra::traceLevelsIs( "QuarraTcamPortsManager/3" );
