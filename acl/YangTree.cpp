@@ -57,7 +57,7 @@ YangNode YangNode::member( std::string_view name ) const {
 }
 
 YangNode YangNode::container( std::string_view name ) const {
-   const YangNode node = member( name );
+   YangNode node = member( name );
    if ( node.there() && !node.json().is_object() ) {
       node.complain( "expected an object, got " + typeName( node.json() ) );
       return { *context_, nullptr, node.place_, entry_, subject_ };

@@ -10,6 +10,11 @@ namespace {
 using namespace QuarraTcam;
 using Nodra::Text;
 
+StoreRefused otherStartUp( const Store &store, const std::string &before, const std::string &now ) {
+   return { "storeReservations", "store " + store.path() + ": at start-up it had \"" + before +
+                                    "\", this library has \"" + now + "\"" };
+}
+
 void checkIdentity( const Store &store, const StoreIdentity &mine ) {
    const auto kept = store.identity();
    if ( kept.variant != mine.variant || kept.chip.profile != mine.chip.profile ) {
@@ -26,8 +31,7 @@ void checkIdentity( const Store &store, const StoreIdentity &mine ) {
       const auto &before = i < kept.startUp.size() ? kept.startUp[ i ] : none;
       const auto &now = i < mine.startUp.size() ? mine.startUp[ i ] : none;
       if ( before != now ) {
-         throw StoreRefused( "storeReservations", "store " + store.path() + ": at start-up it had \"" +
-                                                     before + "\", this library has \"" + now + "\"" );
+         throw otherStartUp( store, before, now );
       }
    }
 }

@@ -229,7 +229,7 @@ void RecordKeeper::keepIndexed( TcamGroupId group, KeptBucket &bucket ) {
       },
       [ & ]( const KeptIndexed &item ) { store_.eraseIndexed( group, bucket.order, item.order ); },
       [ & ]( const auto &now ) {
-         const KeptIndexed item{ now.first, now.second, now.second->portIds(), ++order_ };
+         KeptIndexed item{ now.first, now.second, now.second->portIds(), ++order_ };
          store_.put( IndexRow{ group, bucket.order, item.order, item.key, item.intfGroup } );
          return item;
       } );

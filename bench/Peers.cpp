@@ -12,7 +12,6 @@ namespace QuarraBench {
 namespace {
 
 using namespace QuarraLab;
-using QuarraAgent::InstallRequest;
 using QuarraTcam::IntfGroupInfo;
 using JsonOut = nlohmann::ordered_json;
 using Ports = std::vector<QuarraModPort>;

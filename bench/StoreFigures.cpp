@@ -20,7 +20,6 @@ namespace {
 
 using namespace QuarraAgent;
 using namespace QuarraTcam;
-using QuarraCentral::QuarraModPort;
 
 constexpr U16 group = 13; // one-bit pools: a bit for each port set
 constexpr U32 portSets = 40;

@@ -1,5 +1,7 @@
 #include <algorithm>
 
+#include <fmt/format.h>
+
 #include "lab/Diff.h"
 #include "lab/Who.h"
 
@@ -129,7 +131,7 @@ void readChipPorts( const Json &chip, SwitchState &state ) {
       auto &values = state.ports[ portOf( member( port, "port", place ), place, state ) ];
       for ( const auto &[ name, value ] : port.items() ) {
          if ( value.is_string() && name != "name" ) {
-            values[ name ] = bitsOfHex( value, place + "." + name );
+            values[ name ] = bitsOfHex( value, fmt::format( "{}.{}", place, name ) );
          }
       }
    }

@@ -97,7 +97,6 @@ std::unique_ptr<Backend> hsdkBackend( const ChipOptions &options ) {
 
 } // namespace QuarraSimulator
 
-using QuarraSimulator::callChip;
 using QuarraSimulator::callTables;
 using QuarraSimulator::ChipState;
 using QuarraSimulator::LogicalTables;

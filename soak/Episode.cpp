@@ -148,7 +148,7 @@ ChipChoice chipOf( const History &history ) {
 std::string replay( const History &history ) {
    Trial trial( chipOf( history ) );
    for ( std::size_t i = 1; i < history.size(); ++i ) {
-      const auto difference = trial.carryOut( Operation::ofLine( history[ i ] ) );
+      auto difference = trial.carryOut( Operation::ofLine( history[ i ] ) );
       if ( !difference.empty() ) {
          return difference;
       }
