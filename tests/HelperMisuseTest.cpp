@@ -219,6 +219,11 @@ TEST_F( HelperMisuse, OfTheTranslation ) {
       { "getPbmpPortAll", "scsd->quarraModIdToUnitHas( modId )", [ & ] { withoutUnit( getPbmpPortAll ); } },
       { "getPbmpCpu", "SdkShim", [ & ] { withoutShim( getPbmpCpu ); } },
       { "getActivePorts", "SdkShim", [ & ] { withoutShim( getActivePorts ); } },
+      { "printPbmp", "SdkShim",
+        [ & ] {
+           SdkShim = nullptr;
+           printPbmp( {}, "ports" );
+        } },
       { "getPbmpEAll", "SdkShim",
         [ & ] {
            SdkShim = nullptr;

@@ -51,6 +51,7 @@ TEST( Records, OfRequestsAreIndexedAsLongAsTheyBelongToTheGroup ) {
    EXPECT_EQ( group->requestOfEntry( 1 ), request.get() );
    EXPECT_EQ( group->requestOfEntry( 2 ), nullptr );
    group->requestStatusDelAll();
+   EXPECT_EQ( group->requestStatuss(), 0u );
    EXPECT_EQ( group->requestOfEntry( 1 ), nullptr );
    EXPECT_TRUE( request->entryRefDel( 1 ) ) << "it keeps its entries";
 
