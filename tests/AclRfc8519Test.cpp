@@ -67,6 +67,15 @@ TEST( AclRfc8519, EveryTypeHasATableType ) {
               "a OTHER on E0; f: acl[a]: type x:new is not known and counts as OTHER" );
 }
 
+TEST( AclRfc8519, TheTypeThatAnotherFileTellsHolds ) {
+   const AclText rules = { "f", acls( acl( "a", "ipv4-acl-type", "" ), bound( "E0", "a" ) ) };
+   const AclText types = { "g", R"({"PORT":{"E0":{}},"ACL_TABLE":{"a":{"type":"MIRROR"}}})" };
+   for ( const auto &reading : { parseAcl( { rules, types } ), parseAcl( { types, rules } ) } ) {
+      EXPECT_EQ( summary( reading.config ), "a MIRROR on E0" );
+      EXPECT_TRUE( reading.good() );
+   }
+}
+
 TEST( AclRfc8519, WhatIsNotReadIsToldWhereItStands ) {
    EXPECT_EQ( answerOn( acls( R"({"name":"a","type":"ipv4-acl-type","owner":"me"})",
                               R"({"interface-id":"E0","mtu":9,"ingress":{"acl-sets":{"acl-set":[{"name":"a",)"

@@ -82,6 +82,7 @@ TEST( ChipFile, LimitsAreTheGenerations ) {
       { "sdk6", R"({"ports":[1,{"module":1,"port":1}]})", "one ACL-group value for a port number" },
       { "sdk6", R"({"ports":[0]})", "one ACL-group value for a port number" },
       { "sdk6", R"({"tcamRowBits":0})", "tcamRowBits" },
+      { "sdk6", R"({"tcamRowBits":1})", "" },
       { "hsdk", R"({"flexibleBits":64,"fixedBits":96})", "" },
       { "hsdk", R"({"flexibleBits":64,"fixedBits":97})", "expected at most 160 together" },
       { "hsdk", R"({"flexibleBits":57,"fixedBits":8})", "expected at most 56, or 64" },

@@ -117,7 +117,7 @@ TEST( Diff, DamagedDumpsAreNamedWithThePlace ) {
       { "[]", "groups" },
       { R"({"groups":{}})", "groups" },
       { R"({"groups":[{"group":1,"config":{"type":"x"},"pools":[],"requests":[{"poolId":1}]}]})",
-        "groups[0].requests[0]" },
+        "groups[0].requests[0].poolId" },
       { R"({"groups":[{"group":-1,"config":{"type":"x"},"pools":[],"requests":[]}]})", "groups[0]" },
       { R"({"groups":[],"chip":{"ports":[{"port":2000}]}})", "chip.ports[0]" },
       { R"({"groups":[],"chip":{"ports":[{"port":1,"aclGroup":"7"}]}})", "chip.ports[0].aclGroup" },

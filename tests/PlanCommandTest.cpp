@@ -318,6 +318,12 @@ $ apply --plan @/steps --switch @/s --cold
 @/steps: 1 step carried out as planned
 every entry matches exactly its ports
 quarra-tcam: switch @/s: started cold: 0 entries left the chip, 1 is back
+$ plan @/more.json --switch @/s -o @/steps
+...
+Nothing to do.
+$ apply --plan @/steps --switch @/s
+@/steps: 0 steps carried out as planned
+every entry matches exactly its ports
 )" );
 }
 
@@ -325,6 +331,15 @@ TEST_F( PlanCommand, DiffReadsStandardInputOnceAndUsesItsOptions ) {
    ASSERT_EQ( run( { "apply", file( "two.json" ), "--switch", file( "s" ) } ).code, 0 );
    const auto ran = run( { "diff", file( "s" ), "-" }, file( "two.json" ) );
    EXPECT_EQ( ran.code, 0 ) << ran.printed << ran.complained;
+   ASSERT_EQ( run( { "apply", file( "two.json" ), "--switch", file( "h" ), "--variant", "hsdk" } ).code, 0 );
+   for ( const bool switchFirst : { true, false } ) {
+      const auto states = std::pair( file( "h" ), file( "two.json" ) );
+      EXPECT_EQ( run( { "diff", switchFirst ? states.first : states.second,
+                        switchFirst ? states.second : states.first } )
+                    .code,
+                 0 )
+         << "a configuration is put on a switch as the other state is";
+   }
    write( "bad.json", R"({"PORT":)" );
    EXPECT_EQ( run( { "diff", file( "s" ), "-" }, file( "bad.json" ) ).complained.substr( 0, 28 ),
               "quarra-tcam: standard input:" );

@@ -20,6 +20,10 @@ TEST( Records, InterfaceGroupsAreEqualByTheirContents ) {
    EXPECT_NE( copy->hash(), group->hash() );
    copy->portIdDelAll();
    EXPECT_EQ( copy->hash(), allEthernet()->hash() );
+   copy->portIdIs( QuarraModPort( 0, 4 ) );
+   EXPECT_NE( copy->hash(), allEthernet()->hash() );
+   copy->portIdDel( QuarraModPort( 0, 4 ) );
+   EXPECT_EQ( copy->hash(), allEthernet()->hash() );
    EXPECT_TRUE( ports( {} )->isEmpty() );
    EXPECT_FALSE( allEthernet()->isEmpty() || group->isEmpty() );
    EXPECT_NE( allEthernet()->hash(), ports( {} )->hash() );

@@ -13,7 +13,9 @@ TEST_F( Release, OfOneOfTwoEntriesOnlyDropsItsReference ) {
    group( group500, { .width = 2 } );
    carry( group500, key( "a" ), 1, ports( { 1, 2 } ) );
    carry( group500, key( "a" ), 2, ports( { 1, 2 } ) );
+   carry( group500, key( "a" ), 3, ports( { 1, 2 } ) );
    EXPECT_TRUE( manager->clearClassIdAndIntfGroup( group500, key( "a" ), 1 ) );
+   EXPECT_TRUE( manager->maybeFreeClassId( group500, key( "a" ), 3 ) );
    EXPECT_EQ( request( group500, key( "a" ) ).entryRefs(), 1u );
    EXPECT_EQ( portsWithBit( 0 ), std::vector<U32>( { 1, 2 } ) );
    EXPECT_EQ( manager->getRequestKey( group500, 3, RuleId(), ports( { 1, 2 } ) ), key( "a" ) );

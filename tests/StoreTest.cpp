@@ -138,6 +138,25 @@ TEST_F( Tampered, ValuesThatDoNotFitTogetherAreFound ) {
    EXPECT_EQ( lasting.state(), state );
 }
 
+// Each table's rows have sums of their own, and each is looked at.
+TEST_F( Tampered, ASumThatIsWrongIsFoundInEachTable ) {
+   const std::string before = lasting.storePath() + ".before";
+   std::filesystem::copy_file( lasting.storePath(), before );
+   std::vector<const Schema::Table *> tables( std::begin( Schema::records ), std::end( Schema::records ) );
+   tables.insert( tables.end(), std::begin( Schema::identity ), std::end( Schema::identity ) );
+   std::erase( tables, &Schema::portWord ); // here they have no row
+   std::erase( tables, &Schema::inFlight );
+   for ( const auto *table : tables ) {
+      sql( std::string( "UPDATE " ) + table->name + " SET sum = sum + 1" );
+      EXPECT_EQ( start(), "storeDamaged" ) << table->name;
+      EXPECT_THAT( message, ::testing::HasSubstr( "a row whose sum is wrong" ) ) << table->name;
+      lasting.die();
+      std::filesystem::copy_file( before, lasting.storePath(),
+                                  std::filesystem::copy_options::overwrite_existing );
+   }
+   EXPECT_EQ( start(), "ok" );
+}
+
 // With sums that are right: what no agent could have written, each named by the rule that it breaks. Group 16
 // has one pool of four bits and lends 1 to 10 of it, 13 ten pools of one.
 TEST_F( Tampered, RecordsThatBreakARuleAreFoundWhateverTheirSums ) {

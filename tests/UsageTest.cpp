@@ -170,6 +170,8 @@ TEST( UsageMonitor, TheFullestDecidesAndEveryBadOneIsNamed ) {
    const Case cases[] = {
       { levelsWith( 44, 64 ), Health::ok,
         "QUARRA-TCAM OK - fullest: aclGroupFlexibleWidth 69% (44 of 64) |" },
+      { levelsWith( 1, 5, 51 ), Health::ok,
+        "QUARRA-TCAM OK - fullest: aclGroupFlexibleWidth 20% (1 of 5) |" },
       { levelsWith( 7, 10 ), Health::warning, "QUARRA-TCAM WARNING - aclGroupFlexibleWidth 70% (7 of 10) |" },
       { levelsWith( 9, 10 ), Health::critical,
         "QUARRA-TCAM CRITICAL - aclGroupFlexibleWidth 90% (9 of 10) |" },

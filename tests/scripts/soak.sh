@@ -22,6 +22,7 @@ runs 0 'TMPDIR=/nowhere exec "$0" soak --ops 50 --seed 4'
 grep -q '^Library and model agree' "$folder/printed" || fail "no verdict"
 runs 1 'ulimit -n 6; exec "$0" soak --ops 50 --seed 4'
 grep -q agree "$folder/printed" && fail "agrees without descriptors"
+grep -q '^quarra-tcam: soak: ' "$folder/errors" || fail "does not say what it lacked"
 
 mkdir "$folder/scratch"
 runs 0 "TMPDIR='$folder/scratch' exec \"\$0\" soak --crash --ops 30 --seed 4"
