@@ -1,3 +1,4 @@
+#include "QuarraTcamSdkBaseTypes/QuarraTcamPortsHelper/SdkFunctions.h"
 #include "tests/Library.h"
 
 // What a caller of the helpers, the registry, the records and the translation may do wrong, and the assertion
@@ -236,6 +237,14 @@ TEST_F( HelperMisuse, OfTheTranslation ) {
            intfToPort( scsd, intf );
         } },
    } );
+}
+
+TEST( RequireSdk, NamesEachFunctionThatIsNotLinked ) {
+   const SdkFunction linked = { "first", true };
+   requireSdk( "SDK6", std::span( &linked, 1 ) );
+   const SdkFunction some[] = { { "first", false }, { "second", true }, { "third", false } };
+   EXPECT_ABORT( requireSdk( "SDK6", some ),
+                 "this process has no complete SDK6 SDK; missing: first third\n" );
 }
 
 } // namespace
