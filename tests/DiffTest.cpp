@@ -120,6 +120,7 @@ TEST( Diff, DamagedDumpsAreNamedWithThePlace ) {
         "groups[0].requests[0].poolId" },
       { R"({"groups":[{"group":-1,"config":{"type":"x"},"pools":[],"requests":[]}]})", "groups[0]" },
       { R"({"groups":[],"chip":{"ports":[{"port":2000}]}})", "chip.ports[0]" },
+      { R"({"groups":[],"chip":{"ports":[{"port":{"module":64,"port":1}}]}})", "chip.ports[0]" },
       { R"({"groups":[],"chip":{"ports":[{"port":1,"aclGroup":"7"}]}})", "chip.ports[0].aclGroup" },
    };
    for ( const auto &[ text, place ] : cases ) {

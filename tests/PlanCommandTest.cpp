@@ -348,6 +348,65 @@ TEST_F( PlanCommand, DiffReadsStandardInputOnceAndUsesItsOptions ) {
                      "$ diff - -\nquarra-tcam: - is given 2 times: standard input holds one file\nexit 2\n" );
 }
 
+TEST_F( PlanCommand, TellsStepsOfOneKindTableAndClassIdInOneLine ) {
+   write( "more.json", R"({"PORT":{"Ethernet0":{},"Ethernet4":{}},
+      "ACL_TABLE":{"A":{"type":"L3","ports":["Ethernet0"]},"B":{"type":"L3","ports":["Ethernet4"]}},
+      "ACL_RULE":{"A|R":{},"A|S":{},"A|T":{},"B|R":{},"B|S":{}}})" );
+   ASSERT_EQ( run( { "apply", file( "two.json" ), "--switch", file( "s" ) } ).code, 0 );
+   expectTranscript( R"(
+$ plan @/more.json --switch @/s
+...
+Steps
+  steps  what                                class ID                                SDK writes
+    1-2  install 2 rules of A (entries 2-3)  group 13, aclGroupFlexibleWidth bit 14           6
+    3-4  install 2 rules of B (entries 4-5)  group 13, aclGroupFlexibleWidth bit 15           6
+
+...
+)" );
+}
+
+TEST_F( PlanCommand, ApplyTellsWhatBecameOfTheSwitch ) {
+   write( "other.json", R"({"PORT":{"Ethernet0":{},"Ethernet4":{}},
+      "ACL_TABLE":{"B":{"type":"L3","ports":["Ethernet4"]}},"ACL_RULE":{"B|R":{}}})" );
+   expectTranscript( R"(
+$ apply @/two.json --switch @/s --statistics
+...
+Changes
+  1 came, 0 changed, 0 gone, 0 untouched; 3 SDK calls
+  came: A|R
+
+...
+  SDK function                      calls
+...
+  all                                   3
+$ apply @/other.json --switch @/s
+...
+Changes
+  1 came, 0 changed, 1 gone, 0 untouched; 4 SDK calls
+  came: B|R
+  gone: A|R
+
+Entries
+  1 of 1 are on the switch as the file has them
+
+Match check
+  1 entry x 3 ports: every entry matches exactly its ports
+)" );
+}
+
+TEST_F( PlanCommand, WhatIsNoPlanAndWhatIsNoSwitchIsRefused ) {
+   write( "empty", "" );
+   expectTranscript( R"(
+$ apply --plan @/empty --switch @/s
+...
+quarra-tcam: @/empty: this is no plan: it is empty
+exit 2
+$ check --switch @/two.json
+quarra-tcam: storeFailed: switch @/two.json: it is no directory
+exit 5
+)" );
+}
+
 TEST_F( PlanCommand, ABatchEndsAtItsFirstErrorWhereItIsAskedTo ) {
    write( "lines", R"({"op":"expect","state":"0000000000000000"}
 {"op":"install","group":13,"entry":1,"ports":[1]}
