@@ -141,10 +141,8 @@ TEST_F( Tampered, ValuesThatDoNotFitTogetherAreFound ) {
 // Each table's rows have sums of their own, and each is looked at.
 TEST_F( Tampered, ASumThatIsWrongIsFoundInEachTable ) {
    ASSERT_EQ( start(), "ok" );
-   lasting.agent().install( { .group = TcamGroupId( 129 ),
-                              .entry = 21,
-                              .ports = { { 0, 3 } },
-                              .rule = {} } ); // a word of a port table
+   // Takes a word of a port table, so that this has a row, too.
+   lasting.agent().install( { .group = TcamGroupId( 129 ), .entry = 21, .ports = { { 0, 3 } }, .rule = {} } );
    lasting.die();
    const std::string before = lasting.storePath() + ".before";
    std::filesystem::copy_file( lasting.storePath(), before );

@@ -12,7 +12,7 @@ struct SdkFunction {
 };
 
 // Aborts, with the names of those that are missing, unless all functions that the helpers of a generation
-// call are linked. Exported for the tests: in a process that lacks one there is more to link than this.
+// call are linked. Exported for the tests only, whose process has them all.
 QUARRA_TCAM_API void requireSdk( const char *generation, std::span<const SdkFunction> functions );
 
 } // namespace QuarraTcam
