@@ -83,6 +83,10 @@ U32 portRowsOf( const QuarraSimulator::ChipOptions &options ) {
 
 } // namespace
 
+std::size_t ChipImage::sizeBy( const Header &header ) {
+   return sizeof( Header ) + header.ports * sizeof( PortRow ) + header.entryRows * sizeof( EntryRow );
+}
+
 bool ChipImage::isOf( const QuarraSimulator::ChipOptions &options ) const {
    return header().aclGroupBits == options.aclGroupBits && header().ports == portRowsOf( options );
 }
@@ -90,8 +94,7 @@ bool ChipImage::isOf( const QuarraSimulator::ChipOptions &options ) const {
 void ChipImage::make( const std::string &path, const QuarraSimulator::ChipOptions &options ) {
    const U32 ports = portRowsOf( options );
    Header header{ magic, options.aclGroupBits, ports, entryRowsAtOnce, {} };
-   const std::size_t size =
-      sizeof( Header ) + ports * sizeof( PortRow ) + entryRowsAtOnce * sizeof( EntryRow );
+   const std::size_t size = sizeBy( header );
    const int file = open( path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666 );
    int error = file < 0 ? errno : posix_fallocate( file, 0, static_cast<off_t>( size ) );
    if ( !error && pwrite( file, &header, sizeof( header ), 0 ) != static_cast<ssize_t>( sizeof( header ) ) ) {
@@ -118,12 +121,13 @@ ChipImage::ChipImage( const std::string &path ) : path_( path ) {
    }
    map( static_cast<std::size_t>( status.st_size ) );
    const auto &found = header();
-   if ( found.magic != magic ||
-        size_ != sizeof( Header ) + found.ports * sizeof( PortRow ) + found.entryRows * sizeof( EntryRow ) ) {
+   const std::size_t told = sizeBy( found );
+   if ( found.magic != magic || size_ < told || size_ > told + entryRowsAtOnce * sizeof( EntryRow ) ) {
       munmap( memory_, size_ );
       close( file_ );
       refuse( "storeDamaged", "it is not what an agent's chip holds, or is cut off" );
    }
+   map( told ); // a process that dies while the file grows leaves it longer than its head tells
 }
 
 ChipImage::~ChipImage() {

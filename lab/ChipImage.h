@@ -44,6 +44,7 @@ class ChipImage {
    struct PortRow;
    struct EntryRow;
 
+   static std::size_t sizeBy( const Header &header ); // bytes of the file
    void map( std::size_t size );
    [[noreturn]] void refuse( const char *code, const std::string &what ) const;
    Header &header() const;

@@ -189,7 +189,7 @@ class Build:
         made = place / name
         return str(made if made.exists() else self.directory / 'bin' / name)
 
-    def run(self, command, place, seconds):
+    def run(self, command, place, seconds, output=subprocess.DEVNULL):
         """None when the command passes, else how it ended. A process may use so many seconds of a processor, and the command
         takes three times as long: what runs beside it must not kill a mutant."""
         environment = dict(os.environ, LD_LIBRARY_PATH=str(place), GTEST_FAIL_FAST='1', GTEST_BRIEF='1',
@@ -202,8 +202,8 @@ class Build:
             if not unlimited:
                 resource.setrlimit(resource.RLIMIT_AS, (MEGABYTES << 20, MEGABYTES << 20))
         # A session of its own, so that the tests' own child processes go with them.
-        run = subprocess.Popen(command, cwd=ROOT, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                               stderr=subprocess.DEVNULL, preexec_fn=limit, start_new_session=True)
+        run = subprocess.Popen(command, cwd=ROOT, env=environment, stdin=subprocess.DEVNULL, stdout=output, stderr=output,
+                               preexec_fn=limit, start_new_session=True)
         try:
             end = run.wait(3 * seconds)
             return None if end in (0, SKIPPED) else 'timed out' if end == -signal.SIGXCPU else 'killed'
@@ -227,8 +227,10 @@ class Build:
         for group in dict.fromkeys(group for room in rooms for group in groups_of(room)):
             start = used()
             for command in self.commands(group, PLACE / 'none'):
-                if self.run(command, PLACE / 'none', 600):
-                    raise SystemExit(f'the tests fail without a mutant: {shlex.join(command)}')
+                with open(PLACE / 'rehearsal.txt', 'w') as output:
+                    failed = self.run(command, PLACE / 'none', 600, output)
+                if failed:
+                    raise SystemExit(f'the tests fail without a mutant, see {output.name}: {shlex.join(command)}')
             self.limits[group] = 30 + int(5 * (used() - start))
 
     def verdict(self, room, place):

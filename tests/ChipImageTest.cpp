@@ -205,10 +205,36 @@ TEST_P( ChipImageTest, GrowsByBlocksOfRowsAndKeepsThem ) {
    EXPECT_EQ( std::filesystem::file_size( path ), size );
    std::filesystem::resize_file( path, size - 1 );
    EXPECT_EQ( refusal(), "storeDamaged" );
-   std::filesystem::resize_file( path, size + 1 );
-   EXPECT_EQ( refusal(), "storeDamaged" );
+   std::filesystem::resize_file( path, size + ( size - sizeBefore ) / 2 + 1 );
+   EXPECT_EQ( refusal(), "storeDamaged" ) << "longer than by one block of rows";
    std::filesystem::resize_file( path, sizeBefore );
    EXPECT_EQ( refusal(), "storeDamaged" ) << "as it was before it grew, but with the head of now";
+}
+
+// A process dies while its image grows, before the head tells of the new rows: once with some of their bytes,
+// once with all.
+TEST_P( ChipImageTest, ADeathWhileItGrowsLosesNothing ) {
+   const auto install = [ & ]( U32 from, U32 to ) {
+      return with( [ & ]( auto &chip, auto &image ) {
+         for ( U32 id = from; id <= to; ++id ) {
+            image.makeRoom();
+            chip.tcamEntryIs( id, { .frame = { 9, 0, 0, 0 } } );
+            image.entryChanged( id );
+         }
+      } );
+   };
+   const auto size = std::filesystem::file_size( path );
+   const auto whole = install( 1, 256 );
+   std::filesystem::resize_file( path, size + 1 );
+   EXPECT_EQ( now(), whole );
+   const auto more = install( 257, 512 );
+   const auto block = std::filesystem::file_size( path ) - size;
+   EXPECT_EQ( now(), more );
+   std::filesystem::resize_file( path, size + 2 * block );
+   EXPECT_EQ( now(), more );
+   const auto most = install( 513, 514 );
+   EXPECT_EQ( now(), most );
+   EXPECT_EQ( std::filesystem::file_size( path ), size + 2 * block );
 }
 
 TEST_P( ChipImageTest, OfAnotherSizeOrOfNoChipIsTold ) {
