@@ -72,21 +72,20 @@ MatchReasons::Case MatchReasons::caseOf( const Mismatch &mismatch, const Group &
    return { mismatch, group, request, portIndex, wanted ^ carried, wanted & ~carried };
 }
 
-bool MatchReasons::inTheRecords( Mismatch &mismatch, const Group &group, const Request &request,
+void MatchReasons::inTheRecords( Mismatch &mismatch, const Group &group, const Request &request,
                                  std::size_t portIndex ) {
    if ( request.entryRefHas( INVALID_ENTRY_ID ) ) {
       mismatch.reason = Reason::sameRule;
-      return true;
+      return;
    }
    if ( group.config->classIdPoolWidth() == 1 || !mismatch.expected ) {
-      return false;
+      return;
    }
    mismatch.reason = Reason::portTaken;
    mismatch.taker = 0;
    for ( const auto &holder : group.holders[ portIndex ] ) {
       mismatch.taker = holder.firstEntry;
    }
-   return true;
 }
 
 // A port gains the shared bit when another group at the offset, or a pool over it, puts it there, and loses

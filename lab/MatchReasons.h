@@ -47,9 +47,10 @@ class MatchReasons {
    Case caseOf( const Mismatch &mismatch, const Group &group, const Request &request,
                 std::size_t portIndex ) const;
 
-   // The rules by which the library's records part from what was asked, and those by which the chip parts
-   // from the records. Each returns whether it is the one.
-   bool inTheRecords( Mismatch &mismatch, const Group &group, const Request &request, std::size_t portIndex );
+   // The rules by which the library's records part from what was asked.
+   void inTheRecords( Mismatch &mismatch, const Group &group, const Request &request, std::size_t portIndex );
+
+   // Those by which the chip parts from the records. Each returns whether it is the one.
    bool atAFixedOffset( Mismatch &mismatch, const Case &found );
    bool lostABit( const Case &found ) const;
    bool outsideOfEthernet( const Case &found ) const;
