@@ -26,6 +26,13 @@ TEST( AclSources, MayEachHoldAPart ) {
                "other: ACL_RULE|T|R: the rule is in rules, too" } ) );
 }
 
+TEST( AclSources, KeepWhatEachSaysOfATable ) {
+   const AclText one = { "one", R"({"ACL_TABLE":{"T":{"type":"L3","ports":["E0"],"policy_desc":"desks"}}})" };
+   const AclText other = { "other", R"({"ACL_TABLE":{"T":{"type":"L3","owner":"net"}}})" };
+   EXPECT_EQ( fieldsText( parseAcl( { one, other } ).config.tables.at( 0 ).fields ),
+              "policy_desc=desks owner=net" );
+}
+
 // The message named the two files only, and the order of names made a difference.
 TEST( AclSources, ThatDifferInPortsNameThem ) {
    const auto bound = []( const char *file, const char *names ) {

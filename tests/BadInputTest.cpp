@@ -237,6 +237,7 @@ TEST( BadInput, IsQuotedInPart ) {
    EXPECT_EQ( oneLine( "\x9b"
                        "2J\xc2\x9b\xe0\x82\x9b\xc3" ),
               R"(\x9b2J\u009b\xe0\x82\x9b\xc3)" );
+   EXPECT_EQ( oneLine( { "a\0b", 3 } ), R"(a\x00b)" );
    EXPECT_EQ( jsonText( { { "n", "\xc2\x9b"
                                  "2J\x7f\xc3\xa4\x9b" } } ),
               "{\"n\":\"\\u009b2J\\u007f\xc3\xa4\xef\xbf\xbd\"}" );

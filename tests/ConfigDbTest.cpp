@@ -341,6 +341,8 @@ TEST( ConfigDbHarm, DeepNestingEndsInAnAnswer ) {
    EXPECT_EQ(
       ofComment( 90 ),
       "f: ACL_TABLE|T.comment: expected a text, a number or a list, got one that is nested too deep" );
+   EXPECT_EQ( ofComment( 8 ), ofComment( 1 ) );
+   EXPECT_EQ( ofComment( 9 ), ofComment( 90 ) );
    EXPECT_EQ( answerTo( withPriority( repeat( depth, R"({"a":)" ) + "0" + repeat( depth, "}" ) ) ),
               "f: ACL_RULE|T|R.PRIORITY.a.a.a..." + tooDeep );
    EXPECT_TRUE( answerTo( repeat( depth, "[" ) ).ends_with( tooDeep ) ) << "not closed either";

@@ -48,6 +48,24 @@ TEST_F( HsdkChip, InsertionUpdateAndLookupMindWhatTheTableHolds ) {
    EXPECT_EQ( chip.portsWithAclGroup(), Ports( { 5 } ) );
 }
 
+// Which look-ups failed is known by their port: not of a commit that was none, or named no port.
+TEST_F( HsdkChip, OnlyAFailedLookUpOfAPortIsRemembered ) {
+   const auto fails = [ this ]( U32 handle, Sdk::Opcode opcode ) {
+      chip.failCall( 1, Code::internal );
+      EXPECT_EQ( commit( handle, opcode ), Code::internal );
+      return chip.failedLookUps();
+   };
+   EXPECT_EQ( fails( 999, Sdk::Opcode::lookup ), std::set<U32>() ) << "no such handle";
+   const U32 nameless = allocate();
+   EXPECT_EQ( fails( nameless, Sdk::Opcode::lookup ), std::set<U32>() );
+   const U32 handle = allocate( 7 );
+   EXPECT_EQ( fails( handle, Sdk::Opcode::insert ), std::set<U32>() );
+   EXPECT_EQ( fails( handle, Sdk::Opcode::lookup ), std::set<U32>{ 7 } );
+   EXPECT_LT( bcmlt_entry_field_add( handle, key, 1 << 16 ), 0 ) << "a key has 16 bits";
+   bcmlt_entry_free( nameless );
+   bcmlt_entry_free( handle );
+}
+
 // Two owners share a port's entry, each with a field of its own. An update that wrote back what its look-up
 // had filled would undo the other's.
 TEST_F( HsdkChip, AnUpdateWritesOnlyTheFieldsThatWereAdded ) {

@@ -126,5 +126,10 @@ if mount -t tmpfs -o size=1200k none "$folder/small" 2>/dev/null; then
    head -c 2000000 /dev/zero >"$folder/small/full" 2>/dev/null
    run "a first use on a full disk" 5 'storeFailed: ' "$tool" apply scenarios/pods16.json --switch "$folder/small/t"
    [ ! -e "$folder/small/t" ] && [ ! -e "$folder/small/t.new" ] || { echo "half a switch is left"; failed=1; }
+   run "a first use by batch on a full disk" 5 'storeFailed: ' "$tool" batch "$folder/many" --switch "$folder/small/t"
+   [ ! -s "$folder/output" ] || { echo "batch answers without a switch"; failed=1; }
+   echo '{"ACL_TABLE":{"T":{"type":"L3","ports":["Ethernet0"]}},"ACL_RULE":{'"$(seq -s, -f '"T|%g":{}' 400)"'}}' >"$folder/wide.json"
+   run "a change on a full disk" 5 'storeFailed: .*; [0-9]+ steps? (was|were) carried out before, and what came of them stays' \
+      "$tool" apply "$folder/wide.json" --switch "$folder/small/s"
 fi
 exit $failed
