@@ -89,7 +89,7 @@ void RowChanger::set( const Place &place, const RowKey &key, const Json &fields 
 void RowChanger::remove( const Place &place, const RowKey &key ) {
    const auto table = document_.find( std::string( key.table ) );
    if ( table == document_.end() || !table->is_object() || table->erase( key.name ) == 0 ) {
-      warnings_.emplace_back( place, "there is no such row to take" );
+      warnings_.emplace_back( place, "there is no such row to delete" );
    }
 }
 

@@ -127,7 +127,14 @@ ChipImage::ChipImage( const std::string &path ) : path_( path ) {
       close( file_ );
       refuse( "storeDamaged", "it is not what an agent's chip holds, or is cut off" );
    }
-   map( told ); // a process that dies while the file grows leaves it longer than its head tells
+   // A process that dies while the file grows leaves it longer than its head tells.
+   if ( size_ > told && ftruncate( file_, static_cast<off_t>( told ) ) != 0 ) {
+      const int error = errno;
+      munmap( memory_, size_ );
+      close( file_ );
+      refuse( "storeFailed", std::strerror( error ) );
+   }
+   map( told );
 }
 
 ChipImage::~ChipImage() {

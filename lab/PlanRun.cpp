@@ -208,11 +208,20 @@ void PlanRun::tellWhatWasWrong() {
    for ( const auto &one : watch_->wrong() ) {
       ports[ { one.begins, one.ends, one.rule, one.lost } ].insert( switch_.ports()[ one.port ] );
    }
+   // The step that installs an entry, counted from 1.
+   std::map<U32, std::size_t> installedBy;
+   for ( std::size_t i = 0; i < plan_.steps.size(); ++i ) {
+      if ( plan_.steps[ i ].kind == ChangeStep::Kind::install ) {
+         installedBy[ plan_.steps[ i ].request.entry ] = i + 1;
+      }
+   }
    for ( const auto &[ key, wrongOn ] : ports ) {
       const auto &[ begins, ends, rule, lost ] = key;
       const auto &planned = plan_.rules[ rule ];
-      plan_.wrong.push_back( { planned.rule, planned.entryAfter ? planned.entryAfter : planned.entryBefore,
-                               lost, begins, ends, wrongOn } );
+      const bool isOfNew =
+         planned.entryAfter && ( !planned.entryBefore || installedBy[ *planned.entryAfter ] <= ends );
+      plan_.wrong.push_back(
+         { planned.rule, isOfNew ? planned.entryAfter : planned.entryBefore, lost, begins, ends, wrongOn } );
    }
 }
 

@@ -1,6 +1,7 @@
 #include "lab/PlanWatch.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace QuarraLab {
 
@@ -136,8 +137,13 @@ void PlanWatch::check( std::size_t rule, std::size_t port ) {
    }
 }
 
+// What came right on the way and is wrong again at the end was not wrong for a while only.
 std::vector<WrongForAWhile> PlanWatch::wrong() const {
-   return { wrong_.begin(), wrong_.end() };
+   std::vector<WrongForAWhile> wrong;
+   std::ranges::copy_if( wrong_, std::back_inserter( wrong ), [ this ]( const WrongForAWhile &one ) {
+      return !open_.contains( { one.rule, one.port } ) || one.lost == matches( one.rule, one.port );
+   } );
+   return wrong;
 }
 
 bool PlanWatch::allIsRight() const {

@@ -122,7 +122,7 @@ TEST( AclRowOperations, MakeAConfigurationAlone ) {
       R"([{"ACL_TABLE_TABLE:lab":{"type":"L3","ports":"E0,E4"},"OP":"SET"},{"ACL_RULE_TABLE:lab:1":{"PRIORITY":"3"},"OP":"SET"},
       {"PORT_TABLE:E0":{},"OP":"SET"},{"PORT_TABLE:E4":{},"OP":"SET"},{"ACL_RULE_TABLE:lab:2":{},"OP":"DEL"},{"ROUTE_TABLE:::/0":{},"OP":"SET"}])";
    EXPECT_EQ( answerTo( rows ),
-              "lab L3 on E0,E4; lab|1 3 on E0,E4; [4].ACL_RULE_TABLE:lab:2: there is no such row to take; "
+              "lab L3 on E0,E4; lab|1 3 on E0,E4; [4].ACL_RULE_TABLE:lab:2: there is no such row to delete; "
               "[5].ROUTE_TABLE:::/0: not a row of a table that is read" );
 }
 

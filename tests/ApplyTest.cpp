@@ -75,6 +75,19 @@ TEST( Apply, NamesWhatDoesNotFit ) {
    EXPECT_EQ( applyJson( *applied ).at( "entries" )[ 2 ].at( "error" ).at( "code" ), "unknownRule" );
 }
 
+TEST( Apply, ShowsGoodAndBadInColours ) {
+   constexpr auto green = "  \033[32m";
+   constexpr auto red = "  \033[31m";
+   const auto report = applyReport( *apply( { { "L3", 16 } } ), true );
+   EXPECT_THAT( report, HasSubstr( "\033[1mEntries\033[0m\n" ) );
+   EXPECT_THAT( report, HasSubstr( green + std::string( "5 of 5 installed\033[0m\n" ) ) );
+   EXPECT_THAT( report, HasSubstr( red + std::string( "5 entries x 5 ports: 1 mismatch\033[0m\n" ) ) );
+   const auto refused = applyReport( *apply( { { "L3", 2 } } ), true );
+   EXPECT_THAT( refused, HasSubstr( red + std::string( "2 of 5 installed\033[0m\n" ) ) );
+   EXPECT_THAT( refused, HasSubstr( red + std::string( "1 of EDGE, 2 of USERS (group 2)" ) ) );
+   EXPECT_THAT( refused, HasSubstr( green + std::string( "2 entries x 5 ports: every" ) ) );
+}
+
 TEST( Apply, GoesOnWithoutWhatIsWrong ) {
    std::string text = config;
    text.insert( text.find( "\"USERS|R1\"" ), R"("USERS|BAD": { "PRIORITY": "x" }, "GHOST|R1": {}, )" );

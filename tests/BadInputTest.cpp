@@ -237,6 +237,21 @@ TEST( BadInput, IsQuotedInPart ) {
    EXPECT_EQ( oneLine( "\x9b"
                        "2J\xc2\x9b\xe0\x82\x9b\xc3" ),
               R"(\x9b2J\u009b\xe0\x82\x9b\xc3)" );
+   for ( const auto *edge :
+         { "\x7e", "\xc2\xa0", "\xdf\xbf", "\xe0\xa0\x80", "\xe0\xbf\xbf", "\xe1\x80\x80", "\xec\xbf\xbf",
+           "\xed\x80\x80", "\xed\x9f\xbf", "\xee\x80\x80", "\xef\xbf\xbf", "\xf0\x90\x80\x80",
+           "\xf1\x80\x80\x80", "\xf3\xbf\xbf\xbf", "\xf4\x8f\xbf\xbf" } ) {
+      EXPECT_EQ( oneLine( edge ), edge );
+   }
+   for ( const auto &[ wrong, shown ] :
+         std::map<std::string, std::string>{ { "\xc1\xbf", R"(\xc1\xbf)" },
+                                             { "\xe0\x9f\xbf", R"(\xe0\x9f\xbf)" },
+                                             { "\xed\xa0\x80", R"(\xed\xa0\x80)" },
+                                             { "\xf0\x8f\xbf\xbf", R"(\xf0\x8f\xbf\xbf)" },
+                                             { "\xf4\x90\x80\x80", R"(\xf4\x90\x80\x80)" },
+                                             { "\xf5\x80\x80\x80", R"(\xf5\x80\x80\x80)" } } ) {
+      EXPECT_EQ( oneLine( wrong ), shown );
+   }
    EXPECT_EQ( oneLine( { "a\0b", 3 } ), R"(a\x00b)" );
    EXPECT_EQ( jsonText( { { "n", "\xc2\x9b"
                                  "2J\x7f\xc3\xa4\x9b" } } ),

@@ -8,7 +8,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "lab/FillRun.h"
 #include "lab/Switch.h"
 
 // In which order a change is made: against all orders that there are, and against the switch that it leaves.
@@ -74,8 +73,8 @@ std::vector<RuleChange> changeTo( const Tables &tables, Switch &theSwitch ) {
    return run.rules();
 }
 
-// How few rules have to give up their old entries before their new ones come, all orders tried, tables of
-// single bits with a bit for each port set. Nothing where no order brings all of them in.
+// The smallest number of rules that must give up their old entries first, over all orders of whole tables.
+// Each port set takes one bit. Empty when no order works.
 std::optional<U32> fewestThatGoFirst( const Tables &before, const Tables &after, U32 bits ) {
    std::set<std::string> names;
    for ( const auto &tables : { before, after } ) {
@@ -103,9 +102,9 @@ std::optional<U32> fewestThatGoFirst( const Tables &before, const Tables &after,
       start[ name ] = of( before, name );
       end[ name ] = of( after, name );
    }
-   const auto less = []( const auto &one, const auto &other ) { return one.first > other.first; };
-   std::priority_queue<std::pair<U32, State>, std::vector<std::pair<U32, State>>, decltype( less )> next(
-      less );
+   const auto costsMore = []( const auto &one, const auto &other ) { return one.first > other.first; };
+   std::priority_queue<std::pair<U32, State>, std::vector<std::pair<U32, State>>, decltype( costsMore )> next(
+      costsMore );
    std::vector<State> done;
    next.emplace( 0, start );
    while ( !next.empty() ) {
@@ -147,7 +146,7 @@ struct Random {
    std::mt19937 engine{ 11 };
 };
 
-// A table keeps what it was more often than not. `drawTable` is given the table that was.
+// Some tables stay as they were. `drawTable` is given the table that was.
 template <typename Draw>
 Tables changed( const Tables &before, U32 number, Random &random, Draw drawTable ) {
    Tables after;
@@ -169,8 +168,8 @@ U32 number( U32 usual ) {
    return asked ? usual * static_cast<U32>( std::strtoul( asked, nullptr, 10 ) ) / 60 : usual;
 }
 
-// Tables that share a class ID before leave it together, and what comes does not wait for what goes on its
-// ports: neither is drawn here.
+// Two cases are not drawn: tables that share a class ID before the change, since they leave it together; and
+// tables that come on ports of tables that go.
 TEST( ChangeOrderTest, NoOrderHasFewerRulesGoFirst ) {
    Random random;
    U32 tight = 0;
@@ -199,8 +198,8 @@ TEST( ChangeOrderTest, NoOrderHasFewerRulesGoFirst ) {
    EXPECT_GT( tight, number( 1000 ) / 40 );
 }
 
-// Of a rule that found no room, the old entry is there unless it has no room either. A rule that is refused
-// has none now.
+// A refused rule has no room on the switch that is left. It keeps its old entry, unless there is no room for
+// that either.
 TEST( ChangeOrderTest, WhatIsRefusedHasNoRoomAndKeepsItsOldEntryWhereThatHas ) {
    Random random;
    U32 broughtBack = 0;
@@ -220,12 +219,9 @@ TEST( ChangeOrderTest, WhatIsRefusedHasNoRoomAndKeepsItsOldEntryWhereThatHas ) {
       const auto isRefused = [ & ]( InstallRequest request ) {
          request.entry = 1000000;
          try {
-            if ( mustBeCreated( agent, request.group ) ) {
-               agent.createGroup( request.group );
-            }
             agent.install( request );
-         } catch ( const RequestRefused & ) {
-            return true;
+         } catch ( const RequestRefused &refused ) {
+            return refused.code() == "noRoom";
          }
          agent.remove( request.group, request.entry );
          return false;

@@ -97,6 +97,9 @@ TEST_F( Tampered, AStoreWithoutAFileOrWithAnotherOneIsRefused ) {
    const auto path = lasting.storePath();
    std::filesystem::rename( path, path + ".away" );
    EXPECT_EQ( start(), "storeMissing" );
+   std::filesystem::create_symlink( path, path );
+   EXPECT_EQ( start(), "storeFailed" ) << "a link in a circle";
+   std::filesystem::remove( path );
    std::ofstream( path ).close();
    EXPECT_EQ( start(), "storeDamaged" );
    EXPECT_THAT( message, ::testing::HasSubstr( "is empty" ) );

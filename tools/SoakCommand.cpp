@@ -101,7 +101,7 @@ std::string coverageText( const Tally &tally ) {
    if ( tally.places.empty() ) {
       return events.text() + "\n" + outcomes.text();
    }
-   TextTable places( { { "died" }, { "times", TextTable::Align::right } } );
+   TextTable places( { { "deaths, and harm to the store" }, { "times", TextTable::Align::right } } );
    for ( const auto &[ place, count ] : tally.places ) {
       places.row( { place, grouped( count ) } );
    }
@@ -243,9 +243,9 @@ std::string verdictText( const ExhaustiveOptions &options, const ExhaustiveResul
       return "Stopped by a signal. Library and model agree so far.\n";
    }
    return !result.good() ? ""
-          : result.whole
-             ? fmt::format( "Library and model agree on every history of {} operations.\n", options.depth )
-             : "Library and model agree on every history of the depths given.\n";
+          : result.whole ? fmt::format( "Library and model agree on every history of {}.\n",
+                                        counted( options.depth, "operation", "operations" ) )
+                         : "Library and model agree on every history of the depths given.\n";
 }
 
 int runExhaustive( const GlobalOptions &global, const SoakCommandOptions &command, Output &out ) {

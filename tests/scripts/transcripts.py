@@ -19,6 +19,7 @@ import json
 import os
 import pathlib
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -51,7 +52,7 @@ def print_short(keys):
             print(line, end='')
             continue
         value = json.loads(line)
-        print(short({key: value.get(key) for key in keys} if keys else value))
+        print(short({key: value[key] for key in keys} if keys else value))
 
 
 def print_tables(tables):
@@ -72,31 +73,37 @@ class Folder:
     def __init__(self, path, tool):
         self.path = path
         (path / 'bin').mkdir()
-        (path / 'bin/quarra-tcam').symlink_to(tool)
+        (path / 'bin/quarra-tcam').symlink_to(tool.resolve(strict=True))
         for helper in HELPERS:
-            (path / 'bin' / helper).write_text(f'#!/bin/sh\nexec {sys.executable} {__file__} {helper} "$@"\n')
+            (path / 'bin' / helper).write_text(f'#!/bin/sh\nexec {shlex.join([sys.executable, __file__, helper])} "$@"\n')
             (path / 'bin' / helper).chmod(0o755)
         (path / 'scenarios').symlink_to(ROOT / 'scenarios')
-        self.environment = dict(os.environ, PATH=f'{path}/bin:{os.environ["PATH"]}')
+        self.environment = dict(os.environ, PATH=f'{path}/bin:{os.environ["PATH"]}', LC_ALL='C.UTF-8')
+        self.environment.pop('QUARRA_TRACE', None)
 
     def run(self, command, text=''):
         ran = subprocess.run(['bash', '-o', 'pipefail', '-c', f'{command}'], cwd=self.path, env=self.environment,
-                             text=True, input=text, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+                             encoding='utf-8', input=text, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        if re.search(r'^\$ |\n\n#', ran.stdout, re.M):
+            raise SystemExit(f'this cannot be told from the transcript itself:\n$ {command}\n{ran.stdout}')
         return ran.stdout + (f'exit {ran.returncode}\n' if ran.returncode else '')
 
 
 # ---- Transcripts
 
 def played(text, folder):
-    """The transcript as it comes out now. Comments stand behind empty lines."""
+    """The transcript as it comes out now. Comments stand at the top and behind empty lines."""
     lines = []
     in_comment = True
     for line in text.split('\n'):
-        in_comment = not line or in_comment and line.startswith('#')
+        was_comment = in_comment and line.startswith('#')
         if line.startswith('$ '):
             lines += [line, folder.run(line[2:])]
-        elif in_comment and (line or lines and lines[-1].startswith('#')):
+        elif was_comment:
             lines.append(line)
+        elif in_comment and lines and lines[-1].startswith('#'):
+            lines.append('')
+        in_comment = was_comment or not line
     return '\n'.join(lines)
 
 
@@ -156,11 +163,12 @@ def main():
         HELPERS[sys.argv[1]](sys.argv[2:])
         return
     parser = argparse.ArgumentParser(description=__doc__.split('\n')[0])
-    parser.add_argument('tool')
+    parser.add_argument('tool', type=pathlib.Path)
     parser.add_argument('--write', action='store_true')
     options = parser.parse_args()
-    failed = False
-    for transcript in sorted(TRANSCRIPTS.glob('*.txt')):
+    transcripts = sorted(TRANSCRIPTS.glob('*.txt'))
+    failed = not transcripts
+    for transcript in transcripts:
         with tempfile.TemporaryDirectory() as place:
             shutil.copytree(TRANSCRIPTS / 'inputs', place, dirs_exist_ok=True)
             text = transcript.read_text()
