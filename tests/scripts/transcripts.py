@@ -82,7 +82,7 @@ class Folder:
         self.environment.pop('QUARRA_TRACE', None)
 
     def run(self, command, text=''):
-        ran = subprocess.run(['bash', '-o', 'pipefail', '-c', f'{command}'], cwd=self.path, env=self.environment,
+        ran = subprocess.run(['bash', '-o', 'pipefail', '-c', command], cwd=self.path, env=self.environment,
                              encoding='utf-8', input=text, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         if re.search(r'^\$ |\n\n#', ran.stdout, re.M):
             raise SystemExit(f'this cannot be told from the transcript itself:\n$ {command}\n{ran.stdout}')
