@@ -120,19 +120,19 @@ ChipImage::ChipImage( const std::string &path ) : path_( path ) {
       refuse( "storeDamaged", "it is too short" );
    }
    map( static_cast<std::size_t>( status.st_size ) );
+   const auto refuseMapped = [ this ]( const char *code, const std::string &what ) {
+      munmap( memory_, size_ );
+      close( file_ );
+      refuse( code, what );
+   };
    const auto &found = header();
    const std::size_t told = sizeBy( found );
    if ( found.magic != magic || size_ < told || size_ > told + entryRowsAtOnce * sizeof( EntryRow ) ) {
-      munmap( memory_, size_ );
-      close( file_ );
-      refuse( "storeDamaged", "it is not what an agent's chip holds, or is cut off" );
+      refuseMapped( "storeDamaged", "it is not what an agent's chip holds, or is cut off" );
    }
    // A process that dies while the file grows leaves it longer than its head tells.
    if ( size_ > told && ftruncate( file_, static_cast<off_t>( told ) ) != 0 ) {
-      const int error = errno;
-      munmap( memory_, size_ );
-      close( file_ );
-      refuse( "storeFailed", std::strerror( error ) );
+      refuseMapped( "storeFailed", std::strerror( errno ) );
    }
    map( told );
 }

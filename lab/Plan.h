@@ -45,7 +45,7 @@ struct PeakOfSpace {
 // Ports on which a rule is wrong while the steps are carried out, though it is right before and after.
 struct WrongOnTheWay {
    std::string rule;
-   std::optional<U32> entry; // the new one, where it comes until then
+   std::optional<U32> entry; // the old one, unless the new one is installed by the step `ends`
    bool lost = false;        // it does not match them; else it matches them and should not
    std::size_t begins = 0;   // steps, counted from 1; the same one twice: between two SDK calls of it
    std::size_t ends = 0;

@@ -38,7 +38,7 @@ Applied applyOn( const GlobalOptions &global, AclConfig config, const GroupMap &
       return Applied( std::move( config ), global.choice(), map, std::move( complaints ) );
    }
    const auto ports = chipPortsOf( config );
-   if ( !global.cold && !SwitchDir::isThere( *global.switchDir ) ) {
+   if ( isNotThereYet( global ) ) {
       auto choice = global.choice();
       choice.onlySwitchOfProcess = false;
       const Switch like( choice );

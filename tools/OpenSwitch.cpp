@@ -218,6 +218,10 @@ std::unique_ptr<Switch> openSwitch( const GlobalOptions &global ) {
    return openOrMakeSwitch( global );
 }
 
+bool isNotThereYet( const GlobalOptions &global ) {
+   return global.cold ? !holdsAnything( *global.switchDir ) : !SwitchDir::isThere( *global.switchDir );
+}
+
 std::unique_ptr<Switch> openOrMakeSwitch( const GlobalOptions &global, const std::vector<ChipPort> *ports ) {
    if ( global.cold ) {
       const bool wasThere = holdsAnything( *global.switchDir );

@@ -25,6 +25,10 @@ std::unique_ptr<Switch> openSwitch( const std::string &path, const QuarraAgent::
 std::unique_ptr<Switch> openOrMakeSwitch( const GlobalOptions &global,
                                           const std::vector<QuarraAgent::ChipPort> *ports = nullptr );
 
+// Whether openOrMakeSwitch() will make a new one. A cold start takes a directory without a
+// store for a switch.
+bool isNotThereYet( const GlobalOptions &global );
+
 // A new one.
 std::unique_ptr<Switch> makeSwitch( const GlobalOptions &global, const ChipChoice &choice );
 
